@@ -1,0 +1,19 @@
+# One build target per layer: strict warnings, the sanitizers asked for, and only the layers below to link with.
+
+add_library(vexmora_options INTERFACE)
+target_compile_options(vexmora_options INTERFACE
+  -Wall -Wextra -Wpedantic -Werror -Wshadow -Wconversion -Wsign-conversion -Wold-style-cast -Wcast-qual
+  -Wnon-virtual-dtor -Woverloaded-virtual -Wundef)
+if(VEXMORA_SANITIZE)
+  target_compile_options(vexmora_options INTERFACE
+    -fsanitize=${VEXMORA_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(vexmora_options INTERFACE -fsanitize=${VEXMORA_SANITIZE})
+endif()
+
+# vexmora_layer(NAME DIR SOURCES… [LINK TARGETS…]): a static library whose headers are included from DIR.
+function(vexmora_layer name include_dir)
+  cmake_parse_arguments(PARSE_ARGV 2 arg "" "" "SOURCES;LINK")
+  add_library(${name} STATIC ${arg_SOURCES})
+  target_include_directories(${name} PUBLIC ${include_dir})
+  target_link_libraries(${name} PUBLIC ${arg_LINK} PRIVATE vexmora_options)
+endfunction()
