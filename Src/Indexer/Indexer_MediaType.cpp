@@ -1,0 +1,34 @@
+// The media type test and the choice of an indexer.
+#include "Indexer/Indexer_MediaType.h"
+
+#include "Indexer/Indexer_ProgramStream.h"
+#include "Indexer/Indexer_TransportStream.h"
+
+namespace Vexmora {
+
+MediaType ClassifyMedia(std::span<const std::uint8_t> inFirstBytes) {
+    if (inFirstBytes.size() < kMediaTypeBytes) return MediaType::Unsupported;
+    const bool isSequenceHeader =
+        inFirstBytes[0] == 0 && inFirstBytes[1] == 0 && inFirstBytes[2] == 1 && inFirstBytes[3] == 0xB3;
+    if (isSequenceHeader) return MediaType::ElementaryVideo;
+    if (inFirstBytes[0] == kTransportStreamSyncByte) return MediaType::TransportStream;
+    // The marker bits behind the start code of an MPEG-2 pack are 01, those of an MPEG-1 pack 0010.
+    if (inFirstBytes[4] >> 4 == 4) return MediaType::ProgramStream;
+    return MediaType::Unsupported;
+}
+
+std::unique_ptr<PureVideoIndexer> MakeIndexer(MediaType inType) {
+    switch (inType) {
+        case MediaType::ElementaryVideo:
+            return std::make_unique<PureVideoIndexer>();
+        case MediaType::ProgramStream:
+            return std::make_unique<ProgramStreamIndexer>();
+        case MediaType::TransportStream:
+            return std::make_unique<TransportStreamIndexer>();
+        case MediaType::Unsupported:
+            break;
+    }
+    return nullptr;
+}
+
+}  // namespace Vexmora
