@@ -3,7 +3,8 @@
 add_library(vexmora_options INTERFACE)
 target_compile_options(vexmora_options INTERFACE
   -Wall -Wextra -Wpedantic -Werror -Wshadow -Wconversion -Wsign-conversion -Wold-style-cast -Wcast-qual
-  -Wnon-virtual-dtor -Woverloaded-virtual -Wundef)
+  -Wnon-virtual-dtor -Woverloaded-virtual -Wundef
+  $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)  # GCC 12 takes std::string + std::string for an overlapping copy
 if(VEXMORA_SANITIZE)
   target_compile_options(vexmora_options INTERFACE
     -fsanitize=${VEXMORA_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)

@@ -8,6 +8,7 @@
 #include "Indexer/Indexer_State.h"
 #include "Indexer/StartCodeCarry.h"
 #include "Vexmora/Records.h"
+#include "primitives/PrimitiveTable.h"
 
 namespace Vexmora {
 
@@ -54,14 +55,12 @@ class PureVideoIndexer {
     struct ScanLimits {
         /// A start code is handled once this many bytes from its first one on are there.
         std::size_t bytesInHand;
-        /// A short piece that would fill the carry beyond this fails the index.
-        std::size_t carryLimit;
-        /// What the carry may hold while it is scanned.
-        std::size_t carryCapacity;
+        /// A short unit that leaves more bytes than this unscanned fails the index.
+        std::size_t mostUnscanned;
     };
-    static constexpr ScanLimits kElementaryScan{kLookAhead + 1, 288, 320};
-    static constexpr ScanLimits kTransportScan{kLookAhead, 160, 160};
-    static_assert(kElementaryScan.carryCapacity <= StartCodeCarry::kCapacity);
+    static constexpr ScanLimits kElementaryScan{kLookAhead + 1, 288};
+    static constexpr ScanLimits kTransportScan{kLookAhead, 160};
+    static_assert(kElementaryScan.mostUnscanned + kLookAhead <= StartCodeCarry::kCapacity);
 
     /// Bytes of the video that follow each other in the stream: a whole unit (a buffer, a packet's payload),
     /// or a part of one that a buffer boundary cut. A unit gives the same result in whatever parts it comes.
@@ -81,6 +80,7 @@ class PureVideoIndexer {
     IndexerState mState;
 
   private:
+    void HoldBack(const VideoPiece& inPiece);
     std::size_t ScanCarry(const VideoPiece& inPiece);
     std::ptrdiff_t HandleCarriedStartCodes();
     void ScanPiece(const VideoPiece& inPiece, std::size_t inFrom);
@@ -100,7 +100,11 @@ class PureVideoIndexer {
     void CloseCurrentRecord(std::uint64_t inPosition);
 
     const ScanLimits mLimits;
+    const decltype(PrimitiveTable::findStartCodePrefix) mFindPrefix;
     StartCodeCarry mCarry;
+    /// Bytes at the end of the video so far from which no start code was handled yet; the carry holds those of
+    /// them in which one may begin.
+    std::size_t mUnscanned = 0;
     bool mCarryOverflow = false;
     /// Bytes at the start of the next piece of the same unit that a header's length skips.
     std::uint64_t mSkipInUnit = 0;

@@ -2,14 +2,25 @@
 #include <algorithm>
 
 #include "Indexer/Indexer.h"
-#include "primitives/StartCodeSearch.h"
+#include "primitives/PrimitiveTable.h"
 
 namespace Vexmora {
+namespace {
+
+constexpr std::size_t kPrefixSize = 3;
+
+// Whether the last bytes of a piece are, or begin, the prefix of a start code.
+bool MayBePrefix(const std::uint8_t* inBytes, std::size_t inCount) {
+    return inBytes[0] == 0 && (inCount < 2 || inBytes[1] == 0) && (inCount < 3 || inBytes[2] == 1);
+}
 
 // Room for the records of about five minutes of video, so that a short stream never grows its vectors.
-static constexpr std::size_t kInitialRecordCapacity = 8192;
+constexpr std::size_t kInitialRecordCapacity = 8192;
 
-PureVideoIndexer::PureVideoIndexer(const ScanLimits& inLimits) : mLimits(inLimits) {
+}  // namespace
+
+PureVideoIndexer::PureVideoIndexer(const ScanLimits& inLimits)
+    : mLimits(inLimits), mFindPrefix(SelectedPrimitives().findStartCodePrefix) {
     mState.records.reserve(kInitialRecordCapacity);
     mState.picturePts.reserve(kInitialRecordCapacity);
     mState.audioPts.reserve(kInitialRecordCapacity);
@@ -28,39 +39,41 @@ std::uint64_t PureVideoIndexer::RecordOffsetFor(std::uint64_t inStartCodePositio
 
 void PureVideoIndexer::FeedVideo(const VideoPiece& inPiece) {
     if (inPiece.beginsUnit) mSkipInUnit = 0;
-    if (mCarry.Size() == 0) {
+    if (mUnscanned > 0 && inPiece.unitSize < kLookAhead) {
+        HoldBack(inPiece);
+    } else if (mCarry.Size() > 0) {
+        ScanPiece(inPiece, ScanCarry(inPiece));
+    } else {
         const std::size_t skipped = std::min<std::uint64_t>(mSkipInUnit, inPiece.size);
         mSkipInUnit -= skipped;
         ScanPiece(inPiece, skipped);
-    } else if (inPiece.unitSize >= kLookAhead) {
-        ScanPiece(inPiece, ScanCarry(inPiece));
-    } else if (mCarry.Size() + inPiece.size <= mLimits.carryLimit) {
-        mCarry.Append(inPiece.bytes, inPiece.size, inPiece.origin);
-    } else {
-        mState.failed = mCarryOverflow = true;
     }
+}
+
+// A short unit is not scanned before a longer one follows; too many of them in a row are no video.
+void PureVideoIndexer::HoldBack(const VideoPiece& inPiece) {
+    if (mUnscanned + inPiece.size > mLimits.mostUnscanned) {
+        mState.failed = mCarryOverflow = true;
+        return;
+    }
+    mUnscanned += inPiece.size;
+    mCarry.Append(inPiece.bytes, inPiece.size, inPiece.origin);
 }
 
 // Scans the carry together with the first bytes of the piece. Returns where in the piece the scan goes on: at
 // its end when all of it went into the carry, beyond its end when a header's length skips more than it has.
 std::size_t PureVideoIndexer::ScanCarry(const VideoPiece& inPiece) {
-    std::size_t taken = 0;
-    while (!mState.failed) {
-        const std::size_t count =
-            std::min({kLookAhead, mLimits.carryCapacity - mCarry.Size(), inPiece.size - taken});
-        mCarry.Append(inPiece.bytes + taken, count,
-                      {inPiece.origin.position + taken, inPiece.origin.packetPosition});
-        taken += count;
-
-        const std::ptrdiff_t remaining = HandleCarriedStartCodes();
-        if (remaining <= static_cast<std::ptrdiff_t>(taken)) {
-            mCarry.Clear();  // what was not scanned lies in the piece
-            return static_cast<std::size_t>(static_cast<std::ptrdiff_t>(taken) - remaining);
-        }
+    const std::size_t taken = std::min(kLookAhead, inPiece.size);
+    mCarry.Append(inPiece.bytes, taken, inPiece.origin);
+    const std::ptrdiff_t remaining = HandleCarriedStartCodes();
+    if (remaining > static_cast<std::ptrdiff_t>(taken)) {
+        // A short part of a longer unit: the start code at the front still waits for more.
         mCarry.DropFront(mCarry.Size() - static_cast<std::size_t>(remaining));
-        if (taken == inPiece.size) return taken;
+        mUnscanned = std::min(mUnscanned + taken, mLimits.bytesInHand - 1);
+        return taken;
     }
-    return inPiece.size;
+    mCarry.Clear();  // what was not scanned lies in the piece
+    return static_cast<std::size_t>(static_cast<std::ptrdiff_t>(taken) - remaining);
 }
 
 // Returns the bytes of the carry from where the scan stopped; negative when a skip went beyond its end.
@@ -68,29 +81,38 @@ std::ptrdiff_t PureVideoIndexer::HandleCarriedStartCodes() {
     const std::size_t size = mCarry.Size();
     std::size_t at = 0;
     while (at + mLimits.bytesInHand <= size) {
-        at += FindStartCodePrefix(mCarry.Bytes() + at, size - at - mLimits.bytesInHand + 1);
+        at += mFindPrefix(mCarry.Bytes() + at, size - at - mLimits.bytesInHand + 1);
         if (at + mLimits.bytesInHand > size) break;
         const ByteOrigin origin = mCarry.OriginOf(at);
         mPacketPosition = origin.packetPosition;
         at += HandleStartCode(mCarry.Bytes() + at, origin.position);
+        mUnscanned = 0;
     }
     return static_cast<std::ptrdiff_t>(size) - static_cast<std::ptrdiff_t>(at);
 }
 
+// Handles the start codes that have enough of the piece behind them; of the last bytes only those from a start
+// code on, or from what may become one, are carried.
 void PureVideoIndexer::ScanPiece(const VideoPiece& inPiece, std::size_t inFrom) {
     mPacketPosition = inPiece.origin.packetPosition;
     std::size_t at = inFrom;
-    while (at + mLimits.bytesInHand <= inPiece.size && !mState.failed) {
-        at += FindStartCodePrefix(inPiece.bytes + at, inPiece.size - at - mLimits.bytesInHand + 1);
+    std::size_t scanned = inFrom;
+    while (at + kPrefixSize <= inPiece.size && !mState.failed) {
+        at += mFindPrefix(inPiece.bytes + at, inPiece.size - at - kPrefixSize + 1);
         if (at + mLimits.bytesInHand > inPiece.size) break;
         at += HandleStartCode(inPiece.bytes + at, inPiece.origin.position + at);
+        scanned = at;
+        mUnscanned = 0;
     }
-    if (at < inPiece.size && !mState.failed) {
-        mCarry.Append(inPiece.bytes + at, inPiece.size - at,
-                      {inPiece.origin.position + at, inPiece.origin.packetPosition});
-    } else if (at > inPiece.size) {
-        mSkipInUnit = at - inPiece.size;
+    if (scanned > inPiece.size) {
+        mSkipInUnit = scanned - inPiece.size;
+        mUnscanned = 0;
+        return;
     }
+    mUnscanned = std::min(mUnscanned + inPiece.size - scanned, mLimits.bytesInHand - 1);
+    while (at < inPiece.size && !MayBePrefix(inPiece.bytes + at, inPiece.size - at)) ++at;
+    mCarry.Append(inPiece.bytes + at, inPiece.size - at,
+                  {inPiece.origin.position + at, inPiece.origin.packetPosition});
 }
 
 }  // namespace Vexmora

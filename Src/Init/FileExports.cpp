@@ -8,10 +8,6 @@ using Vexmora::FrameRecord;
 using Vexmora::HostServices;
 using Vexmora::IndexHeader;
 
-void Vexmora_Startup() {}
-
-void Vexmora_Shutdown() {}
-
 Vexmora_Status Vexmora_OpenFile(const UTF16String&, const HostServices&, Vexmora_Handle* outHandle,
                                 IndexHeader*, bool) {
     *outHandle = nullptr;

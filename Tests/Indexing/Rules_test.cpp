@@ -31,12 +31,23 @@ IndexerState StateOf(std::string_view inPictures, bool inProgressiveSequence = f
             record.flags = static_cast<std::uint16_t>(record.flags | inBit);
         };
         switch (letter) {
-            case ' ': add(); break;
-            case 'p': set(kProgressiveFrameBit); break;
-            case 't': set(kTopFieldFirstBit); break;
-            case 'r': set(kRepeatFirstFieldBit); break;
-            case 'b': set(kBrokenLinkBit); break;
-            case '-': break;
+            case ' ':
+                add();
+                break;
+            case 'p':
+                set(kProgressiveFrameBit);
+                break;
+            case 't':
+                set(kTopFieldFirstBit);
+                break;
+            case 'r':
+                set(kRepeatFirstFieldBit);
+                break;
+            case 'b':
+                set(kBrokenLinkBit);
+                break;
+            case '-':
+                break;
             default:
                 set(static_cast<std::uint16_t>((std::string_view("IPB").find(letter) + 1)
                                                << kPictureCodingTypeShift));
@@ -158,7 +169,7 @@ TEST(AudioAlignment, RunsOfBothAndOfEachAlone) {
 
 TEST(AudioAlignment, CompletesPictureTimesFromTheirNeighbours) {
     IndexerState state = WithPts(10, 90000, 13, 90000);
-    for (const std::size_t missing : {0, 1, 2, 5, 9}) state.picturePts[missing] = kNoPts;
+    for (const std::size_t missing : {0u, 1u, 2u, 5u, 9u}) state.picturePts[missing] = kNoPts;
     EXPECT_EQ(PlanOf(state), PlanOf(WithPts(10, 90000, 13, 90000)));
     EXPECT_EQ(state.picturePts[0], kNoPts) << "PlanOf works on a copy";
 }
