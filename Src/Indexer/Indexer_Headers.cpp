@@ -140,9 +140,9 @@ void PureVideoIndexer::ParsePictureCodingExtension(const std::uint8_t* inExtensi
     const bool top_field_first = (inExtension[7] & 0x80) != 0;
     const bool repeat_first_field = (inExtension[7] & 0x02) != 0;
     const bool progressive_frame = (inExtension[8] & 0x80) != 0;
-    std::uint16_t& flags = mState.records[mState.currentRecord].flags;
-    flags = static_cast<std::uint16_t>(
-        (flags & ~(kProgressiveFrameBit | kTopFieldFirstBit | kRepeatFirstFieldBit)) |
+    FrameRecord& record = mState.records[mState.currentRecord];  // packed: no references to its fields
+    record.flags = static_cast<std::uint16_t>(
+        (record.flags & ~(kProgressiveFrameBit | kTopFieldFirstBit | kRepeatFirstFieldBit)) |
         (progressive_frame ? kProgressiveFrameBit : 0) | (top_field_first ? kTopFieldFirstBit : 0) |
         (repeat_first_field ? kRepeatFirstFieldBit : 0));
 }

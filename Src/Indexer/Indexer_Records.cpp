@@ -30,7 +30,7 @@ void PureVideoIndexer::CloseCurrentRecord(std::uint64_t inPosition) {
         return;
     }
     record.size = static_cast<std::uint32_t>(size);
-    mState.maxPictureSize = std::max(mState.maxPictureSize, record.size);
+    mState.maxPictureSize = std::max(mState.maxPictureSize, static_cast<std::uint32_t>(size));
 }
 
 void PureVideoIndexer::RecordPicture(const std::uint8_t* inStartCode, std::uint64_t inPosition) {

@@ -1,0 +1,390 @@
+// Streams that are refused, cut short, damaged or hostile: statuses and sane records, never a crash.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+#include <string>
+
+#include "Support/StreamBuilder.h"
+
+namespace Vexmora::Test {
+namespace {
+
+constexpr unsigned kI = kPictureTypeI;
+constexpr unsigned kP = kPictureTypeP;
+constexpr unsigned kB = kPictureTypeB;
+
+Bytes Headers(const Sequence& inSequence = {}) {
+    return Join({SequenceHeader(inSequence), SequenceExtension(inSequence)});
+}
+
+struct Coded {
+    unsigned temporalReference;
+    unsigned type;
+};
+Bytes Pictures(std::initializer_list<Coded> inPictures) {
+    Bytes all;
+    for (const Coded& picture : inPictures) {
+        const Bytes bytes = Picture(picture.temporalReference, picture.type);
+        all.insert(all.end(), bytes.begin(), bytes.end());
+    }
+    return all;
+}
+
+// Type, temporal_reference and deltas of every record, e.g. "I0 P1(-1) B2(-1+1) -" with "-" for a hole.
+std::string Describe(const IndexResult& inIndex) {
+    std::string text;
+    for (const FrameRecord& record : inIndex.records) {
+        if (!text.empty()) text += ' ';
+        if (record == FrameRecord{}) {
+            text += '-';
+            continue;
+        }
+        text += "?IPB"[PictureCodingType(record)] + std::to_string(TemporalReference(record));
+        const int past = record.pastRefDelta, future = record.futureRefDelta;
+        if (past == 0 && future == 0) continue;
+        text += (past > 0 ? "(+" : "(") + std::to_string(past);
+        if (future != 0) text += (future > 0 ? "+" : "") + std::to_string(future);
+        text += ')';
+    }
+    return text;
+}
+
+void ExpectFailed(const IndexResult& inIndex) {
+    EXPECT_EQ(inIndex.done, Vexmora_Unsupported);
+    IndexHeader failed{};
+    failed.version = kIndexVersion;
+    failed.streamKind = kStreamKindFailed;
+    EXPECT_TRUE(inIndex.header == failed);
+    EXPECT_TRUE(inIndex.records.empty() && inIndex.plan.empty());
+}
+
+// What holds for the index of any bytes whatever.
+void ExpectSane(const IndexResult& inIndex, std::size_t inStreamSize) {
+    if (inIndex.done != Vexmora_Ok) return ExpectFailed(inIndex);
+    const auto count = static_cast<std::int64_t>(inIndex.records.size());
+    ASSERT_EQ(inIndex.header.recordCount, count);
+    ASSERT_LT(inIndex.header.lastFrame, count);
+    ASSERT_LE(inIndex.header.firstFrame, inIndex.header.lastFrame);
+    std::uint32_t largest = 0;
+    for (const FrameRecord& record : inIndex.records) {
+        if (PictureCodingType(record) == 0) continue;
+        const std::uint32_t size = record.size;
+        ASSERT_GE(size, 5U);
+        ASSERT_LE(record.offset + size, inStreamSize);
+        ASSERT_EQ(record.reserved, 0);
+        largest = std::max(largest, size);
+    }
+    ASSERT_EQ(inIndex.header.maxPictureSize, largest);
+}
+
+const Bytes kGroup = Pictures({{2, kI}, {0, kB}, {1, kB}, {5, kP}, {3, kB}, {4, kB}});
+
+std::vector<Packetised> Packagings(const Bytes& inVideo) {
+    const auto between = [](std::size_t inNumber) {
+        return inNumber == 0 ? PackHeader() : PesPacket(0xC0, Slice(25), 90000 + 2160 * inNumber);
+    };
+    const auto tables = [](std::size_t inNumber) {
+        return inNumber == 0 ? Join({PatPacket(kPmtPid), PmtPacket(kPmtPid, {{2, kVideoPid}})}) : Bytes();
+    };
+    return {Elementary(inVideo), ProgramStream(inVideo, {.payloadSizes = {90}, .before = between}),
+            TransportStream(inVideo, {.payloadSizes = {150}, .before = tables})};
+}
+
+TEST(Refused, HeadersThatCannotBeIndexed) {
+    const Bytes rest = Join({GopHeader(), kGroup});
+    const Bytes fields = Picture(6, kP, 40, {.picture_structure = 1});
+    struct Case {
+        const char* name;
+        Bytes stream;
+        bool accepted;
+    };
+    const Sequence wide = {.width = 4096 + 64};
+    const Sequence tall = {.height = 4096 + 48};
+    const Case cases[] = {
+        {"plain", Join({Headers(), rest}), true},
+        {"no sequence extension", Join({SequenceHeader(), rest}), false},
+        {"no pictures", Join({Headers(), GopHeader(), Bytes(40, 0xFF)}), false},
+        {"D pictures only", Join({Headers(), Pictures({{0, 4}, {1, 0}, {2, 5}})}), false},
+        {"bad later sequence header", Join({Headers(), rest, SequenceHeader({.frame_rate_code = 0}), rest}),
+         true},
+        {"same extension again", Join({Headers(), rest, Headers(), rest}), true},
+        {"wider later extension", Join({Headers(), rest, SequenceExtension(wide), rest}), false},
+        {"taller later extension", Join({Headers(), rest, SequenceExtension(tall), rest}), false},
+        {"display size the same", Join({Headers(), SequenceDisplayExtension(64, 48), rest}), true},
+        {"display size zero", Join({Headers(), SequenceDisplayExtension(0, 0), rest}), true},
+        {"display width differs", Join({Headers(), SequenceDisplayExtension(63, 48), rest}), false},
+        {"display height differs", Join({Headers(), SequenceDisplayExtension(64, 49), rest}), false},
+        {"display width differs behind colours",
+         Join({Headers(), SequenceDisplayExtension(720, 48, 5, {{1, 1, 1}}), rest}), false},
+        {"later display size differs",
+         Join({Headers(), SequenceDisplayExtension(64, 48), rest, SequenceDisplayExtension(64, 50), rest}),
+         false},
+        {"later display size differs by 4096",
+         Join({Headers(), SequenceDisplayExtension(64, 48), rest, SequenceDisplayExtension(64 + 4096, 48),
+               rest}),
+         true},
+        {"field pictures", Join({Headers(), Picture(0, kI, 40, {.picture_structure = 2}), rest}), false},
+        {"a later field picture", Join({Headers(), rest, fields, rest}), false},
+        {"P 127 after its anchor", Join({Headers(), Pictures({{0, kI}, {127, kP}})}), true},
+        {"P 128 after its anchor", Join({Headers(), Pictures({{0, kI}, {128, kP}})}), false},
+        {"B 128 after its past anchor", Join({Headers(), Pictures({{0, kI}, {129, kI}, {128, kB}})}), false},
+        {"B 128 before its future anchor", Join({Headers(), Pictures({{2, kI}, {131, kI}, {3, kB}})}), false},
+        {"picture of 16 MiB", Join({Headers(), Picture(0, kI, 0x1000000 - 21), Picture(1, kP)}), true},
+        {"picture of 16 MiB and a byte", Join({Headers(), Picture(0, kI, 0x1000000 - 20), Picture(1, kP)}),
+         false},
+    };
+    for (const Case& item : cases) {
+        SCOPED_TRACE(item.name);
+        const IndexResult index = Index(item.stream);
+        if (item.accepted) {
+            EXPECT_EQ(index.done, Vexmora_Ok);
+            EXPECT_EQ(RecordedExtents(index), ExpectedExtents(Elementary(item.stream)));
+        } else {
+            ExpectFailed(index);
+        }
+    }
+}
+
+TEST(Refused, FrameRateCodesOutside1To8) {
+    const std::uint32_t rates[] = {0, 23976, 24000, 25000, 29970, 30000, 50000, 59940, 60000};
+    for (unsigned code = 0; code < 16; ++code) {
+        SCOPED_TRACE(code);
+        const IndexResult index = Index(Join({Headers({.frame_rate_code = code}), kGroup}));
+        if (code < 1 || code > 8) {
+            ExpectFailed(index);
+        } else {
+            EXPECT_EQ(index.header.effectiveFrameRate, rates[code]);
+        }
+    }
+}
+
+TEST(Refused, FirstBytesAndStreamIdsThatAreNotIndexed) {
+    for (const Bytes& first :
+         {Bytes{0, 0, 1, 0xBA, 0x21}, Bytes{'R', 'I', 'F', 'F', 0}, Bytes{0, 0, 0, 0, 0}}) {
+        Vexmora_IndexerHandle indexer = nullptr;
+        EXPECT_EQ(Vexmora_CreateIndexerFromFirstBuffer(first.data(), &indexer), Vexmora_Failure);
+        EXPECT_EQ(indexer, nullptr);
+    }
+    const Bytes video = Join({Headers(), kGroup});
+    const Bytes program = Packagings(video)[1].bytes;
+    ExpectFailed(Index(Join({program, PesPacket(0xE1, Slice())})));
+    ExpectFailed(Index(video, {}, Chosen::Transport));
+    EXPECT_EQ(Index(Join({program, PesPacket(0xF0, Slice())})).records.size(), 6U);
+}
+
+TEST(Sizes, ExtensionBitsAndDisplaySizesReachTheHeader) {
+    const IndexResult index = Index(Join({Headers({.width = 8192 + 720,
+                                                   .height = 4096 + 576,
+                                                   .aspect_ratio_information = 3,
+                                                   .frame_rate_code = 4,
+                                                   .frame_rate_extension_n = 1,
+                                                   .frame_rate_extension_d = 2}),
+                                          SequenceDisplayExtension(0, 4672), kGroup}));
+    ASSERT_EQ(index.done, Vexmora_Ok);
+    EXPECT_EQ(index.header.width, 8912);
+    EXPECT_EQ(index.header.height, 4672);
+    EXPECT_EQ(index.header.displayWidth, 0);
+    EXPECT_EQ(index.header.displayHeight, 4672);
+    EXPECT_EQ(index.header.aspectRatioCode, 3U);
+    EXPECT_EQ(index.header.effectiveFrameRate, 19980U);
+    EXPECT_EQ(index.header.formatWord & 0x1FFFF, 5U | 16 | 128 | 2048 | 3 << 15);
+}
+
+struct Order {
+    const char* name;
+    Bytes stream;
+    const char* records;
+    std::uint32_t firstFrame, lastFrame;
+};
+
+TEST(DisplayOrder, TemporalReferencesFindTheirPlaces) {
+    const Bytes gop = GopHeader();
+    const Bytes broken = GopHeader(false, true);
+    Bytes wrapping;
+    for (unsigned reference = 1000; reference < 1024; ++reference) {
+        wrapping = Join({wrapping, Picture(reference, kI)});
+    }
+    const Bytes afterWrap = Join({wrapping, Pictures({{3, kI}})});
+    const Order orders[] = {
+        {"two groups", Join({gop, kGroup, gop, Pictures({{2, kI}, {0, kB}, {1, kB}})}),
+         "B0(+2+2) B1(+1+1) I2 B3(-1+2) B4(-2+1) P5(-3) B0(-1+2) B1(-2+1) I2", 0, 8},
+        {"a repeated temporal_reference begins a group",
+         Pictures({{0, kI}, {1, kP}, {2, kP}, {0, kI}, {1, kP}, {1, kP}}),
+         "I0 P1(-1) P2(-1) I0 P1(-1) - P1(-2)", 0, 4},
+        {"headers between do not", Join({gop, Pictures({{0, kI}}), SequenceHeader(), Pictures({{1, kP}})}),
+         "I0 P1(-1)", 0, 1},
+        {"two GOP headers in a row", Join({gop, gop, Pictures({{0, kI}}), gop, gop, Pictures({{0, kI}})}),
+         "I0 I0", 0, 1},
+        {"ignored picture types", Join({Pictures({{0, kI}, {1, 4}, {2, 0}, {1, kP}, {7, 7}})}), "I0 P1(-1)",
+         0, 1},
+        {"trailing B pictures lack a neighbour",
+         Join({gop, Pictures({{2, kI}, {0, kB}, {1, kB}, {5, kP}, {3, kB}})}),
+         "B0(+2+2) B1(+1+1) I2 B3(-1+2) - P5(-3)", 0, 3},
+        {"trailing anchor alone", Join({gop, kGroup, gop, Pictures({{0, kI}, {3, kP}})}),
+         "B0(+2+2) B1(+1+1) I2 B3(-1+2) B4(-2+1) P5(-3) I0 - - P3(-3)", 0, 6},
+        {"leading holes", Join({gop, Pictures({{2, kI}, {5, kP}, {3, kB}, {4, kB}})}),
+         "- - I2 B3(-1+2) B4(-2+1) P5(-3)", 2, 5},
+        {"a hole inside",
+         Join({gop, Pictures({{0, kI}, {3, kP}, {1, kB}}), gop, Pictures({{0, kI}, {1, kP}})}),
+         "I0 B1(-1+2) - P3(-3) I0 P1(-1)", 0, 5},
+        {"broken first group",
+         Join({broken, Pictures({{2, kI}, {0, kB}, {1, kB}}), gop, Pictures({{0, kI}, {1, kP}})}),
+         "B0(+2+2) B1(+1+1) I2 I0 P1(-1)", 3, 4},
+        {"all broken", Join({broken, Pictures({{0, kI}, {1, kP}, {2, kP}})}), "I0 P1(-1) P2(-1)", 2, 2},
+    };
+    for (const Order& order : orders) {
+        SCOPED_TRACE(order.name);
+        const Bytes stream = Join({Headers(), order.stream});
+        const IndexResult index = Index(stream);
+        ASSERT_EQ(index.done, Vexmora_Ok);
+        EXPECT_EQ(Describe(index), order.records);
+        EXPECT_EQ(index.header.firstFrame, order.firstFrame);
+        EXPECT_EQ(index.header.lastFrame, order.lastFrame);
+    }
+
+    // 1023 is followed by 0 without GOP headers only: then 3 stands for 1024 + 3.
+    const IndexResult wrapped = Index(Join({Headers(), afterWrap}));
+    ASSERT_EQ(wrapped.records.size(), 1028U);
+    EXPECT_EQ(TemporalReference(wrapped.records[1027]), 3U);
+    EXPECT_EQ(wrapped.header.firstFrame, 1000U);
+    EXPECT_EQ(wrapped.header.lastFrame, 1023U);
+    EXPECT_EQ(Index(Join({Headers(), gop, afterWrap})).records.size(), 1024U);
+}
+
+TEST(DisplayOrder, TransportStreamsWithAnOpenFirstGroupBeginAtTheIPicture) {
+    for (const bool closed : {false, true}) {
+        const Bytes video = Join({Headers(), GopHeader(closed), kGroup});
+        EXPECT_EQ(Index(Packagings(video)[2].bytes).header.firstFrame, closed ? 0U : 2U);
+        EXPECT_EQ(Index(Packagings(video)[1].bytes).header.firstFrame, 0U);
+    }
+}
+
+TEST(DisplayOrder, JumpingTemporalReferencesAreBounded) {
+    const auto jumps = [](int inCount) {
+        Bytes stream = Headers();
+        const Bytes pair = Pictures({{0, kI}, {1023, kI}});
+        for (int count = 0; count < inCount; ++count) stream.insert(stream.end(), pair.begin(), pair.end());
+        return stream;
+    };
+    EXPECT_EQ(Index(jumps(900)).records.size(), 900U * 1024);
+    ExpectFailed(Index(jumps(1100)));
+}
+
+// Cut anywhere, a stream keeps the records of the pictures that it still holds whole.
+TEST(Damage, TruncatedStreamsKeepTheirCompletePictures) {
+    const Bytes video = Join({Headers(), GopHeader(), kGroup, GopHeader(false), kGroup, SequenceEnd()});
+    const std::vector<std::size_t> pictures = PictureStartCodes(video);
+    for (const Packetised& stream : Packagings(video)) {
+        const std::size_t margin = stream.bytes[0] == 0x47 ? 188 + 33 : 33;
+        const IndexResult whole = Index(stream.bytes);
+        for (std::size_t size = 5; size < stream.bytes.size(); ++size) {
+            SCOPED_TRACE(size);
+            const IndexResult cut =
+                Index(Bytes(stream.bytes.begin(), stream.bytes.begin() + static_cast<std::ptrdiff_t>(size)));
+            ExpectSane(cut, size);
+            const bool begun = size >= stream.StreamPosition(pictures[0] + 33) + margin;
+            if (begun) {
+                ASSERT_EQ(cut.done, Vexmora_Ok);
+            }
+            for (std::size_t index = 0; index < whole.records.size(); ++index) {
+                const FrameRecord& record = whole.records[index];
+                if (record.offset + record.size + 2 * margin + 30 > size) continue;
+                ASSERT_LT(index, cut.records.size());
+                ASSERT_TRUE(cut.records[index] == record) << index;
+            }
+            if (cut.done != Vexmora_Ok) continue;
+            for (std::uint32_t frame = cut.header.firstFrame; frame <= cut.header.lastFrame; ++frame) {
+                ASSERT_TRUE(IsValid(cut.records[frame])) << frame;
+            }
+        }
+    }
+}
+
+TEST(Damage, ChangedBytesGiveSaneRecordsThatDoNotDependOnTheBuffers) {
+    const Bytes video = Join({Headers(), GopHeader(), kGroup, GopHeader(false), kGroup, SequenceEnd()});
+    std::mt19937_64 random(20260101);
+    for (const Packetised& stream : Packagings(video)) {
+        for (std::size_t at = 4; at < stream.bytes.size(); ++at) {
+            Bytes damaged = stream.bytes;
+            if (at % 3 == 0) {
+                damaged[at] = 0;
+            } else {
+                damaged[at] = static_cast<std::uint8_t>(damaged[at] ^ 1U << random() % 8);
+            }
+            SCOPED_TRACE(at);
+            const IndexResult whole = Index(damaged);
+            if (whole.created != Vexmora_Ok) continue;
+            ExpectSane(whole, damaged.size());
+            ASSERT_TRUE(Index(damaged, RandomCuts(damaged.size(), 33, 300, random())) == whole);
+            ASSERT_TRUE(Index(damaged, FixedCuts(damaged.size(), 33)) == whole);
+        }
+    }
+}
+
+TEST(Damage, NoiseNeverIndexesAndNeverCrashes) {
+    std::mt19937_64 random(7);
+    for (int round = 0; round < 300; ++round) {
+        Bytes noise(5 + random() % 3000);
+        // Mostly zeros and ones and start-code bytes, so that headers of all kinds appear.
+        const std::uint8_t favourites[] = {0, 0, 1, 0, 0, 1, 0xB3, 0xB5, 0xB8, 0xBA, 0xE0, 0xC0, 0x47, 0x81};
+        for (std::uint8_t& byte : noise) {
+            byte = random() % 4 != 0 ? favourites[random() % std::size(favourites)]
+                                     : static_cast<std::uint8_t>(random());
+        }
+        const std::vector<Bytes> starts = {{0, 0, 1, 0xB3, 2}, {0, 0, 1, 0xBA, 0x44}, {0x47, 0, 0, 0, 0}};
+        const Bytes& start = starts[static_cast<std::size_t>(round) % starts.size()];
+        std::copy(start.begin(), start.end(), noise.begin());
+        const auto cuts = RandomCuts(noise.size(), 33, 200, random());
+        ExpectSane(Index(noise, round % 2 == 0 ? cuts : std::vector<std::size_t>()), noise.size());
+    }
+}
+
+TEST(Damage, GarbageBetweenPacketsIsSkipped) {
+    const Bytes video = Join({Headers(), GopHeader(), kGroup});
+    const Bytes noise = Slice(70);
+    const Bytes garbage(noise.begin() + 4, noise.end());  // no start code, no sync byte
+    for (std::size_t amount = 1; amount <= garbage.size(); ++amount) {
+        SCOPED_TRACE(amount);
+        const Bytes some(garbage.begin(), garbage.begin() + static_cast<std::ptrdiff_t>(amount));
+        const Bytes cutCode = Join({some, {0, 0, 1}});  // an incomplete start code is garbage too
+        for (const Bytes& bytes : {some, cutCode}) {
+            const auto before = [&](std::size_t inNumber) {
+                return Join({inNumber == 0 ? PackHeader() : Bytes(), bytes});
+            };
+            const Packetised program = ProgramStream(video, {.payloadSizes = {80}, .before = before});
+            const Packetised transport =
+                TransportStream(video, {.payloadSizes = {120}, .before = [&](std::size_t) { return bytes; }});
+            for (const Packetised& stream : {program, transport}) {
+                const auto kind = stream.bytes == program.bytes ? Chosen::ByFirstBytes : Chosen::Transport;
+                const IndexResult whole = Index(stream.bytes, {}, kind);
+                EXPECT_EQ(RecordedExtents(whole), ExpectedExtents(stream));
+                for (std::size_t cut = 14; cut < 450; cut += 1 + amount % 3) {
+                    ASSERT_TRUE(Index(stream.bytes, {cut}, kind) == whole) << "cut at " << cut;
+                }
+            }
+        }
+    }
+}
+
+TEST(Damage, OnlyTheChosenVideoStreamIsIndexed) {
+    const Bytes video = Join({Headers(), GopHeader(), kGroup});
+    const Bytes other = PesPacket(0xE0, Picture(0, kI));
+    const auto strangers = [&](std::size_t inNumber) {
+        const Bytes tables = Join({PatPacket(kPmtPid), PmtPacket(kPmtPid, {{2, kVideoPid}})});
+        return Join({inNumber == 0 ? tables : Bytes(), TransportPacket(0x333, true, other)});
+    };
+    const Packetised stream = TransportStream(video, {.payloadSizes = {120}, .before = strangers});
+    EXPECT_EQ(RecordedExtents(Index(stream.bytes)), ExpectedExtents(stream));
+
+    // Without tables the first PID that begins a video PES packet is taken; packets in error are not.
+    Packetised untabled = TransportStream(video, {.payloadSizes = {120}});
+    EXPECT_EQ(RecordedExtents(Index(untabled.bytes)), ExpectedExtents(untabled));
+    const Bytes late = TransportPacket(0x333, true, other);
+    EXPECT_EQ(Index(Join({untabled.bytes, late})).records.size(), 6U);
+    untabled.bytes[1] |= 0x80;  // transport_error_indicator of the packet with the sequence header
+    ExpectFailed(Index(untabled.bytes));
+}
+
+}  // namespace
+}  // namespace Vexmora::Test

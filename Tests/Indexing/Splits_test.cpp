@@ -1,0 +1,216 @@
+// Any division of a stream into buffers and packets gives the same index, and the right one.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "Support/StreamBuilder.h"
+
+namespace Vexmora::Test {
+namespace {
+
+// Two GOPs in coded order; the sizes bring start codes to all distances from the ends of pieces.
+Bytes TwoGops() {
+    return Join({SequenceHeader(), SequenceExtension(), SequenceDisplayExtension(64, 48, 1, {{1, 2, 3}}),
+                 GopHeader(false), Picture(2, kPictureTypeI, 71), Picture(0, kPictureTypeB, 1),
+                 Picture(1, kPictureTypeB, 9, {.repeat_first_field = true, .progressive_frame = true}),
+                 Picture(5, kPictureTypeP, 30), Picture(3, kPictureTypeB, 14, {.top_field_first = false}),
+                 Picture(4, kPictureTypeB, 3), SequenceHeader(), SequenceExtension(), GopHeader(false, true),
+                 Picture(2, kPictureTypeI, 57), Picture(0, kPictureTypeB, 2), Picture(1, kPictureTypeB, 300),
+                 SequenceEnd()});
+}
+
+struct Fact {
+    unsigned temporalReference, type;
+    int past, future;
+    bool brokenLink;
+};
+constexpr Fact kTwoGopsFacts[] = {{0, 3, 2, 2, false},  {1, 3, 1, 1, false},  {2, 1, 0, 0, false},
+                                  {3, 3, -1, 2, false}, {4, 3, -2, 1, false}, {5, 2, -3, 0, false},
+                                  {0, 3, -1, 2, true},  {1, 3, -2, 1, true},  {2, 1, 0, 0, true}};
+
+struct Case {
+    std::string name;
+    Packetised stream;
+    std::uint32_t kind;
+    std::uint32_t firstFrame;
+};
+
+std::optional<std::uint64_t> Pts(std::size_t inNumber) {
+    return 90000 + 3600 * inNumber;
+}
+
+// Packs, a system header, audio, private and padding packets in turn between the video packets.
+Bytes BetweenProgramPackets(std::size_t inNumber) {
+    const Bytes sound = Slice(20 + inNumber % 7);
+    if (inNumber == 0) return Join({PackHeader(3), SystemHeader(1, {0xC0, 0xE0})});
+    switch (inNumber % 4) {
+        case 0:
+            return Join({PackHeader(inNumber % 8), PesPacket(0xBD, sound, 5)});
+        case 1:
+            return PesPacket(0xC0, sound, 90000 + 900 * inNumber, inNumber % 3);
+        case 2:
+            return Join({PesPacket(0xC0, sound, 90000 + 900 * inNumber), PaddingPacket(inNumber % 40)});
+        default:
+            return {};
+    }
+}
+
+Bytes BetweenTransportPackets(std::size_t inNumber) {
+    const Bytes tables = Join({PatPacket(kPmtPid), PmtPacket(kPmtPid, {{2, kVideoPid}, {3, kAudioPid}})});
+    const Bytes sound = PesPacket(0xC0, Slice(20), 90000 + 900 * inNumber);
+    if (inNumber == 0) return tables;
+    if (inNumber % 9 == 0) return Join({TransportPacket(0x1FFF, false, Bytes(184, 0xFF)), tables});
+    return inNumber % 2 == 0 ? TransportPacket(kAudioPid, true, sound) : Bytes();
+}
+
+std::vector<Case> Cases() {
+    const Bytes video = TwoGops();
+    std::vector<Case> cases = {{"elementary", Elementary(video), kStreamKindElementary, 0}};
+    const std::vector<std::vector<std::size_t>> sizes = {
+        {100}, {33}, {32}, {250, 47}, {1, 2, 3, 40}, {5, 60, 2, 2, 2, 90}, {7, 31, 64}};
+    for (std::size_t index = 0; index < sizes.size(); ++index) {
+        const std::string name = std::to_string(index);
+        cases.push_back({"program " + name,
+                         ProgramStream(video, {sizes[index], BetweenProgramPackets, Pts, index % 3}),
+                         kStreamKindProgram, 0});
+        cases.push_back({"transport " + name,
+                         TransportStream(video, {sizes[index], BetweenTransportPackets, Pts, index % 3}),
+                         kStreamKindTransport, 2});
+    }
+    return cases;
+}
+
+TEST(Splits, WholeStreamsGiveTheIndexThatTheirPacketsCallFor) {
+    std::size_t plans = 0;
+    for (const Case& item : Cases()) {
+        SCOPED_TRACE(item.name);
+        const IndexResult index = Index(item.stream.bytes);
+        ASSERT_EQ(index.done, Vexmora_Ok);
+        EXPECT_EQ(RecordedExtents(index), ExpectedExtents(item.stream));
+        plans += !index.plan.empty();
+
+        const IndexHeader& header = index.header;
+        EXPECT_EQ(header.version, kIndexVersion);
+        EXPECT_EQ(header.streamKind, item.kind);
+        EXPECT_EQ(header.streamLength, item.stream.bytes.size());
+        EXPECT_EQ(header.firstFrame, item.firstFrame);
+        EXPECT_EQ(header.lastFrame, 8U);
+        EXPECT_EQ(header.width, 64);
+        EXPECT_EQ(header.height, 48);
+        EXPECT_EQ(header.displayWidth, 64);
+        EXPECT_EQ(header.aspectRatioCode, 2U);
+        EXPECT_EQ(header.effectiveFrameRate, 25000U);
+        EXPECT_EQ(header.formatWord & 0x1FFFF, 1U | 1 << 3 | 2 << 6 | 3 << 10 | 3 << 15);
+
+        ASSERT_EQ(index.records.size(), std::size(kTwoGopsFacts));
+        ASSERT_EQ(header.recordCount, index.records.size());
+        for (std::size_t number = 0; number < index.records.size(); ++number) {
+            const FrameRecord& record = index.records[number];
+            const Fact& fact = kTwoGopsFacts[number];
+            SCOPED_TRACE(number);
+            EXPECT_EQ(TemporalReference(record), fact.temporalReference);
+            EXPECT_EQ(PictureCodingType(record), fact.type);
+            EXPECT_EQ(record.pastRefDelta, fact.past);
+            EXPECT_EQ(record.futureRefDelta, fact.future);
+            EXPECT_EQ((record.flags & kBrokenLinkBit) != 0, fact.brokenLink);
+            EXPECT_EQ((record.flags & kTopFieldFirstBit) != 0, number != 3);
+            EXPECT_EQ((record.flags & kRepeatFirstFieldBit) != 0, number == 1);
+            EXPECT_EQ((record.flags & kProgressiveFrameBit) != 0, number == 1);
+            EXPECT_EQ(record.reserved, 0);
+        }
+    }
+    EXPECT_GE(plans, 8U);  // the other tests compare them too
+}
+
+TEST(Splits, TwoOrThreeBuffersCutAnywhereGiveTheSameIndex) {
+    for (const Case& item : Cases()) {
+        SCOPED_TRACE(item.name);
+        const IndexResult whole = Index(item.stream.bytes);
+        const std::size_t size = item.stream.bytes.size();
+        for (std::size_t cut = 1; cut < size; ++cut) {
+            ASSERT_TRUE(Index(item.stream.bytes, {cut}) == whole) << "cut at " << cut;
+            for (const std::size_t middle : {33U, 34U, 190U}) {
+                if (cut + middle >= size) continue;
+                ASSERT_TRUE(Index(item.stream.bytes, {cut, cut + middle}) == whole)
+                    << "cut at " << cut << " and " << cut + middle;
+            }
+        }
+    }
+}
+
+TEST(Splits, BuffersOfAnySizeFrom33BytesGiveTheSameIndex) {
+    for (const Case& item : Cases()) {
+        SCOPED_TRACE(item.name);
+        const std::size_t size = item.stream.bytes.size();
+        const IndexResult whole = Index(item.stream.bytes);
+        for (std::size_t piece = 33; piece <= 400; ++piece) {
+            ASSERT_TRUE(Index(item.stream.bytes, FixedCuts(size, piece)) == whole) << "pieces of " << piece;
+            ASSERT_TRUE(Index(item.stream.bytes, RandomCuts(size, 33, piece, piece)) == whole)
+                << "random pieces, seed " << piece;
+        }
+    }
+}
+
+TEST(Splits, APictureStartCodeBelongsToThePacketInWhichItBegins) {
+    // One start code spread over two to four packets with audio between them, at every phase.
+    const Bytes before =
+        Join({SequenceHeader(), SequenceExtension(), GopHeader(), Picture(0, kPictureTypeI, 50)});
+    const Bytes video = Join({before, Picture(1, kPictureTypeP, 80)});
+    for (std::size_t first = before.size() - 4; first <= before.size() + 4; ++first) {
+        for (const std::size_t tiny : {1U, 2U, 3U}) {
+            const Packaging packaging = {.payloadSizes = {first, tiny, tiny, tiny, 200},
+                                         .before = [](std::size_t) { return PesPacket(0xC0, Slice(30)); }};
+            const Packetised program = ProgramStream(video, packaging);
+            Packetised stream = program;
+            const Bytes pack = PackHeader();
+            stream.bytes.insert(stream.bytes.begin(), pack.begin(), pack.end());
+            for (Packetised::Piece& piece : stream.pieces) {
+                piece.packetPosition += pack.size();
+                piece.payloadPosition += pack.size();
+            }
+            EXPECT_EQ(RecordedExtents(Index(stream.bytes)), ExpectedExtents(stream)) << first << ' ' << tiny;
+
+            const Packetised transport = TransportStream(
+                video, {.payloadSizes = {first, tiny, tiny, tiny, 170}, .before = BetweenTransportPackets});
+            EXPECT_EQ(RecordedExtents(Index(transport.bytes)), ExpectedExtents(transport))
+                << first << ' ' << tiny;
+        }
+    }
+}
+
+TEST(Splits, StartCodesNearTheEndAreHandledOrNotForEveryCut) {
+    for (std::size_t slice = 0; slice < 40; ++slice) {
+        const Bytes last = Picture(1, kPictureTypeP, slice);
+        const Bytes video =
+            Join({SequenceHeader(), SequenceExtension(), Picture(0, kPictureTypeI, 80), last});
+        const Packetised transport =
+            TransportStream(video, {.payloadSizes = {184, 75}, .before = BetweenTransportPackets});
+        const IndexResult whole = Index(video);
+        // A start code needs 33 bytes of the stream, in a transport stream 32.
+        EXPECT_EQ(whole.records.size(), last.size() >= 33 ? 2U : 1U) << slice;
+        EXPECT_EQ(Index(transport.bytes).records.size(), last.size() >= 32 ? 2U : 1U) << slice;
+        for (std::size_t cut = video.size() - 100; cut < video.size(); ++cut) {
+            ASSERT_TRUE(Index(video, {cut}) == whole) << slice << " cut at " << cut << " of " << video.size();
+        }
+    }
+}
+
+TEST(Splits, BuffersTooShortToScanFailTheIndex) {
+    const Bytes video = TwoGops();
+    EXPECT_EQ(Index(video, FixedCuts(video.size(), 1)).done, Vexmora_Unsupported);
+    Vexmora_IndexerHandle indexer = nullptr;
+    ASSERT_EQ(Vexmora_CreateIndexerFromFirstBuffer(video.data(), &indexer), Vexmora_Ok);
+    EXPECT_EQ(Vexmora_BufferIndexerScan(indexer, video.data(), 0, 0), Vexmora_Failure);
+    EXPECT_EQ(Vexmora_BufferIndexerScan(indexer, nullptr, 10, 0), Vexmora_Failure);
+    EXPECT_EQ(Vexmora_BufferIndexerScan(indexer, video.data(), video.size(), 0), Vexmora_Ok);
+    IndexResult result;
+    EXPECT_EQ(Vexmora_BufferIndexerDone(indexer, video.size(), &result.header, &result.plan, &result.records),
+              Vexmora_Ok);
+    EXPECT_EQ(result.records, Index(video).records);
+    EXPECT_EQ(Vexmora_BufferIndexerDestroy(&indexer), Vexmora_Ok);
+    EXPECT_EQ(indexer, nullptr);
+    EXPECT_EQ(Vexmora_BufferIndexerDestroy(&indexer), Vexmora_Failure);
+}
+
+}  // namespace
+}  // namespace Vexmora::Test
