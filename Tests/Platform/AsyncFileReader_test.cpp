@@ -1,0 +1,171 @@
+// The asynchronous reader: what it reads, and that every accepted request is completed once, also when
+// closing.
+#include "Orvet/AsyncFileReader.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <future>
+#include <iterator>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "Platform/TemporaryFolder.h"
+
+using Orvet::AsyncFileReader;
+using Orvet::AsyncReadRequest;
+
+namespace {
+
+struct Outcome {
+    AsyncReadRequest request;
+    std::uint32_t bytesRead;
+    std::int32_t status;
+};
+
+// The first user value of a request points to where its outcome goes; only the reader's thread appends.
+void Record(AsyncFileReader&, const AsyncReadRequest& inRequest, std::uint32_t inBytes,
+            std::int32_t inStatus) {
+    auto* outcomes = reinterpret_cast<std::vector<Outcome>*>(inRequest.userValues[0]);
+    outcomes->push_back({inRequest, inBytes, inStatus});
+}
+
+void Count(AsyncFileReader&, const AsyncReadRequest& inRequest, std::uint32_t, std::int32_t) {
+    ++*reinterpret_cast<std::atomic<int>*>(inRequest.userValues[0]);
+}
+
+template <typename T>
+std::uint64_t UserValue(T& inObject) {
+    return reinterpret_cast<std::uint64_t>(&inObject);
+}
+
+std::ptrdiff_t ThreadCount() {
+    return std::distance(std::filesystem::directory_iterator("/proc/self/task"), {});
+}
+
+TEST(AsyncFileReader, ReadsInOrderAndOnlyThenHasAThread) {
+    const TemporaryFolder folder;
+    const UTF16String path = folder.Write("a", "0123456789");
+    const std::ptrdiff_t threadsBefore = ThreadCount();
+    AsyncFileReader reader;
+    ASSERT_EQ(0, AsyncFileReader::Open(path, reader));
+    EXPECT_EQ(threadsBefore, ThreadCount());
+
+    std::vector<Outcome> outcomes;
+    std::promise<void> last;
+    char buffers[4][4] = {};
+    const std::uint64_t offsets[4] = {2, 8, 100, ~std::uint64_t{0}};
+    for (std::uint64_t index = 0; index < 4; ++index) {
+        ASSERT_EQ(0, reader.QueueReadRequest(
+                         {offsets[index], 4, buffers[index], Record, {UserValue(outcomes), index, ~index}}));
+    }
+    const auto tell = [](AsyncFileReader&, const AsyncReadRequest& inRequest, std::uint32_t, std::int32_t) {
+        reinterpret_cast<std::promise<void>*>(inRequest.userValues[2])->set_value();
+        throw std::runtime_error("a completion's exception ends nothing");
+    };
+    ASSERT_EQ(0, reader.QueueReadRequest({0, 0, nullptr, tell, {0, 0, UserValue(last)}}));
+    last.get_future().wait();
+    reader.Close();
+
+    ASSERT_EQ(4U, outcomes.size());
+    const std::uint32_t bytesRead[4] = {4, 2, 0, 0};
+    const std::int32_t statuses[4] = {0, 0, 0, -EINVAL};
+    for (std::uint64_t index = 0; index < 4; ++index) {
+        EXPECT_EQ(bytesRead[index], outcomes[index].bytesRead);
+        EXPECT_EQ(statuses[index], outcomes[index].status);
+        EXPECT_EQ(offsets[index], outcomes[index].request.offset);
+        EXPECT_EQ(buffers[index], outcomes[index].request.buffer);
+        EXPECT_EQ(index, outcomes[index].request.userValues[1]);
+        EXPECT_EQ(~index, outcomes[index].request.userValues[2]);
+    }
+    EXPECT_EQ(0, std::memcmp(buffers[0], "2345", 4));
+    EXPECT_EQ(0, std::memcmp(buffers[1], "89\0\0", 4));
+}
+
+// Holds the reader's thread in a completion until Close has begun, which shows in a request being refused.
+void QueueUntilRefused(AsyncFileReader& ioReader, const AsyncReadRequest& inRequest, std::uint32_t,
+                       std::int32_t inStatus) {
+    EXPECT_EQ(0, inStatus);
+    AsyncReadRequest request = inRequest;
+    request.completion = Record;
+    auto& accepted = *reinterpret_cast<std::size_t*>(inRequest.userValues[1]);
+    reinterpret_cast<std::promise<void>*>(inRequest.userValues[2])->set_value();
+    while (ioReader.QueueReadRequest(request) == 0) {
+        ++accepted;
+        std::this_thread::yield();  // or Close may wait long for the lock
+    }
+}
+
+TEST(AsyncFileReader, CloseCompletesWhatIsQueuedAsCancelled) {
+    const TemporaryFolder folder;
+    const UTF16String path = folder.Write("a", "0123456789");
+    AsyncFileReader reader;
+    for (int round = 0; round < 3; ++round) {
+        ASSERT_EQ(0, AsyncFileReader::Open(path, reader));
+        std::vector<Outcome> outcomes;
+        std::size_t accepted = 0;
+        std::promise<void> begun;
+        char byte = 0;
+        ASSERT_EQ(0, reader.QueueReadRequest({0,
+                                              1,
+                                              &byte,
+                                              QueueUntilRefused,
+                                              {UserValue(outcomes), UserValue(accepted), UserValue(begun)}}));
+        begun.get_future().wait();
+        reader.Close();
+        EXPECT_EQ(accepted, outcomes.size());
+        for (const Outcome& outcome : outcomes) {
+            ASSERT_EQ(-ECANCELED, outcome.status);
+            ASSERT_EQ(0U, outcome.bytesRead);
+        }
+        EXPECT_EQ(-EBADF, reader.QueueReadRequest({0, 1, &byte, Count, {}}));
+    }
+}
+
+TEST(AsyncFileReader, ClosingWhileOthersQueueForgetsNothing) {
+    const TemporaryFolder folder;
+    const UTF16String path = folder.Write("a", std::string(100'000, 'x'));
+    for (int round = 0; round < 30; ++round) {
+        AsyncFileReader reader;
+        ASSERT_EQ(0, AsyncFileReader::Open(path, reader));
+        std::atomic<int> completed{0};
+        const auto queueUntilRefused = [&] {
+            std::vector<char> buffer(1000);
+            int accepted = 0;
+            while (reader.QueueReadRequest({500, 1000, buffer.data(), Count, {UserValue(completed), 0, 0}}) ==
+                   0) {
+                ++accepted;
+                while (completed + 64 < accepted) std::this_thread::yield();  // keeps the queue short
+            }
+            return std::pair(accepted, std::move(buffer));  // a read in progress may still fill the buffer
+        };
+        auto first = std::async(std::launch::async, queueUntilRefused);
+        auto second = std::async(std::launch::async, queueUntilRefused);
+        while (completed < round) std::this_thread::yield();
+        reader.Close();
+        const int completedAtClose = completed;
+        const auto firstResult = first.get();
+        const auto secondResult = second.get();
+        EXPECT_EQ(firstResult.first + secondResult.first, completedAtClose);
+        EXPECT_EQ(completedAtClose, completed);
+    }
+}
+
+TEST(AsyncFileReader, RefusesWhatCannotBeRead) {
+    const TemporaryFolder folder;
+    AsyncFileReader reader;
+    EXPECT_EQ(-ENOENT, AsyncFileReader::Open(folder.Path("absent"), reader));
+    EXPECT_EQ(-EBADF, reader.QueueReadRequest({0, 0, nullptr, Count, {}}));
+    ASSERT_EQ(0, AsyncFileReader::Open(folder.Write("a", "x"), reader));
+    EXPECT_EQ(-EINVAL, reader.QueueReadRequest({}));
+    EXPECT_EQ(-EISDIR, AsyncFileReader::Open(folder.Path(""), reader));
+    EXPECT_EQ(-EBADF, reader.QueueReadRequest({0, 0, nullptr, Count, {}})) << "the earlier file is closed";
+}
+
+}  // namespace
