@@ -1,0 +1,81 @@
+// Positioning, and navigation by the start-code table.
+#include "mpeg2/BitReader.h"
+
+namespace Vexmora {
+
+namespace {
+
+constexpr std::size_t kStartCodeBits = 32;
+
+/// Number of a start code's first bit.
+std::size_t BitOf(std::size_t inWordOffset, std::int32_t inBitIndex) {
+    return inWordOffset * 8 + static_cast<std::size_t>(31 - inBitIndex);
+}
+
+}  // namespace
+
+BitReader::BitReader(const CodedPictureBuffer& inBuffer)
+    : mData(inBuffer.Data()),
+      mWordCount((std::size_t{inBuffer.Size()} + kWordBytes - 1) / kWordBytes),
+      mSize(inBuffer.Size()),
+      mNextCode(inBuffer.Start().nextCode),
+      mTable(&inBuffer.StartCodes()) {
+    MoveTo(BitOf(inBuffer.Start().wordOffset, inBuffer.Start().bitIndex));
+}
+
+void BitReader::MoveTo(std::size_t inBit) {
+    mNextWord = inBit / kWordBits;
+    mWindow = 0;
+    mValidBits = 0;
+    Refill();
+    SkipBits(static_cast<unsigned>(inBit % kWordBits));
+}
+
+std::int64_t BitReader::BytesLeft() const {
+    const std::size_t bit = NextBit();
+    const auto wordOffset = static_cast<std::int64_t>(bit / kWordBits * kWordBytes);
+    const auto bitIndex = static_cast<std::int64_t>(kWordBits - 1 - bit % kWordBits);
+    return std::int64_t{mSize} - wordOffset - ((bitIndex + 7) >> 3);
+}
+
+const StartCodeRecord* BitReader::NextRecord() const {
+    return mNextCode < mTable->records.size() ? &mTable->records[mNextCode] : nullptr;
+}
+
+std::uint32_t BitReader::PeekStartCode() {
+    const StartCodeRecord* const record = NextRecord();
+    if (record == nullptr) return 0;
+    MoveTo(BitOf(record->wordOffset, record->bitIndex));
+    return record->code;
+}
+
+std::uint32_t BitReader::ConsumeStartCode() {
+    const StartCodeRecord* const record = NextRecord();
+    if (record == nullptr) return 0;
+    SkipBits(kStartCodeBits);
+    ++mNextCode;
+    return record->code;
+}
+
+void BitReader::UnconsumeStartCode() {
+    if (mNextCode == 0 || NextBit() < kStartCodeBits) return;
+    --mNextCode;
+    MoveTo(NextBit() - kStartCodeBits);
+}
+
+std::int32_t BitReader::NextStartCode() {
+    const StartCodeRecord* const record = NextRecord();
+    if (record == nullptr) return kNoStartCode;
+    MoveTo(BitOf(record->wordOffset, record->bitIndex) + kStartCodeBits);
+    ++mNextCode;
+    return static_cast<std::int32_t>(record->code);
+}
+
+void BitReader::UngetStartCode() {
+    if (mNextCode == 0) return;
+    --mNextCode;
+    const StartCodeRecord& record = mTable->records[mNextCode];
+    MoveTo(BitOf(record.wordOffset, record.bitIndex) + kStartCodeBits);
+}
+
+}  // namespace Vexmora

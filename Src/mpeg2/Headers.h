@@ -1,0 +1,33 @@
+// Parsing the headers above the slices.
+#pragma once
+
+#include "Vexmora/Status.h"
+#include "mpeg2/BitReader.h"
+#include "mpeg2/Parameters.h"
+
+namespace Vexmora {
+
+/// Parses a sequence header, the sequence extension that must follow it, and the extensions and user data
+/// behind that. ioReader stands behind the sequence_header_code; afterwards the start code behind these
+/// headers is its next one (without any, the last start code there is). Vexmora_Unsupported for a header that
+/// is not valid, for video that is not MPEG-2, and for pictures wider or taller than 4095; what was parsed up
+/// to there is then in ioParameters.
+[[nodiscard]] Vexmora_Status ParseSequenceHeader(BitReader& ioReader, DecodingParameters& ioParameters);
+
+/// Parses the rest of a picture header, the picture coding extension, and the extensions and user data behind
+/// it. ioReader stands behind picture_coding_type, which is already in ioParameters, as is
+/// temporal_reference; afterwards it stands at the first start code behind these headers, which is its next
+/// one. Fields that only the coding extension sets keep their values without one, save that the picture is
+/// then a frame with frame prediction. Vexmora_Unsupported for a header that is not valid; what was parsed up
+/// to there is then in ioParameters.
+[[nodiscard]] Vexmora_Status ParsePictureHeader(BitReader& ioReader, DecodingParameters& ioParameters);
+
+/// Reads 64 weights, transmitted in zigzag order.
+void ReadQuantiserMatrix(BitReader& ioReader, QuantiserMatrix& outMatrix);
+
+// extension_start_code_identifier (ISO/IEC 13818-2, table 6-2)
+inline constexpr std::uint32_t kSequenceExtensionId = 1;
+inline constexpr std::uint32_t kSequenceDisplayExtensionId = 2;
+inline constexpr std::uint32_t kQuantMatrixExtensionId = 3;
+
+}  // namespace Vexmora

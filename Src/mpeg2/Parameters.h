@@ -1,0 +1,116 @@
+// What the headers of a video sequence and of a picture say, in one record that every later stage reads.
+#pragma once
+
+#include <array>
+#include <cstdint>
+
+namespace Vexmora {
+
+/// From the sequence header and its extensions (ISO/IEC 13818-2, 6.3.3 to 6.3.6).
+struct SequenceHeader {
+    /// 0 to 4095 samples; larger pictures are not supported.
+    std::uint32_t horizontalSize = 0;
+    /// horizontalSize rounded up to a multiple of 128.
+    std::uint32_t lumaStride = 0;
+    /// 0 to 4095 lines.
+    std::uint32_t verticalSize = 0;
+    std::uint32_t aspectRatioInformation = 0;
+    /// Seconds per frame.
+    double framePeriod = 0;
+    std::uint32_t bitRateValue = 0;
+    /// The load flags last read, here or in a quantiser matrix extension.
+    std::uint32_t loadIntraMatrix = 0;
+    std::uint32_t loadNonIntraMatrix = 0;
+    std::uint32_t loadChromaIntraMatrix = 0;
+    std::uint32_t loadChromaNonIntraMatrix = 0;
+    std::uint32_t mbWidth = 0;
+    std::uint32_t mbHeight = 0;
+    std::uint32_t progressiveSequence = 0;
+    /// 2 for 4:2:0, 4 for 4:2:2, 8 for 4:4:4, 1 for the reserved format.
+    std::uint32_t chromaBlocks = 0;
+    std::uint32_t frameRateExtensionN = 0;
+    std::uint32_t frameRateExtensionD = 0;
+    std::uint32_t displayWidth = 0;
+    /// verticalSize, unless a sequence display extension says otherwise.
+    std::uint32_t displayHeight = 0;
+};
+
+// picture_structure
+inline constexpr std::uint32_t kTopField = 1;
+inline constexpr std::uint32_t kBottomField = 2;
+inline constexpr std::uint32_t kFramePicture = 3;
+
+/// From the picture header and the picture coding extension (6.3.9 and 6.3.10).
+struct PictureHeader {
+    std::uint32_t temporalReference = 0;
+    /// kPictureTypeI and so on; 4 is a D picture.
+    std::uint32_t pictureCodingType = 0;
+    /// [forward, backward][horizontal, vertical]
+    std::array<std::array<std::uint32_t, 2>, 2> fCode{};
+    /// 0 to 3.
+    std::uint32_t intraDcPrecision = 0;
+    std::uint32_t pictureStructure = 0;
+    std::uint32_t topFieldFirst = 0;
+    std::uint32_t framePredFrameDct = 0;
+    std::uint32_t concealmentMotionVectors = 0;
+    std::uint32_t qScaleType = 0;
+    std::uint32_t alternateScan = 0;
+    std::uint32_t repeatFirstField = 0;
+    std::uint32_t chroma420Type = 0;
+    std::uint32_t progressiveFrame = 0;
+};
+
+/// What the slices of a picture need beside its header.
+struct PictureConstants {
+    /// The intra DC multiplier, 8, 4, 2 or 1, as a shift.
+    std::int32_t dcShift = 3;
+    /// Intra DC predictor at the beginning of a slice.
+    std::int32_t dcReset = 128;
+    /// Intra AC coefficients are coded with table B.15 of the standard, not B.14.
+    bool intraTableB15 = false;
+};
+
+/// 64 weights in raster order.
+using QuantiserMatrix = std::array<std::uint16_t, 64>;
+
+/// The weights of a block: one of the loaded matrices, the default of the standard, or 16 for all
+/// coefficients.
+enum class MatrixSource : std::uint8_t {
+    Flat,
+    DefaultIntra,
+    LoadedIntra,
+    LoadedNonIntra,
+    LoadedChromaIntra,
+    LoadedChromaNonIntra,
+};
+
+/// The matrices that were transmitted, and which of them are in use.
+struct QuantiserMatrices {
+    QuantiserMatrix loadedIntra{};
+    QuantiserMatrix loadedNonIntra{};
+    QuantiserMatrix loadedChromaIntra{};
+    QuantiserMatrix loadedChromaNonIntra{};
+
+    MatrixSource intraLuma = MatrixSource::DefaultIntra;
+    MatrixSource intraChroma = MatrixSource::DefaultIntra;
+    MatrixSource nonIntraLuma = MatrixSource::Flat;
+    MatrixSource nonIntraChroma = MatrixSource::Flat;
+
+    /// The matrix that inSource names, null for MatrixSource::Flat. It lives as long as this record.
+    const QuantiserMatrix* Find(MatrixSource inSource) const;
+};
+
+/// Everything that slices are decoded with. The instance owns one; header parsing writes it, slices read it.
+/// Sequence parameters and matrices stay until the next header that sets them.
+struct DecodingParameters {
+    SequenceHeader sequence;
+    /// chromaBlocks and the four blocks of luma.
+    std::uint32_t blocksPerMacroblock = 0;
+    PictureHeader picture;
+    PictureConstants constants;
+    QuantiserMatrices matrices;
+    /// The next field picture is the second one of its frame.
+    bool secondField = false;
+};
+
+}  // namespace Vexmora
