@@ -1,61 +1,115 @@
-// The exports over opened files and buffer instances. Their insides are not built yet: each refuses its work
-// and says so by its status.
+// The exports over opened files and buffer instances: each passes its call to the instance behind the barrier.
+#include <memory>
+
+#include "Decoder/Decoder.h"
+#include "Init/ExceptionBarrier.h"
 #include "Vexmora/Vexmora.h"
 
+using Vexmora::BehindBarrier;
+using Vexmora::Decoder;
 using Vexmora::FileInfo;
 using Vexmora::FramePlanes;
 using Vexmora::FrameRecord;
 using Vexmora::HostServices;
 using Vexmora::IndexHeader;
 
-Vexmora_Status Vexmora_OpenFile(const UTF16String&, const HostServices&, Vexmora_Handle* outHandle,
-                                IndexHeader*, bool) {
-    *outHandle = nullptr;
-    return Vexmora_Failure;
+namespace {
+
+Vexmora_Handle ToHandle(std::unique_ptr<Decoder> inDecoder) {
+    return reinterpret_cast<Vexmora_Handle>(inDecoder.release());
 }
 
-Vexmora_Status Vexmora_OpenFileWithIndex(const UTF16String&, const HostServices&, const IndexHeader&,
-                                         const std::vector<FrameRecord>&, Vexmora_Handle* outHandle) {
-    *outHandle = nullptr;
-    return Vexmora_Failure;
+Decoder& FromHandle(Vexmora_Handle inHandle) {
+    return *reinterpret_cast<Decoder*>(inHandle);
 }
 
-Vexmora_Status Vexmora_OpenBufferInstance(const HostServices&, std::uint32_t, Vexmora_Handle*,
-                                          std::uint8_t**) {
-    return Vexmora_Failure;
+}  // namespace
+
+// ---- Opening and closing -------------------------------------------------------------------------------------
+
+Vexmora_Status Vexmora_OpenFile(const UTF16String& inPath, const HostServices& inServices,
+                                Vexmora_Handle* outHandle, IndexHeader* outIndexHeader, bool inIndexFlag) {
+    return BehindBarrier([&] {
+        auto decoder = std::make_unique<Decoder>(inPath, inServices, inIndexFlag);
+        const Vexmora_Status status = decoder->OpenFile(outIndexHeader);
+        const bool isOpen = status == Vexmora_Ok || status == Vexmora_NotFinished;
+        *outHandle = isOpen ? ToHandle(std::move(decoder)) : nullptr;
+        return status;
+    });
+}
+
+Vexmora_Status Vexmora_OpenFileWithIndex(const UTF16String& inPath, const HostServices& inServices,
+                                         const IndexHeader& inIndexHeader,
+                                         const std::vector<FrameRecord>& inFrameRecords,
+                                         Vexmora_Handle* outHandle) {
+    return BehindBarrier([&] {
+        auto decoder = std::make_unique<Decoder>(inPath, inServices, false);
+        const Vexmora_Status status = decoder->OpenWithIndex(inIndexHeader, inFrameRecords);
+        *outHandle = status == Vexmora_Ok ? ToHandle(std::move(decoder)) : nullptr;
+        return status;
+    });
+}
+
+Vexmora_Status Vexmora_OpenBufferInstance(const HostServices& inServices, std::uint32_t inBufferSize,
+                                          Vexmora_Handle* outHandle, std::uint8_t** outBuffer) {
+    return BehindBarrier([&] {
+        auto decoder = std::make_unique<Decoder>(inServices);
+        const Vexmora_Status status = decoder->OpenBuffer(inBufferSize, outBuffer);
+        if (status == Vexmora_Ok) *outHandle = ToHandle(std::move(decoder));
+        return status;
+    });
 }
 
 Vexmora_Status Vexmora_CloseFile(Vexmora_Handle inHandle) {
-    return inHandle == nullptr ? Vexmora_Ok : Vexmora_Failure;
+    return BehindBarrier([&] {
+        if (inHandle != nullptr) delete &FromHandle(inHandle);
+        return Vexmora_Ok;
+    });
 }
 
-Vexmora_Status Vexmora_IndexFile(Vexmora_Handle, float*, bool) {
-    return Vexmora_Failure;
+// ---- Indexing and queries ------------------------------------------------------------------------------------
+
+Vexmora_Status Vexmora_IndexFile(Vexmora_Handle inHandle, float* outProgress, bool inIndexFlag) {
+    return BehindBarrier([&] { return FromHandle(inHandle).IndexFile(*outProgress, inIndexFlag); });
 }
 
-Vexmora_Status Vexmora_GetFileInfo(Vexmora_Handle, FileInfo*) {
-    return Vexmora_Failure;
+Vexmora_Status Vexmora_GetFileInfo(Vexmora_Handle inHandle, FileInfo* outInfo) {
+    return BehindBarrier([&] { return FromHandle(inHandle).GetFileInfo(*outInfo); });
 }
 
-Vexmora_Status Vexmora_GetVideoFrameOffset(Vexmora_Handle, std::uint32_t*) {
-    return Vexmora_Failure;
+Vexmora_Status Vexmora_GetVideoFrameOffset(Vexmora_Handle inHandle, std::uint32_t* outOffset) {
+    return BehindBarrier([&] {
+        *outOffset = FromHandle(inHandle).GetVideoFrameOffset();
+        return Vexmora_Ok;
+    });
 }
 
-Vexmora_Status Vexmora_GetFrameSizes(Vexmora_Handle, std::uint32_t*, std::uint32_t*) {
-    return Vexmora_Failure;
+Vexmora_Status Vexmora_GetFrameSizes(Vexmora_Handle inHandle, std::uint32_t* outLumaSize,
+                                     std::uint32_t* outChromaSize) {
+    return BehindBarrier([&] {
+        const Decoder::FrameSizes sizes = FromHandle(inHandle).GetFrameSizes();
+        *outLumaSize = sizes.luma;
+        *outChromaSize = sizes.chroma;
+        return Vexmora_Ok;
+    });
 }
 
-Vexmora_Status Vexmora_GetFrameDependancies(Vexmora_Handle, std::int32_t, std::int32_t*, std::int32_t*) {
-    return Vexmora_Failure;
+Vexmora_Status Vexmora_GetFrameDependancies(Vexmora_Handle inHandle, std::int32_t inFrame,
+                                            std::int32_t* outForward, std::int32_t* outBackward) {
+    return BehindBarrier([&] {
+        return FromHandle(inHandle).GetFrameDependancies(inFrame, *outForward, *outBackward);
+    });
 }
 
-std::int32_t Vexmora_IsFrameValid(Vexmora_Handle, std::int32_t) {
-    return Vexmora_Failure;
+std::int32_t Vexmora_IsFrameValid(Vexmora_Handle inHandle, std::int32_t inFrame) {
+    return FromHandle(inHandle).IsFrameValid(inFrame) ? 1 : 0;
 }
 
-std::int32_t Vexmora_GetLastGoodFrame(Vexmora_Handle, std::int32_t) {
-    return Vexmora_Failure;
+std::int32_t Vexmora_GetLastGoodFrame(Vexmora_Handle inHandle, std::int32_t inFrame) {
+    return FromHandle(inHandle).GetLastGoodFrame(inFrame);
 }
+
+// ---- Decoding (not built yet) --------------------------------------------------------------------------------
 
 Vexmora_Status Vexmora_GetFrame(Vexmora_Handle, std::int32_t, const FramePlanes*, const FramePlanes*,
                                 const FramePlanes*, std::uint32_t, std::uint32_t) {

@@ -1,0 +1,84 @@
+// What a host may ask of an opened source beside its pictures.
+#include <algorithm>
+
+#include "Decoder/Decoder.h"
+
+namespace Vexmora {
+namespace {
+
+// Display aspect ratios by aspect_ratio_information (ISO/IEC 13818-2, table 6-3); 1 is square samples.
+constexpr std::uint32_t kSquareSamples = 1;
+constexpr std::uint32_t kAspect4To3 = 2;
+constexpr std::uint32_t kAspect16To9 = 3;
+constexpr std::uint32_t kAspect221To100 = 4;
+
+// Leaves outRatio alone for reserved codes.
+void SetPixelAspectRatio(const SequenceHeader& inSequence, double& outRatio) {
+    const double width = inSequence.horizontalSize;
+    const double height = inSequence.verticalSize;
+    switch (inSequence.aspectRatioInformation) {
+        case kSquareSamples:
+            outRatio = 1.0;
+            break;
+        case kAspect4To3:
+            outRatio = height * 4.0 / 3.0 / width;
+            break;
+        case kAspect16To9:
+            outRatio = height * 16.0 / 9.0 / width;
+            break;
+        case kAspect221To100:
+            outRatio = height * 2.21 / width;
+            break;
+        default:
+            break;
+    }
+}
+
+constexpr std::uint32_t RoundUpTo128(std::uint32_t inBytes) {
+    return (inBytes + 127) / 128 * 128;
+}
+
+// Macroblock rows of a frame (ISO/IEC 13818-2, 6.3.3): an interlaced sequence counts them for each field.
+std::uint32_t MacroblockRows(const SequenceHeader& inSequence) {
+    if (inSequence.progressiveSequence != 0) return inSequence.mbHeight;
+    return (inSequence.verticalSize + 31) / 32 * 2;
+}
+
+}  // namespace
+
+Vexmora_Status Decoder::GetFileInfo(FileInfo& outInfo) {
+    if (const Vexmora_Status status = EnsureSequenceHeader(); status != Vexmora_Ok) return status;
+    const SequenceHeader& sequence = mParameters.sequence;
+    const IndexHeader& header = mIndex.header;
+    const bool knowsFirstPicture = !mIndex.records.empty() && IsValid(mIndex.records.front());
+    outInfo.width = sequence.horizontalSize;
+    outInfo.height = sequence.verticalSize;
+    outInfo.frameCount = header.lastFrame - header.firstFrame + 1;
+    outInfo.pitch = sequence.lumaStride;
+    outInfo.progressive = knowsFirstPicture ? (mIndex.records.front().flags & kProgressiveFrameBit) != 0
+                                            : sequence.progressiveSequence != 0;
+    SetPixelAspectRatio(sequence, outInfo.pixelAspectRatio);
+    outInfo.displayWidth = sequence.displayWidth;
+    outInfo.displayHeight = sequence.displayHeight;
+    outInfo.framePeriod = sequence.framePeriod;
+    outInfo.effectiveFrameRate = header.effectiveFrameRate;
+    return Vexmora_Ok;
+}
+
+Vexmora_Status Decoder::IndexFile(float& outProgress, bool inIndexFlag) {
+    return mIndexing.Advance(mPath, mServices.indexLocation, inIndexFlag, outProgress);
+}
+
+// The usual sizes leave 128 lines to spare; narrow and small pictures need more, because rows are padded and
+// macroblocks are written whole.
+Decoder::FrameSizes Decoder::GetFrameSizes() {
+    static_cast<void>(EnsureSequenceHeader());  // without one the sizes are 0
+    const SequenceHeader& sequence = mParameters.sequence;
+    if (sequence.horizontalSize == 0 || sequence.verticalSize == 0) return {0, 0};
+    const std::uint32_t usual = sequence.horizontalSize * (sequence.verticalSize + 128);
+    const std::uint32_t rows = MacroblockRows(sequence);
+    return {std::max(usual, sequence.lumaStride * rows * 16),
+            std::max(usual / 4, RoundUpTo128(sequence.lumaStride / 2) * rows * 8)};
+}
+
+}  // namespace Vexmora
