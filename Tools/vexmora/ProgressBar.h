@@ -1,0 +1,35 @@
+// One line on the terminal that shows how far a file has been read.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <string>
+
+namespace Vexmora {
+
+/// Draws at most ten times a second and leaves an empty line behind. Draws nothing when standard error is not
+/// a terminal.
+class ProgressBar {
+  public:
+    /// @param inFile the file as the user named it. @param inQuiet draw nothing at all.
+    ProgressBar(const std::string& inFile, bool inQuiet);
+    ~ProgressBar();
+    ProgressBar(const ProgressBar&) = delete;
+    ProgressBar& operator=(const ProgressBar&) = delete;
+
+    /// @param inDone, inTotal bytes.
+    void Update(std::uint64_t inDone, std::uint64_t inTotal);
+
+  private:
+    using Clock = std::chrono::steady_clock;
+
+    std::string Line(std::uint64_t inDone, std::uint64_t inTotal, double inSeconds) const;
+    void Erase() const;
+
+    const bool mEnabled;
+    const std::string mName;
+    const Clock::time_point mStart;
+    Clock::time_point mNextDraw;
+};
+
+}  // namespace Vexmora

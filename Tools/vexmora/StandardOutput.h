@@ -1,0 +1,17 @@
+// Standard output whose failures are noticed: a full disk never passes for success.
+#pragma once
+
+#include <string_view>
+
+namespace Vexmora {
+
+/// Thrown when whoever read standard output has closed it: no reason for a message, but for stopping.
+struct OutputClosed {};
+
+/// Writes text; throws Problem, or OutputClosed when the reader is gone.
+void WriteOutput(std::string_view inText);
+
+/// Hands everything written so far to the system; throws as WriteOutput does. Call it before saying "done".
+void FlushOutput();
+
+}  // namespace Vexmora

@@ -1,0 +1,65 @@
+// What the command reports about a stream, worked out of its index.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "StreamIndex.h"
+
+namespace Vexmora {
+
+/// How many pictures of each type the index has; holes are positions without a picture.
+struct PictureCounts {
+    std::uint64_t typeI = 0;
+    std::uint64_t typeP = 0;
+    std::uint64_t typeB = 0;
+    std::uint64_t holes = 0;
+};
+
+/// The facts of one file, in the units in which they are reported.
+struct StreamFacts {
+    std::string file;
+    IndexHeader header{};
+    /// Of all index positions, not only of the usable frames.
+    PictureCounts pictures;
+    /// Pictures that repeat a field: what pulldown leaves in a stream.
+    std::uint64_t repeatedFields = 0;
+    std::uint64_t frameCount = 0;
+    bool progressive = false;
+    /// The coded size where the stream has no display size.
+    std::uint32_t displayWidth = 0;
+    std::uint32_t displayHeight = 0;
+    std::optional<double> pixelAspectRatio;
+    /// Frames per second after pulldown detection; nothing when it could not be determined.
+    std::optional<double> effectiveFrameRate;
+
+    /// Seconds that the usable frames last.
+    std::optional<double> Duration() const;
+};
+
+StreamFacts GatherFacts(const std::string& inFile, const StreamIndex& inIndex);
+
+/// "elementary", "program" or "transport".
+std::string_view KindName(const IndexHeader& inHeader);
+
+/// "progressive", "top", "bottom" or "mixed".
+std::string_view FieldOrderName(const IndexHeader& inHeader);
+
+/// "16:9" and so on, of the whole picture; empty for a reserved code.
+std::string DisplayAspect(const IndexHeader& inHeader);
+
+/// One record as the writers show it.
+struct RecordFacts {
+    /// "I", "P", "B"; empty for a hole.
+    std::string_view type;
+    /// Index positions of the reference pictures.
+    std::optional<std::int64_t> past;
+    std::optional<std::int64_t> future;
+};
+
+/// @param inPosition the record's index position.
+RecordFacts FactsOf(const FrameRecord& inRecord, std::size_t inPosition);
+
+}  // namespace Vexmora

@@ -1,0 +1,14 @@
+// What the command asks the operating system about the terminal.
+#pragma once
+
+#include <cstddef>
+
+namespace Vexmora {
+
+/// Whether standard error is a terminal.
+bool StandardErrorIsTerminal();
+
+/// Columns of the terminal at standard error; 80 when it does not say.
+std::size_t TerminalColumns();
+
+}  // namespace Vexmora
