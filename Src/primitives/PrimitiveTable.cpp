@@ -1,0 +1,78 @@
+// Fills the dispatch tables: each variant starts from a lower one and replaces what it makes faster.
+#include "primitives/PrimitiveTable.h"
+
+#include "primitives/Variant.h"
+#include "primitives/avx2/Avx2.h"
+#include "primitives/portable/Portable.h"
+#include "primitives/sse2/Sse2.h"
+
+namespace Vexmora {
+namespace {
+
+constexpr PrimitiveTable kPortable{
+    .findStartCodePrefix = FindStartCodePrefix_Portable,
+    .decodeVlcSymbol = DecodeVlcSymbol_Portable,
+    .decodeIntraBlock = DecodeIntraBlock_Portable,
+    .decodeNonIntraBlock = DecodeNonIntraBlock_Portable,
+    .inverseDctToPixels = InverseDctToPixels_Portable,
+    .inverseDctToResidual = InverseDctToResidual_Portable,
+    .reducedIdctToPixels = ReducedIdctToPixels_Portable,
+    .reducedIdctToResidual = ReducedIdctToResidual_Portable,
+    .quarterIdctToPixels = QuarterIdctToPixels_Portable,
+    .quarterIdctToResidual = QuarterIdctToResidual_Portable,
+    .copyBlock = CopyBlock_Portable,
+    .copyBytes = CopyBytes_Portable,
+    .fillBlock = FillBlock_Portable,
+    .predictBlock = {PredictBlock_Portable<16, 16>, PredictBlock_Portable<16, 8>,
+                     PredictBlock_Portable<8, 16>, PredictBlock_Portable<8, 8>, PredictBlock_Portable<8, 4>,
+                     PredictBlock_Portable<4, 8>, PredictBlock_Portable<4, 4>, PredictBlock_Portable<4, 2>},
+    .predictBlockBidirectional =
+        {PredictBlockBidirectional_Portable<16, 16>, PredictBlockBidirectional_Portable<16, 8>,
+         PredictBlockBidirectional_Portable<8, 16>, PredictBlockBidirectional_Portable<8, 8>,
+         PredictBlockBidirectional_Portable<8, 4>, PredictBlockBidirectional_Portable<4, 8>,
+         PredictBlockBidirectional_Portable<4, 4>, PredictBlockBidirectional_Portable<4, 2>},
+};
+
+#if defined(__x86_64__)
+
+constexpr PrimitiveTable MakeSse2() {
+    PrimitiveTable table = kPortable;
+    table.findStartCodePrefix = FindStartCodePrefix_Sse2;
+    return table;
+}
+
+constexpr PrimitiveTable MakeAvx2() {
+    PrimitiveTable table = MakeSse2();
+    table.findStartCodePrefix = FindStartCodePrefix_Avx2;
+    return table;
+}
+
+constexpr PrimitiveTable kSse2 = MakeSse2();
+
+// Table 3 also serves processors of table 4 and 5 when its code is asked for, and those may lack MOVBE:
+// nothing in it may use that instruction.
+constexpr std::array<PrimitiveTable, kTableCount> kTables{kSse2, kSse2, kSse2,     kSse2,
+                                                          kSse2, kSse2, MakeAvx2()};
+
+#else
+
+constexpr std::array<PrimitiveTable, kTableCount> kTables{kPortable, kPortable, kPortable, kPortable,
+                                                          kPortable, kPortable, kPortable};
+
+#endif
+
+}  // namespace
+
+const PrimitiveTable& PortablePrimitives() {
+    return kPortable;
+}
+
+const PrimitiveTable& PrimitivesAt(int inTable) {
+    return kTables[static_cast<std::size_t>(inTable)];
+}
+
+const PrimitiveTable& SelectedPrimitives() {
+    return PrimitivesAt(SelectedTable());
+}
+
+}  // namespace Vexmora

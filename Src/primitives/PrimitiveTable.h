@@ -1,0 +1,87 @@
+// The dispatch tables: every primitive of a variant as a function pointer.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+#include "primitives/BitPosition.h"
+#include "primitives/BlockDecode.h"
+#include "primitives/Prediction.h"
+#include "primitives/PrimitiveStatus.h"
+#include "primitives/VlcTable.h"
+
+namespace Vexmora {
+
+/// An 8 x 8 inverse transform, or a reduced one, into pixels that are clipped to 0..255; step in bytes.
+using TransformToPixels = PrimitiveStatus (*)(const CoefficientBlock& inBlock, std::uint8_t* outPixels,
+                                              std::ptrdiff_t inStep);
+/// The same into a residual, unclipped.
+using TransformToResidual = PrimitiveStatus (*)(const CoefficientBlock& inBlock, std::int16_t* outResidual,
+                                                std::ptrdiff_t inStepBytes);
+
+/// Forms a prediction, adds the residual and saturates to 0..255. The pixels overlap neither reference.
+using Predict = PrimitiveStatus (*)(const ReferenceBlock& inReference, const ResidualBlock& inResidual,
+                                    const PixelBlock& outPixels);
+/// The same from the average of two predictions, halves rounded up.
+using PredictBidirectional = PrimitiveStatus (*)(const ReferenceBlock& inFirst,
+                                                 const ReferenceBlock& inSecond,
+                                                 const ResidualBlock& inResidual,
+                                                 const PixelBlock& outPixels);
+
+/// One implementation of every primitive. All tables give identical results, bit for bit. A null pointer
+/// or an empty code table where none is allowed gives NullPointer, a length or size of 0 or less
+/// SizeNotPositive; nothing is written then. None keeps state, so all may run on several threads at once.
+struct PrimitiveTable {
+    /// As FindStartCodePrefix in StartCodeSearch.h.
+    std::size_t (*findStartCodePrefix)(const std::uint8_t* inBytes, std::size_t inPositions);
+
+    /// Decodes one code and moves behind it. BadCode if the table has no such code, OutOfData if it ends
+    /// behind the data; position and value are then left as they were.
+    PrimitiveStatus (*decodeVlcSymbol)(BitPosition& ioPosition, const VlcTable& inTable,
+                                       std::int32_t& outValue);
+
+    /// Decodes an intra block: DC differential, run-level codes up to the end of block, inverse scan and
+    /// quantisation, saturation, mismatch control (ISO/IEC 13818-2, 7.2 to 7.4). Any failure (BadCode,
+    /// TooManyCoefficients, OutOfData) leaves position and predictor as they were and the block undefined.
+    PrimitiveStatus (*decodeIntraBlock)(BitPosition& ioPosition, const IntraBlockCoding& inCoding,
+                                        std::int16_t& ioDcPredictor, CoefficientBlock& outBlock);
+    /// The same for a non-intra block, all of whose coefficients are run-level codes.
+    PrimitiveStatus (*decodeNonIntraBlock)(BitPosition& ioPosition, const NonIntraBlockCoding& inCoding,
+                                           CoefficientBlock& outBlock);
+
+    /// The inverse 8 x 8 transform (7.5), with the accuracy of Annex A. Coefficients are -2048 to 2047.
+    TransformToPixels inverseDctToPixels;
+    TransformToResidual inverseDctToResidual;
+    /// Its values at columns 0, 2, 4, 6, from coefficient columns 0 to 3: 4 wide, 8 rows.
+    TransformToPixels reducedIdctToPixels;
+    TransformToResidual reducedIdctToResidual;
+    /// The rows 0, 2, 4, 6 of that: 4 x 4.
+    TransformToPixels quarterIdctToPixels;
+    TransformToResidual quarterIdctToResidual;
+
+    /// Copies an area of bytes to one that does not overlap it.
+    PrimitiveStatus (*copyBlock)(const std::uint8_t* inSource, std::ptrdiff_t inSourceStep,
+                                 std::uint8_t* outDestination, std::ptrdiff_t inDestinationStep,
+                                 std::int32_t inWidth, std::int32_t inHeight);
+    PrimitiveStatus (*copyBytes)(const std::uint8_t* inSource, std::uint8_t* outDestination,
+                                 std::int64_t inLength);
+    PrimitiveStatus (*fillBlock)(std::uint8_t inValue, std::uint8_t* outDestination, std::ptrdiff_t inStep,
+                                 std::int32_t inWidth, std::int32_t inHeight);
+
+    /// Indexed by BlockSize.
+    std::array<Predict, kBlockSizeCount> predictBlock;
+    std::array<PredictBidirectional, kBlockSizeCount> predictBlockBidirectional;
+};
+
+/// The plain implementation, which every other one must equal.
+const PrimitiveTable& PortablePrimitives();
+
+/// Table inTable, 0 to kTableCount - 1 (see Variant.h). Calling into it takes a processor that has its
+/// features.
+const PrimitiveTable& PrimitivesAt(int inTable);
+
+/// The table of the selected variant.
+const PrimitiveTable& SelectedPrimitives();
+
+}  // namespace Vexmora

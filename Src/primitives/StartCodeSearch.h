@@ -1,0 +1,13 @@
+// The search for the prefix of MPEG start codes, 00 00 01.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace Vexmora {
+
+/// Index of the first i < inPositions with 00 00 01 at inBytes[i], else inPositions. Reads inBytes[0] to
+/// inBytes[inPositions + 1] and not one byte more.
+std::size_t FindStartCodePrefix(const std::uint8_t* inBytes, std::size_t inPositions);
+
+}  // namespace Vexmora

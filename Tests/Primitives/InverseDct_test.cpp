@@ -1,0 +1,251 @@
+// Accuracy and equality of the inverse transforms.
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cmath>
+#include <numbers>
+
+#include "Primitives/PrimitiveSupport.h"
+
+namespace Vexmora::Test {
+namespace {
+
+using Matrix = std::array<std::array<double, 8>, 8>;
+
+/// Row u holds the u-th basis function of the orthonormal transform.
+const Matrix& Basis() {
+    static const Matrix basis = [] {
+        Matrix made;
+        for (std::size_t u = 0; u < 8; ++u) {
+            for (std::size_t x = 0; x < 8; ++x) {
+                made[u][x] = (u == 0 ? std::sqrt(0.125) : 0.5) *
+                             std::cos((2.0 * static_cast<double>(x) + 1.0) * static_cast<double>(u) *
+                                      std::numbers::pi / 16.0);
+            }
+        }
+        return made;
+    }();
+    return basis;
+}
+
+enum class Direction { Forward, Inverse };
+
+Matrix Transform(const Matrix& inValues, Direction inDirection) {
+    const auto weight = [inDirection](std::size_t inOut, std::size_t inIn) {
+        return inDirection == Direction::Forward ? Basis()[inOut][inIn] : Basis()[inIn][inOut];
+    };
+    Matrix half{}, whole{};
+    for (std::size_t i = 0; i < 8; ++i) {
+        for (std::size_t j = 0; j < 8; ++j) {
+            for (std::size_t k = 0; k < 8; ++k) half[i][j] += weight(j, k) * inValues[i][k];
+        }
+    }
+    for (std::size_t i = 0; i < 8; ++i) {
+        for (std::size_t j = 0; j < 8; ++j) {
+            for (std::size_t k = 0; k < 8; ++k) whole[i][j] += weight(i, k) * half[k][j];
+        }
+    }
+    return whole;
+}
+
+CoefficientBlock ToCoefficients(const Matrix& inValues) {
+    CoefficientBlock block{};
+    for (std::size_t p = 0; p < 64; ++p) {
+        const double rounded = std::clamp(std::floor(inValues[p / 8][p % 8] + 0.5), -2048.0, 2047.0);
+        block.values[p] = static_cast<std::int16_t>(rounded);
+        if (block.values[p] != 0) block.nonZero |= std::uint64_t{1} << p;
+    }
+    return block;
+}
+
+Matrix ExactInverse(const CoefficientBlock& inBlock) {
+    Matrix coefficients;
+    for (std::size_t p = 0; p < 64; ++p) coefficients[p / 8][p % 8] = inBlock.values[p];
+    return Transform(coefficients, Direction::Inverse);
+}
+
+/// The generator that IEEE Std 1180-1990 prescribes.
+class Generator {
+  public:
+    double Next(int inLowest, int inHighest) {
+        mState = mState * 1103515245 + 12345;
+        const double fraction = static_cast<double>(mState & 0x7FFFFFFE) / static_cast<double>(0x7FFFFFFF);
+        return std::floor(fraction * (inHighest - inLowest + 1)) + inLowest;
+    }
+
+  private:
+    std::uint32_t mState = 1;
+};
+
+struct Errors {
+    std::array<double, 64> sum{};
+    std::array<double, 64> squares{};
+    double peak = 0;
+
+    void Add(std::size_t inPosition, double inError) {
+        sum[inPosition] += inError;
+        squares[inPosition] += inError * inError;
+        peak = std::max(peak, std::abs(inError));
+    }
+};
+
+Errors MeasureRange(const PrimitiveTable& inPrimitives, int inLowest, int inHighest, int inSign,
+                    int inBlocks) {
+    Generator generator;
+    Errors errors;
+    for (int i = 0; i < inBlocks; ++i) {
+        Matrix pixels;
+        for (auto& row : pixels) {
+            for (double& pixel : row) pixel = inSign * generator.Next(inLowest, inHighest);
+        }
+        const CoefficientBlock block = ToCoefficients(Transform(pixels, Direction::Forward));
+        const Matrix exact = ExactInverse(block);
+        std::int16_t residual[64];
+        EXPECT_EQ(inPrimitives.inverseDctToResidual(block, residual, 16), PrimitiveStatus::Ok);
+        for (std::size_t p = 0; p < 64; ++p) {
+            const double expected = std::clamp(std::floor(exact[p / 8][p % 8] + 0.5), -256.0, 255.0);
+            errors.Add(p, std::clamp<double>(residual[p], -256.0, 255.0) - expected);
+        }
+    }
+    return errors;
+}
+
+TEST(InverseDct, MeetsIeee1180InAllRanges) {
+    constexpr int kBlocks = 10000;
+    const struct {
+        int lowest;
+        int highest;
+    } kRanges[] = {{-256, 255}, {-5, 5}, {-300, 300}};
+    for (const auto& range : kRanges) {
+        for (const int sign : {1, -1}) {
+            SCOPED_TRACE(std::to_string(range.highest) + " times " + std::to_string(sign));
+            const Errors errors =
+                MeasureRange(PortablePrimitives(), range.lowest, range.highest, sign, kBlocks);
+            EXPECT_LE(errors.peak, 1.0);
+            double sum = 0, squares = 0;
+            for (std::size_t p = 0; p < 64; ++p) {
+                EXPECT_LE(std::abs(errors.sum[p]) / kBlocks, 0.015);
+                EXPECT_LE(errors.squares[p] / kBlocks, 0.06);
+                sum += errors.sum[p];
+                squares += errors.squares[p];
+            }
+            EXPECT_LE(std::abs(sum) / kBlocks / 64, 0.0015);
+            EXPECT_LE(squares / kBlocks / 64, 0.02);
+        }
+    }
+}
+
+/// Coefficients at inPositions of a block, the largest and smallest values among them.
+CoefficientBlock SparseBlock(Random& ioRandom, std::uint64_t inPositions) {
+    constexpr int kExtremes[] = {-2048, 2047, -1, 1};
+    CoefficientBlock block{};
+    for (std::size_t p = 0; p < 64; ++p) {
+        if ((inPositions >> p & 1) == 0) continue;
+        const bool extreme = ioRandom.Between(0, 3) == 0;
+        block.values[p] = static_cast<std::int16_t>(extreme ? kExtremes[ioRandom.Between(0, 3)]
+                                                            : ioRandom.Between(-2048, 2047));
+    }
+    block.nonZero = inPositions;
+    return block;
+}
+
+TEST(InverseDct, EveryTableAndShortcutGivesTheSameBits) {
+    Random random;
+    std::vector<std::uint64_t> shapes{0,    1, 1 | std::uint64_t{1} << 63, 0xFF, 0xFFFF, 0x0F0F0F0F0F0F0F0F,
+                                      ~0ULL};
+    for (unsigned p = 0; p < 64; ++p) shapes.push_back(std::uint64_t{1} << p);
+    for (int i = 0; i < 200; ++i) {
+        const auto half = [&] {
+            return static_cast<std::uint64_t>(random.Between(0, INT32_MAX)) * 0x9E3779B97F4A7C15;
+        };
+        shapes.push_back(half() & half());
+    }
+    const auto run = [](const PrimitiveTable& in, const CoefficientBlock& inBlock) {
+        std::vector<int> all;
+        for (const auto transform : {in.inverseDctToPixels, in.reducedIdctToPixels, in.quarterIdctToPixels}) {
+            std::uint8_t pixels[8 * 9];
+            std::fill_n(pixels, sizeof pixels, std::uint8_t{0x5A});  // What is not written stays the same.
+            EXPECT_EQ(transform(inBlock, pixels, 9), PrimitiveStatus::Ok);
+            all.insert(all.end(), std::begin(pixels), std::end(pixels));
+        }
+        for (const auto transform :
+             {in.inverseDctToResidual, in.reducedIdctToResidual, in.quarterIdctToResidual}) {
+            std::int16_t residual[8 * 9];
+            std::fill_n(residual, 8 * 9, std::int16_t{0x5A5A});
+            EXPECT_EQ(transform(inBlock, residual, 18), PrimitiveStatus::Ok);
+            all.insert(all.end(), std::begin(residual), std::end(residual));
+        }
+        return all;
+    };
+    for (const std::uint64_t shape : shapes) {
+        for (int round = 0; round < 5; ++round) {
+            CoefficientBlock block = SparseBlock(random, shape);
+            const CoefficientBlock sparse = block;
+            block.nonZero = ~std::uint64_t{0};
+            const std::vector<int> full = run(PortablePrimitives(), block);
+            for (const NamedTable& table : RunnableTables()) {
+                ASSERT_EQ(run(*table.primitives, sparse), full) << table.name << std::hex << " " << shape;
+            }
+        }
+    }
+}
+
+TEST(InverseDct, WorstCasesNeitherOverflowNorWrap) {
+    for (std::size_t y = 0; y < 8; ++y) {
+        for (std::size_t x = 0; x < 8; ++x) {
+            CoefficientBlock block{};
+            for (std::size_t p = 0; p < 64; ++p) {  // Everything adds up at (x, y).
+                block.values[p] = Basis()[p / 8][y] * Basis()[p % 8][x] < 0 ? -2048 : 2047;
+            }
+            block.nonZero = ~std::uint64_t{0};
+            const Matrix exact = ExactInverse(block);
+            std::int16_t residual[64];
+            ASSERT_EQ(PortablePrimitives().inverseDctToResidual(block, residual, 16), PrimitiveStatus::Ok);
+            for (std::size_t p = 0; p < 64; ++p) EXPECT_NEAR(residual[p], exact[p / 8][p % 8], 1.5);
+        }
+    }
+}
+
+TEST(ReducedIdct, EqualsEvenColumnsAndRowsOfTheFullTransform) {
+    Generator generator;
+    for (int i = 0; i < 5000; ++i) {
+        Matrix pixels;
+        for (auto& row : pixels) {
+            for (double& pixel : row) pixel = generator.Next(-255, 255);
+        }
+        Matrix coefficients = Transform(pixels, Direction::Forward);
+        for (auto& row : coefficients) std::fill(row.begin() + 4, row.end(), 0.0);
+        const CoefficientBlock block = ToCoefficients(coefficients);
+        const Matrix exact = ExactInverse(block);
+        std::int16_t reduced[8][4];
+        std::int16_t quarter[4][4];
+        std::uint8_t quarter_pixels[4][4];
+        const PrimitiveTable& portable = PortablePrimitives();
+        ASSERT_EQ(portable.reducedIdctToResidual(block, reduced[0], 8), PrimitiveStatus::Ok);
+        ASSERT_EQ(portable.quarterIdctToResidual(block, quarter[0], 8), PrimitiveStatus::Ok);
+        ASSERT_EQ(portable.quarterIdctToPixels(block, quarter_pixels[0], 4), PrimitiveStatus::Ok);
+        for (std::size_t y = 0; y < 8; ++y) {
+            for (std::size_t x = 0; x < 4; ++x) {
+                ASSERT_NEAR(reduced[y][x], std::floor(exact[y][2 * x] + 0.5), 1.0) << x << ", " << y;
+                if (y % 2 != 0) continue;
+                ASSERT_EQ(quarter[y / 2][x], reduced[y][x]);
+                ASSERT_EQ(quarter_pixels[y / 2][x], std::clamp<int>(reduced[y][x], 0, 255));
+            }
+        }
+    }
+}
+
+TEST(ReducedIdct, DcAloneIsFlat) {
+    for (int dc = -2048; dc <= 2047; ++dc) {
+        CoefficientBlock block{};
+        block.values[0] = static_cast<std::int16_t>(dc);
+        block.nonZero = 1;
+        std::int16_t reduced[32];
+        ASSERT_EQ(PortablePrimitives().reducedIdctToResidual(block, reduced, 8), PrimitiveStatus::Ok);
+        for (const std::int16_t value : reduced) ASSERT_EQ(value, reduced[0]) << dc;
+        ASSERT_NEAR(reduced[0], dc / 8.0, 1.0);
+    }
+}
+
+}  // namespace
+}  // namespace Vexmora::Test
