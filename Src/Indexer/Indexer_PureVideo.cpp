@@ -111,8 +111,10 @@ void PureVideoIndexer::ScanPiece(const VideoPiece& inPiece, std::size_t inFrom) 
     }
     mUnscanned = std::min(mUnscanned + inPiece.size - scanned, mLimits.bytesInHand - 1);
     while (at < inPiece.size && !MayBePrefix(inPiece.bytes + at, inPiece.size - at)) ++at;
-    mCarry.Append(inPiece.bytes + at, inPiece.size - at,
-                  {inPiece.origin.position + at, inPiece.origin.packetPosition});
+    if (at < inPiece.size) {
+        mCarry.Append(inPiece.bytes + at, inPiece.size - at,
+                      {inPiece.origin.position + at, inPiece.origin.packetPosition});
+    }
 }
 
 }  // namespace Vexmora
