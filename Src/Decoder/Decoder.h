@@ -14,6 +14,7 @@
 #include "Vexmora/Status.h"
 #include "Vexmora/UTF16String.h"
 #include "index_file/IndexFile_Format.h"
+#include "mpeg2/DecodingTables.h"
 #include "mpeg2/Parameters.h"
 
 namespace Vexmora {
@@ -69,6 +70,8 @@ class Decoder {
     const HostServices mServices;
     const bool mIndexFlag;
     const std::unique_ptr<Splitter> mSplitter;
+    /// Keeps the process's decoding tables.
+    const DecodingTables mTables;
     StartCodeTable mStartCodes;
     DecodingParameters mParameters;
     /// The sequence header was looked for, found or not.

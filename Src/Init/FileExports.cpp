@@ -1,8 +1,10 @@
-// The exports over opened files and buffer instances: each passes its call to the instance behind the barrier.
+// Start-up, shut-down, and the exports over opened files and buffer instances, each of which passes its call to
+// the instance behind the barrier.
 #include <memory>
 
 #include "Decoder/Decoder.h"
 #include "Init/ExceptionBarrier.h"
+#include "Startup/Startup.h"
 #include "Vexmora/Vexmora.h"
 
 using Vexmora::BehindBarrier;
@@ -24,6 +26,14 @@ Decoder& FromHandle(Vexmora_Handle inHandle) {
 }
 
 }  // namespace
+
+void Vexmora_Startup() {
+    Vexmora::Startup();
+}
+
+void Vexmora_Shutdown() {
+    Vexmora::Shutdown();
+}
 
 // ---- Opening and closing -------------------------------------------------------------------------------------
 

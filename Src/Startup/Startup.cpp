@@ -1,13 +1,12 @@
 // Start-up and shut-down: the processor variant is chosen and the executor made once, however often the host
 // calls.
-#include "Init/Startup.h"
+#include "Startup/Startup.h"
 
 #include <cstdint>
 
 #include "Contract/Contract.h"
 #include "Orvet/CriticalSection.h"
 #include "Orvet/SystemInfo.h"
-#include "Vexmora/Vexmora.h"
 #include "primitives/Variant.h"
 
 namespace Vexmora {
@@ -45,10 +44,7 @@ const boost::shared_ptr<Pavlin::threads::AsyncExecutor>& CpuExecutor() {
     return gState.executor;
 }
 
-}  // namespace Vexmora
-
-void Vexmora_Startup() {
-    using namespace Vexmora;
+void Startup() {
     const Orvet::CriticalSectionLock lock(gState.lock);
     if (gState.count == 0) {
         Check(SelectVariant(), contracts::kVariantSelected);
@@ -57,10 +53,11 @@ void Vexmora_Startup() {
     ++gState.count;
 }
 
-void Vexmora_Shutdown() {
-    using namespace Vexmora;
+void Shutdown() {
     boost::shared_ptr<Pavlin::threads::AsyncExecutor> released;  // its threads end outside the lock
     const Orvet::CriticalSectionLock lock(gState.lock);
     if (gState.count == 0) return;
     if (--gState.count == 0) released.swap(gState.executor);
 }
+
+}  // namespace Vexmora
