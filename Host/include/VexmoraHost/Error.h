@@ -1,0 +1,32 @@
+// The one type that the reference host throws when something cannot be done.
+#pragma once
+
+#include <filesystem>
+#include <stdexcept>
+#include <string>
+
+#include "Vexmora/Status.h"
+
+namespace VexmoraHost {
+
+/// What went wrong, with which file, and what the user can do about it. Besides this type only std::bad_alloc
+/// leaves the reference host (and what a callback of the caller throws).
+class Error : public std::runtime_error {
+  public:
+    /// what() becomes "PATH: PROBLEM (ADVICE)".
+    Error(Vexmora_Status inStatus, std::filesystem::path inPath, const std::string& inProblem,
+          const std::string& inAdvice);
+
+    /// Vexmora_Failure: a file cannot be opened, read or written. Vexmora_Unsupported and
+    /// Vexmora_NoSequenceHeader: the library does not support the data. Vexmora_NotFinished: the progress
+    /// callback cancelled. Vexmora_IndexNotWritten: the media was indexed but the index was not kept.
+    Vexmora_Status Status() const noexcept { return mStatus; }
+    /// The file or folder that the problem lies with.
+    const std::filesystem::path& Path() const noexcept { return mPath; }
+
+  private:
+    Vexmora_Status mStatus;
+    std::filesystem::path mPath;
+};
+
+}  // namespace VexmoraHost

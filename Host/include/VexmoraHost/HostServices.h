@@ -1,0 +1,40 @@
+// What this process lends to the library: memory, a block cache, the place of index files, and its start-up.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "Vexmora/HostServices.h"
+#include "VexmoraHost/BlockCache.h"
+#include "VexmoraHost/MediaIdentity.h"
+#include "VexmoraHost/Memory.h"
+
+namespace VexmoraHost {
+
+/// Bytes that the block cache of the process may keep unless told otherwise.
+inline constexpr std::size_t kDefaultBlockCacheBytes = std::size_t{128} << 20;
+
+/// The memory and the block cache behind Services, one of each in the process. They are never destroyed: the
+/// library may release a block at any time before the process ends.
+Memory& ProcessMemory();
+BlockCache& ProcessBlockCache();
+
+/// The identifier under which the blocks of this content are cached in this process: the same for the same
+/// identity, never 0 (0, no caching, only after 2^32 - 1 different files). Throws std::bad_alloc.
+std::uint32_t CacheIdFor(const Guid& inIdentity);
+
+/// The function tables to open files with, the same for all handles of the process. The index-location
+/// functions answer for the IndexSession in force on the calling thread.
+/// @param inCacheId of the file to open; 0 for no block cache.
+Vexmora::HostServices Services(std::uint32_t inCacheId = 0);
+
+/// Keeps the library started up for its lifetime; may be nested.
+class Library {
+  public:
+    Library();
+    ~Library();
+    Library(const Library&);
+    Library& operator=(const Library&) = default;
+};
+
+}  // namespace VexmoraHost

@@ -1,0 +1,90 @@
+// An MPEG-2 file, opened with its frame index.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "Vexmora/Vexmora.h"
+#include "VexmoraHost/Error.h"
+#include "VexmoraHost/HostServices.h"
+
+namespace VexmoraHost {
+
+/// Told how indexing goes on: bytes of the file done and in all; (total, total) when the index is built.
+/// Returning false before that cancels: opening throws Error with Vexmora_NotFinished and nothing is left on
+/// disk. Called on the thread that opens; what it throws comes out of Movie::Open.
+using Progress = std::function<bool(std::uint64_t inBytesDone, std::uint64_t inBytesTotal)>;
+
+/// How to open a file.
+struct OpenOptions {
+    /// Folder of the index files; empty for IndexStore::DefaultFolder. Each movie may have another one.
+    std::filesystem::path indexDir = {};
+    /// Index the file even if its index is known; the new index then takes the place of the old one.
+    bool forceReindex = false;
+    Progress progress = {};
+    /// Bytes that the block cache may keep, for all movies of the process from now on; unchanged when not
+    /// given.
+    std::optional<std::size_t> blockCacheBytes = {};
+};
+
+enum class StreamKind { Elementary, Program, Transport };
+
+/// What is known about a movie.
+struct MovieInfo {
+    /// pixelAspectRatio is 0 when the stream does not say.
+    Vexmora::FileInfo file;
+    Vexmora::IndexHeader index;
+    StreamKind streamKind;
+    /// Record of the first usable frame.
+    std::uint32_t firstFrame;
+    /// Usable frames, which follow one another in the records; never reaches beyond them.
+    std::uint32_t frameCount;
+};
+
+/// One open file. One thread at a time may use it; several movies, of the same file too, are independent and
+/// share what they read.
+///
+///     const Movie movie = Movie::Open("recording.ts", {.progress = [](auto inDone, auto inTotal) {
+///                                                          return ShowPercent(100 * inDone / inTotal);
+///                                                      }});
+///     for (const Vexmora::FrameRecord& record : movie.Records()) …
+class Movie {
+  public:
+    /// Opens a file; indexes it first when its index is not known. Throws Error.
+    static Movie Open(const std::filesystem::path& inPath, const OpenOptions& inOptions = {});
+
+    /// Absolute.
+    const std::filesystem::path& Path() const { return mPath; }
+    const MovieInfo& Info() const { return mInfo; }
+    /// Every picture position, in display order, as the index file holds them: checked against the header and
+    /// the length of the stream; references may point outside. Holes are zero.
+    const std::vector<Vexmora::FrameRecord>& Records() const { return mRecords; }
+    /// Where the index file is kept.
+    const std::filesystem::path& IndexPath() const { return mIndexPath; }
+    /// Whether opening had to index the file.
+    bool WasIndexed() const { return mWasIndexed; }
+
+  private:
+    struct Close {
+        void operator()(Vexmora_InstanceTag* inHandle) const noexcept;
+    };
+    using Handle = std::unique_ptr<Vexmora_InstanceTag, Close>;
+    class Opener;
+
+    Movie() = default;
+
+    Library mLibrary;  // first: started up for as long as the handle lives
+    std::filesystem::path mPath;
+    Handle mHandle;
+    MovieInfo mInfo{};
+    std::vector<Vexmora::FrameRecord> mRecords;
+    std::filesystem::path mIndexPath;
+    bool mWasIndexed = false;
+};
+
+}  // namespace VexmoraHost

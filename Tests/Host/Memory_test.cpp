@@ -1,0 +1,136 @@
+// Blocks live as long as somebody holds a reference, are counted, and handles that name none are refused.
+#include "VexmoraHost/Memory.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <thread>
+#include <vector>
+
+#include "VexmoraHost/HostServices.h"
+
+// Lets the sanitizers' allocators refuse an impossible size as the usual one does, instead of ending the
+// program. NOLINTBEGIN(bugprone-reserved-identifier): names that the sanitizers look for
+extern "C" __attribute__((visibility("default"))) const char* __asan_default_options() {
+    return "allocator_may_return_null=1";
+}
+extern "C" __attribute__((visibility("default"))) const char* __tsan_default_options() {
+    return "allocator_may_return_null=1";
+}
+// NOLINTEND(bugprone-reserved-identifier)
+
+namespace VexmoraHost {
+namespace {
+
+TEST(Memory, BlocksAreAlignedAndCountedUntilTheLastReferenceIsGone) {
+    Memory memory;
+    for (const std::size_t alignment : {1u, 16u, 4096u, 1u << 20}) {
+        const auto block = memory.Allocate(1000, alignment);
+        ASSERT_TRUE(block);
+        EXPECT_NE(*block, 0u);
+        std::uint8_t* const bytes = memory.Address(*block);
+        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(bytes) % alignment, 0u);
+        std::memset(bytes, 0xA5, 1000);
+        EXPECT_EQ(memory.LiveBlocks(), 1u);
+        EXPECT_EQ(memory.LiveBytes(), 1000u);
+        EXPECT_TRUE(memory.AddReference(*block));
+        EXPECT_TRUE(memory.Release(*block));
+        EXPECT_EQ(memory.Address(*block), bytes) << "one reference is left";
+        EXPECT_TRUE(memory.Release(*block));
+        EXPECT_EQ(memory.LiveBlocks(), 0u);
+        EXPECT_EQ(memory.LiveBytes(), 0u);
+    }
+}
+
+TEST(Memory, HandlesOfNoBlockAreRefused) {
+    Memory memory;
+    const auto freed = memory.Allocate(8, 8);
+    ASSERT_TRUE(freed && memory.Release(*freed));
+    const auto successor = memory.Allocate(8, 8);
+    ASSERT_TRUE(successor);
+    for (const Vexmora::MemoryHandle handle :
+         {Vexmora::MemoryHandle{0}, *freed, *successor + 1, ~Vexmora::MemoryHandle{0},
+          *successor ^ Vexmora::MemoryHandle{1} << 40}) {
+        EXPECT_FALSE(memory.AddReference(handle)) << handle;
+        EXPECT_FALSE(memory.Release(handle)) << handle;
+        EXPECT_EQ(memory.Address(handle), nullptr) << handle;
+        EXPECT_EQ(memory.Size(handle), 0u) << handle;
+    }
+    EXPECT_EQ(memory.LiveBlocks(), 1u) << "the successor in the freed block's place was not harmed";
+}
+
+TEST(Memory, WhatCannotBeAllocatedIsRefused) {
+    Memory memory;
+    EXPECT_FALSE(memory.Allocate(0, 16));
+    EXPECT_FALSE(memory.Allocate(16, 0));
+    EXPECT_FALSE(memory.Allocate(16, 24));
+    EXPECT_FALSE(memory.Allocate(std::size_t{1} << 62, 16));
+    EXPECT_EQ(memory.LiveBlocks(), 0u);
+}
+
+TEST(Memory, ThreadsShareAndReleaseBlocks) {
+    Memory memory;
+    const auto shared = memory.Allocate(64, 64);
+    ASSERT_TRUE(shared);
+    std::vector<std::thread> threads;
+    threads.reserve(4);
+    for (int thread = 0; thread < 4; ++thread) {
+        threads.emplace_back([&] {
+            for (int round = 0; round < 2000; ++round) {
+                const auto own = memory.Allocate(32, 16);
+                ASSERT_TRUE(own && memory.AddReference(*shared));
+                std::memset(memory.Address(*own), round, 32);
+                EXPECT_TRUE(memory.Release(*own));
+                EXPECT_TRUE(memory.Release(*shared));
+            }
+        });
+    }
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_EQ(memory.LiveBlocks(), 1u);
+    EXPECT_EQ(memory.LiveBytes(), 64u);
+}
+
+TEST(HostServices, TablesReachTheProcessMemoryAndAnswerFailuresByStatus) {
+    const Vexmora::HostServices services = Services(7);
+    EXPECT_EQ(services.cacheId, 7u);
+    const std::size_t before = ProcessMemory().LiveBlocks();
+    Vexmora::MemoryHandle block = 0;
+    EXPECT_LT(services.memoryAllocator->Allocate(nullptr, Vexmora::kMemoryKind, 100, 16), 0);
+    EXPECT_LT(services.memoryAllocator->Allocate(&block, 1, 100, 16), 0) << "no such kind of memory";
+    EXPECT_LT(services.memoryAllocator->Allocate(&block, Vexmora::kMemoryKind, 0, 16), 0);
+    ASSERT_EQ(services.memoryAllocator->Allocate(&block, Vexmora::kMemoryKind, 100, 16), 0);
+
+    std::uint8_t* bytes = nullptr;
+    EXPECT_LT(services.memoryHandles->Address(block, 1, &bytes), 0);
+    EXPECT_LT(services.memoryHandles->Address(block + 1, Vexmora::kMemoryKind, &bytes), 0);
+    EXPECT_LT(services.memoryHandles->Address(block, Vexmora::kMemoryKind, nullptr), 0);
+    EXPECT_EQ(bytes, nullptr);
+    ASSERT_EQ(services.memoryHandles->Address(block, Vexmora::kMemoryKind, &bytes), 0);
+    bytes[99] = 1;
+
+    services.blockCache->Add(7, block, 3);
+    services.memoryHandles->Release(block);
+    Vexmora::MemoryHandle found = 0;
+    EXPECT_NE(services.blockCache->Find(7, 4, &found), 0);
+    EXPECT_NE(services.blockCache->Find(7, 3, nullptr), 0);
+    ASSERT_EQ(services.blockCache->Find(7, 3, &found), 0);
+    EXPECT_EQ(found, block);
+    ProcessBlockCache().Drop(7);
+    EXPECT_EQ(ProcessMemory().LiveBlocks(), before + 1) << "the finder still holds it";
+    services.memoryHandles->Release(found);
+    services.memoryHandles->Release(found);  // one too many
+    EXPECT_EQ(ProcessMemory().LiveBlocks(), before);
+}
+
+TEST(HostServices, CacheIdsFollowTheIdentity) {
+    const Guid first{{1}};
+    const Guid second{{2}};
+    const std::uint32_t id = CacheIdFor(first);
+    EXPECT_NE(id, 0u);
+    EXPECT_NE(CacheIdFor(second), 0u);
+    EXPECT_NE(CacheIdFor(second), id);
+    EXPECT_EQ(CacheIdFor(first), id);
+}
+
+}  // namespace
+}  // namespace VexmoraHost
