@@ -7,6 +7,7 @@
 #include <limits>
 #include <new>
 
+#include "primitives/PrimitiveTable.h"
 #include "primitives/StartCodeSearch.h"
 
 namespace Vexmora {
@@ -24,21 +25,6 @@ std::uint32_t WholeWords(std::uint32_t inBytes) {
     constexpr std::uint32_t kMost = std::numeric_limits<std::uint32_t>::max() & ~(kWordBytes - 1);
     if (inBytes > kMost) throw std::bad_alloc();
     return (inBytes + kWordBytes - 1) & ~(kWordBytes - 1);
-}
-
-void SwapWord(std::uint8_t* ioWord) {
-    std::uint32_t word;
-    std::memcpy(&word, ioWord, sizeof word);
-    word = __builtin_bswap32(word);
-    std::memcpy(ioWord, &word, sizeof word);
-}
-
-/// Two words with one load and one store.
-void SwapTwoWords(std::uint8_t* ioWords) {
-    std::uint64_t words;
-    std::memcpy(&words, ioWords, sizeof words);
-    words = std::rotl(__builtin_bswap64(words), 32);
-    std::memcpy(ioWords, &words, sizeof words);
 }
 
 ReadPosition StartOfSlice(const CodedPictureBuffer& inBuffer, std::uint32_t inSlice) {
@@ -140,9 +126,7 @@ void CodedPictureBuffer::Record(std::uint32_t inCode, std::uint32_t inPosition) 
 
 void CodedPictureBuffer::SwapWords() {
     const std::uint32_t words = mSize / kWordBytes + (mSize % kWordBytes != 0);
-    std::uint8_t* word = mData;
-    for (std::uint32_t pair = 0; pair < words / 2; ++pair, word += 2 * kWordBytes) SwapTwoWords(word);
-    if (words % 2 != 0) SwapWord(word);
+    SelectedPrimitives().swapWords(mData, words);
     mCarryWordSwapped = true;
 }
 
@@ -150,7 +134,9 @@ void CodedPictureBuffer::MoveCarryToFront() {
     if (mCarrySize == 0) return;
     // Bytes of the carry-over in the picture's last word were swapped with it. The words behind never are.
     const std::uint32_t byteInWord = mCarryOffset % kWordBytes;
-    if (mCarryWordSwapped && byteInWord != 0) SwapWord(mData + (mCarryOffset - byteInWord));
+    if (mCarryWordSwapped && byteInWord != 0) {
+        SelectedPrimitives().swapWords(mData + (mCarryOffset - byteInWord), 1);
+    }
     std::memmove(mData, mData + mCarryOffset, mCarrySize);
     SetSize(mCarrySize);
     ClearCarry();

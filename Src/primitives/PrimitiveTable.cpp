@@ -11,6 +11,7 @@ namespace {
 
 constexpr PrimitiveTable kPortable{
     .findStartCodePrefix = FindStartCodePrefix_Portable,
+    .swapWords = SwapWords_Portable,
     .decodeVlcSymbol = DecodeVlcSymbol_Portable,
     .decodeIntraBlock = DecodeIntraBlock_Portable,
     .decodeNonIntraBlock = DecodeNonIntraBlock_Portable,
@@ -44,6 +45,7 @@ constexpr PrimitiveTable MakeSse2() {
 constexpr PrimitiveTable MakeAvx2() {
     PrimitiveTable table = MakeSse2();
     table.findStartCodePrefix = FindStartCodePrefix_Avx2;
+    table.swapWords = SwapWords_Avx2;
     return table;
 }
 

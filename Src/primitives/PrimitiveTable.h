@@ -35,6 +35,8 @@ using PredictBidirectional = PrimitiveStatus (*)(const ReferenceBlock& inFirst,
 struct PrimitiveTable {
     /// As FindStartCodePrefix in StartCodeSearch.h.
     std::size_t (*findStartCodePrefix)(const std::uint8_t* inBytes, std::size_t inPositions);
+    /// Reverses the four bytes of each of inWords words from ioBytes on; no alignment is needed.
+    void (*swapWords)(std::uint8_t* ioBytes, std::size_t inWords);
 
     /// Decodes one code and moves behind it. BadCode if the table has no such code, OutOfData if it ends
     /// behind the data; position and value are then left as they were.

@@ -18,6 +18,7 @@ struct ResidualBlock;
 struct VlcTable;
 
 std::size_t FindStartCodePrefix_Portable(const std::uint8_t* inBytes, std::size_t inPositions);
+void SwapWords_Portable(std::uint8_t* ioBytes, std::size_t inWords);
 
 PrimitiveStatus DecodeVlcSymbol_Portable(BitPosition& ioPosition, const VlcTable& inTable,
                                          std::int32_t& outValue);
