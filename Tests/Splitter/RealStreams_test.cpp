@@ -1,0 +1,116 @@
+// Every picture of every stream made by real encoders, from first to last and from each index record on,
+// against the elementary stream that ffmpeg extracts.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+#include "Splitter/PictureSource.h"
+
+namespace Vexmora::Test {
+namespace {
+
+constexpr std::uint32_t kLargeCapacity = 8 << 20;
+
+Bytes ReadFile(const std::filesystem::path& inPath) {
+    std::ifstream file(inPath, std::ios::binary);
+    return Bytes(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+}
+
+std::vector<std::filesystem::path> StreamPaths() {
+    std::vector<std::filesystem::path> paths;
+    for (const auto& entry : std::filesystem::directory_iterator(VEXMORA_STREAM_DIR)) {
+        const std::string extension = entry.path().extension().string();
+        const bool isStream =
+            extension == ".m2v" || extension == ".vob" || extension == ".mpg" || extension == ".ts";
+        if (isStream && !entry.path().filename().string().starts_with("refused-"))
+            paths.push_back(entry.path());
+    }
+    EXPECT_FALSE(paths.empty());
+    return paths;
+}
+
+Bytes ElementaryStream(const std::filesystem::path& inPath, const TemporaryFolder& inFolder) {
+    if (inPath.extension() == ".m2v") return ReadFile(inPath);
+    const std::string output = inFolder.Native("video.m2v");
+    const std::string command = "ffmpeg -v error -nostdin -y -i '" + inPath.string() +
+                                "' -map 0:v:0 -c copy -f mpeg2video '" + output + "'";
+    EXPECT_EQ(std::system(command.c_str()), 0);
+    return ReadFile(output);
+}
+
+bool EndsWithPictureStartCode(const Bytes& inBytes) {
+    return inBytes.size() >= 4 && std::equal(inBytes.end() - 4, inBytes.end(), Bytes{0, 0, 1, 0}.begin());
+}
+
+struct Reading {
+    std::uint32_t cacheId;
+    std::uint32_t capacity;
+    std::uint32_t blockSize;
+};
+
+std::vector<Delivery> ReadAll(const std::filesystem::path& inPath, const Reading& inReading) {
+    CountingHost host;
+    PictureSource source(Orvet::PathUtils::FromNative(inPath.string()), host.Services(inReading.cacheId),
+                         inReading.capacity, inReading.blockSize);
+    EXPECT_EQ(source.splitter.Open(), ReadStatus::Ok);
+    return source.Rest();
+}
+
+bool Same(const std::vector<Delivery>& inLeft, const std::vector<Delivery>& inRight) {
+    return std::equal(inLeft.begin(), inLeft.end(), inRight.begin(), inRight.end(),
+                      [](const Delivery& inOne, const Delivery& inOther) {
+                          return inOne.status == inOther.status && inOne.bytes == inOther.bytes;
+                      });
+}
+
+TEST(SplitterRealStreams, DeliverWhatFfmpegExtracts) {
+    for (const auto& path : StreamPaths()) {
+        SCOPED_TRACE(path);
+        const TemporaryFolder folder;
+        const std::vector<Delivery> all = ReadAll(path, {0, kLargeCapacity, BlockReader::kLeastBlockSize});
+        EXPECT_EQ(all.back().status, ReadStatus::EndOfData);
+        EXPECT_TRUE(Joined(all) == Join({ElementaryStream(path, folder), Bytes(4, 0)}));
+        std::size_t largest = 0;
+        for (std::size_t index = 0; index + 1 < all.size(); ++index) {
+            const Bytes& bytes = all[index].bytes;
+            ASSERT_TRUE(EndsWithPictureStartCode(bytes) || bytes.back() == 0xB7);
+            EXPECT_LE(PictureStartCodes(bytes).size(), 1U);
+            largest = std::max(largest, bytes.size());
+        }
+        const auto tight = static_cast<std::uint32_t>(std::max(largest, all.back().bytes.size())) + 8193;
+        for (const Reading& reading :
+             {Reading{0, tight, 4096}, Reading{1, tight, 4099}, Reading{1, kLargeCapacity, 65537}}) {
+            EXPECT_TRUE(Same(ReadAll(path, reading), all)) << "blocks of " << reading.blockSize;
+        }
+    }
+}
+
+TEST(SplitterRealStreams, EveryRecordLeadsToItsPicture) {
+    for (const auto& path : StreamPaths()) {
+        SCOPED_TRACE(path);
+        CountingHost host;
+        PictureSource source(Orvet::PathUtils::FromNative(path.string()), host.Services(1), 1 << 20, 70001);
+        ASSERT_EQ(source.splitter.Open(), ReadStatus::Ok);
+        const std::vector<Delivery> all = source.Rest();
+        std::vector<Bytes> pictures;
+        for (std::size_t index = 0; index + 1 < all.size(); ++index) {
+            if (EndsWithPictureStartCode(all[index].bytes)) pictures.push_back(all[index + 1].bytes);
+        }
+        std::vector<Extent> extents = RecordedExtents(Index(ReadFile(path)));  // in stream order
+        ASSERT_EQ(extents.size(), pictures.size());
+        for (std::size_t number = extents.size(); number-- > 0;) {
+            source.splitter.Seek(static_cast<std::int64_t>(extents[number].offset), *source.buffer);
+            ASSERT_TRUE(EndsWithPictureStartCode(source.Next().bytes));
+            bool found = false;
+            for (int call = 0; call < 16 && !found; ++call) found = source.Next().bytes == pictures[number];
+            ASSERT_TRUE(found) << "record " << number;
+        }
+    }
+}
+
+}  // namespace
+}  // namespace Vexmora::Test
