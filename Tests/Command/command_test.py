@@ -13,6 +13,7 @@ import re
 import select
 import shutil
 import signal
+import sqlite3
 import subprocess
 import sys
 import time
@@ -42,14 +43,50 @@ def made(name, data):
     return path
 
 
-def endless(name):
-    """A file that takes minutes to read: a stream with a hole of 200 GiB behind it."""
+def long(name, gibibytes):
+    """A file that takes long to read: a stream with a hole behind it. To be removed by the test: a copy of
+    the build folder would fill the hole."""
     path = made(name, (STREAMS / TRANSPORT).read_bytes())
-    os.truncate(path, 200 << 30)
+    os.truncate(path, gibibytes << 30)
     return path
 
 
-class Reports(unittest.TestCase):
+def many_pieces(name):
+    """A file that is read in several pieces."""
+    stream = (STREAMS / ELEMENTARY).read_bytes()
+    return made(name, stream * ((48 << 20) // len(stream)))
+
+
+def rest_of(reader):
+    """What can still be read from a pipe or terminal; closes it."""
+    data = b''
+    try:
+        while more := os.read(reader, 65536):
+            data += more
+    except OSError:  # a terminal without another end
+        pass
+    os.close(reader)
+    return data
+
+
+def bytes_read(pid):
+    return int(re.search(r'rchar: (\d+)', Path(f'/proc/{pid}/io').read_text())[1])
+
+
+class Case(unittest.TestCase):
+    """Each test has index files of its own."""
+    def setUp(self):
+        cache = WORK / 'caches' / self.id()
+        os.environ['XDG_CACHE_HOME'] = str(cache)
+        self.store = cache / 'vexmora'
+
+    def kept(self):
+        """The index files in the folder; nothing half-written may lie beside them."""
+        self.assertEqual(list((self.store / 'writing').iterdir()), [])
+        return list(self.store.glob('*.mpgindex'))
+
+
+class Reports(Case):
     def test_facts_agree_with_ffprobe(self):
         # Of streams that start with an open GOP ffprobe leaves pictures out.
         streams = [path for path in sorted(STREAMS.iterdir())
@@ -58,7 +95,8 @@ class Reports(unittest.TestCase):
         for path in streams:
             with self.subTest(path.name):
                 facts = dict(line.split('=') for line in Path(f'{path}.facts').read_text().split())
-                types = [line[0] for line in Path(f'{path}.pictures').read_text().split()]
+                pictures = Path(f'{path}.pictures').read_text().split()
+                types = [line[0] for line in pictures]
                 info = json.loads(run('info', '--json', '--records', path).stdout)
                 self.assertEqual(list(info), KEYS + ['records'])
                 self.assertEqual(info['file'], str(path))
@@ -66,6 +104,9 @@ class Reports(unittest.TestCase):
                 self.assertEqual((info['width'], info['height']), (int(facts['width']), int(facts['height'])))
                 aspect = Fraction(facts['sample_aspect_ratio'].replace(':', '/'))
                 self.assertAlmostEqual(info['pixel_aspect_ratio'], float(aspect), delta=0.001)
+                # Of streams with pulldown ffprobe tells the fields a second.
+                fields = 2 if any(line.endswith(',1') for line in pictures) else 1
+                self.assertEqual(info['frame_rate'] * fields, float(Fraction(facts['r_frame_rate'])))
                 self.assertEqual(info['stream_length'], path.stat().st_size)
                 self.assertEqual(info['frame_count'], len(types))
                 self.assertEqual(info['last_frame'] - info['first_frame'] + 1, len(types))
@@ -80,9 +121,10 @@ class Reports(unittest.TestCase):
             self.assertEqual((info['effective_frame_rate'], info['field_order'], 'records' in info),
                              (rate, order, False), name)
         info = json.loads(run('info', '--json', STREAMS / 'pulldown-352x256.m2v').stdout)
-        self.assertAlmostEqual(info['effective_frame_rate'], 23.976, delta=0.001)
+        self.assertEqual((info['frame_rate'], info['effective_frame_rate']), (30000 / 1001, 23.976))
         self.assertEqual((info['field_order'], info['progressive']), ('mixed', True))
-        self.assertIn('pulldown', run('info', STREAMS / 'pulldown-352x256.m2v').stdout)
+        self.assertRegex(run('info', STREAMS / 'pulldown-352x256.m2v').stdout,
+                         r'(?m)^Frame rate +29\.97 frames/s, effectively 23\.976; 36 pictures .+pulldown')
 
     def test_records_name_pictures_and_their_references(self):
         path = STREAMS / ELEMENTARY
@@ -109,9 +151,11 @@ class Reports(unittest.TestCase):
         lines = run('info', STREAMS / 'top-720x576.m2v').stdout.splitlines()
         self.assertEqual({line[:18].rstrip() for line in lines},
                          {'File', 'Stream', 'Picture size', 'Pixel aspect', 'Frame rate', 'Field order',
-                          'Usable frames', 'Duration', 'Pictures', 'Largest picture'})
+                          'Usable frames', 'Duration', 'Pictures', 'Largest picture', 'Index file'})
         self.assertTrue(all(line[17] == ' ' and line[18] != ' ' for line in lines))
+        self.assertIn('Frame rate        25 frames/s', lines)
         self.assertIn('Duration          0:00:02.000', lines)
+        self.assertIn(f'Index file        {self.kept()[0]}', lines)
 
     def test_name_that_is_not_utf8_gives_valid_json(self):
         path = Path(os.fsdecode(os.fsencode(WORK) + b'/caf\xe9.ts'))
@@ -119,7 +163,7 @@ class Reports(unittest.TestCase):
         self.assertIn('\ufffd', json.loads(run('info', '--json', path).stdout)['file'])
 
 
-class Failures(unittest.TestCase):
+class Failures(Case):
     def check(self, path, status, what, **options):
         """One line of the agreed form, nothing on standard output, the right exit status."""
         result = run('info', path, **options)
@@ -147,6 +191,9 @@ class Failures(unittest.TestCase):
         field = bytearray(video)
         extension = re.search(rb'\x00\x00\x01\xb5[\x80-\x8f]', video).start()
         field[extension + 6] = field[extension + 6] & 0xfc | 1  # picture_structure: top field
+        chroma = bytearray(video)
+        extension = re.search(rb'\x00\x00\x01\xb5[\x10-\x1f]', video).start()
+        chroma[extension + 5] = chroma[extension + 5] & 0xf9 | 2 << 1  # chroma_format: 4:2:2
         for name, data, what in (
                 ('empty', b'', 'is empty'),
                 ('short', b'\0\0\1\xb3', 'no picture'),
@@ -159,9 +206,12 @@ class Failures(unittest.TestCase):
                 ('packets-192', b''.join(b'\1\2\3\4' + packet for packet in split), '192 bytes'),
                 ('no-video', b''.join(packet for packet in split if b'\0\0\1\xb3' not in packet),
                  'no MPEG-2 video'),
-                ('field-pictures', field, 'field pictures')):
+                ('4-2-2', chroma, '4:2:2'),
+                ('field-pictures', field, 'in field pictures')):
             with self.subTest(name):
-                self.check(made(name, data), 3, what)
+                file = made(name, data)
+                self.check(file, 3, what)
+                self.check(file, 3, what)  # also when it is remembered
         self.check(STREAMS / 'refused-mpeg1.m2v', 3, 'MPEG-1 video')
         self.check(STREAMS / 'refused-mpeg1.mpg', 3, 'MPEG-1 system stream')
 
@@ -185,7 +235,8 @@ class Failures(unittest.TestCase):
         self.assertEqual((result.returncode, result.stderr), (1, ''))
 
     def test_usage(self):
-        for arguments in ([], ['nonsense'], ['info'], ['index'], ['info', '--jsn', 'x'], ['info', 'a', 'b']):
+        for arguments in ([], ['nonsense'], ['info'], ['index'], ['info', '--jsn', 'x'], ['info', 'a', 'b'],
+                          ['info', '--force', 'a'], ['index', '--index-dir', '', 'a']):
             result = run(*arguments)
             self.assertRegex(result.stderr, r'\Avexmora: [^\n]+\([^\n]+\)\n\Z')
             self.assertEqual((result.stdout, result.returncode), ('', 2), arguments)
@@ -196,7 +247,7 @@ class Failures(unittest.TestCase):
         self.assertRegex(run('--version').stdout, r'\Avexmora \d+\.\d+\.\d+\n\Z')
 
 
-class Indexing(unittest.TestCase):
+class Indexing(Case):
     def test_one_bad_file_does_not_stop_the_others(self):
         good = [STREAMS / TRANSPORT, STREAMS / ELEMENTARY]
         bad = {1: WORK / 'absent', 3: made('nothing', b'')}
@@ -207,8 +258,9 @@ class Indexing(unittest.TestCase):
             self.assertEqual([line.split(':')[0] for line in lines],
                              [str(file) for file in files if file in good])
             for line in lines:
-                self.assertRegex(line, r': (transport|elementary) stream, 100 pictures, '
-                                       r'[\d.]+ KiB in [\d.]+ s \([\d.]+ .iB/s\)\Z')
+                self.assertRegex(line, r': ((transport|elementary) stream, 100 pictures, [\d.]+ KiB '
+                                       r'in [\d.]+ s \([\d.]+ .iB/s\)|already indexed, 100 pictures), '
+                                       r'index in /.+\.mpgindex\Z')
             self.assertEqual(result.stderr.count('\n'), len(files) - len(lines))
         quiet = run('index', '-q', *good)
         self.assertEqual((quiet.stdout, quiet.stderr, quiet.returncode), ('', '', 0))
@@ -223,8 +275,8 @@ class Indexing(unittest.TestCase):
             ours, theirs = pty.openpty()
         else:
             ours, theirs = os.pipe()
-        file = endless('long.ts')
-        self.addCleanup(file.unlink, missing_ok=True)  # a copy of the build folder would fill the hole
+        file = long('long.ts', 200)
+        self.addCleanup(file.unlink, missing_ok=True)
         command = [COMMAND, *arguments, file]
         with subprocess.Popen(command, stdout=subprocess.DEVNULL, stderr=theirs) as process:
             os.close(theirs)
@@ -234,13 +286,9 @@ class Indexing(unittest.TestCase):
                     seen += os.read(ours, 65536)
             self.assertIsNone(process.poll(), seen)
             process.send_signal(number)
-            try:
-                while data := os.read(ours, 65536):
-                    seen += data
-            except OSError:  # a terminal without another end
-                pass
-            os.close(ours)
+            seen += rest_of(ours)
             self.assertEqual(process.wait(timeout=20), -number)
+        self.assertEqual(self.kept(), [])
         return seen.decode()
 
     def test_progress_on_a_terminal_and_clean_end_by_signal(self):
@@ -250,7 +298,7 @@ class Indexing(unittest.TestCase):
             drawings = drawings[1:]
             self.assertTrue(2 <= len(drawings) <= 40, seen)
             for drawing in drawings:
-                self.assertRegex(drawing, r'\A\[[#.]+\] +\d+ % +[\d.]+ .iB of 200\.0 GiB')
+                self.assertRegex(drawing, r'\A\[[#.]+\] +\d+ % +[\d.]+ (.iB|bytes) of 200\.0 GiB')
                 self.assertLess(len(drawing), 80)
             self.assertRegex(drawings[-1], r'iB/s  [\d:]+ left\Z')
             self.assertRegex(last, r'\Avexmora: .+long\.ts: interrupted \(.+\)\r\n\Z')
@@ -261,12 +309,124 @@ class Indexing(unittest.TestCase):
             self.assertRegex(seen, r'\Avexmora: .+: interrupted \(.+\)\r?\n\Z')
 
     def test_terminal_is_left_clean(self):
-        ours, theirs = pty.openpty()
-        result = run('index', STREAMS / TRANSPORT, stderr=theirs)
-        os.close(theirs)
-        self.assertEqual(result.returncode, 0)
-        self.assertRegex(os.read(ours, 65536).decode(), r'\A\r\x1b\[K\[#+\] 100 % .+\r\x1b\[K\Z')
-        os.close(ours)
+        for drawn in (r'(\r\x1b\[K\[[#.]+\] +\d+ % [^\r]+)+\r\x1b\[K', ''):  # nothing once it is indexed
+            ours, theirs = pty.openpty()
+            result = run('index', STREAMS / TRANSPORT, stderr=theirs)
+            os.close(theirs)
+            self.assertEqual(result.returncode, 0)
+            self.assertRegex(rest_of(ours).decode(), rf'\A{drawn}\Z')
+
+
+class KeptIndexes(Case):
+    def counted(self, *arguments):
+        """What the command wrote, and how many bytes it read."""
+        with subprocess.Popen([COMMAND, *arguments], stdout=subprocess.PIPE, text=True) as process:
+            output = process.stdout.read()
+            os.waitid(os.P_PID, process.pid, os.WEXITED | os.WNOWAIT)
+            count = bytes_read(process.pid)
+        self.assertEqual(process.returncode, 0)
+        return output, count
+
+    def test_media_is_scanned_once(self):
+        file = many_pieces('once.m2v')
+        size, report = file.stat().st_size, ('info', '--json', '--records', file)
+        first, count = self.counted(*report)
+        self.assertGreater(count, size)
+        again, count = self.counted(*report)
+        self.assertLess(count, size / 10)
+        self.assertEqual(again, first)
+        [index] = self.kept()
+        self.assertEqual(json.loads(first)['index_file'], str(index))
+        summary, count = self.counted('index', file)
+        self.assertLess(count, size / 10)
+        self.assertRegex(summary, rf'\A{file}: already indexed, [\d,]+ pictures, index in {index}\n\Z')
+        summary, count = self.counted('index', '--force', file)
+        self.assertGreater(count, size)
+        self.assertRegex(summary, rf'\A{file}: elementary stream, .+, index in {index}\n\Z')
+        self.assertEqual((run(*report).stdout, self.kept()), (first, [index]))
+
+    def test_place_of_the_index_files(self):
+        file, chosen = STREAMS / TRANSPORT, WORK / 'chosen'
+        self.assertIn('transport stream', run('index', '--index-dir', 'chosen', file, cwd=WORK).stdout)
+        [index] = chosen.glob('*.mpgindex')
+        self.assertIn(f'already indexed, 100 pictures, index in {index}',
+                      run('index', '--index-dir', chosen, file).stdout)
+        self.assertIn(str(index), run('info', '--index-dir', chosen, file).stdout)
+        self.assertFalse(self.store.exists())
+        home = {key: value for key, value in os.environ.items() if key != 'XDG_CACHE_HOME'} | {'HOME': WORK}
+        self.assertIn(f'index in {WORK}/.cache/vexmora/', run('index', file, env=home).stdout)
+        del home['HOME']
+        for folder, options in (('/dev/null/x', {}), (None, {'env': home})):
+            for command in ('info', 'index'):
+                chosen = ['--index-dir', folder] if folder else []
+                result = run(command, *chosen, file, **options)
+                self.assertRegex(result.stderr, rf'\Avexmora: {folder or "~"}/.+: cannot be .+ \(.+\)\n\Z')
+                self.assertEqual((result.stdout, result.returncode), ('', 1))
+
+    def test_damage_leads_to_a_new_index(self):
+        file = STREAMS / TRANSPORT
+        report = ('info', '--json', '--records', file)
+        sound = run(*report).stdout
+        [index] = self.kept()
+        run('index', '-q', STREAMS / ELEMENTARY)
+        [foreign] = set(self.kept()) - {index}
+        registry = self.store / 'registry.sqlite3'
+        flipped, database = bytearray(index.read_bytes()), registry.read_bytes()
+        flipped[100] ^= 1
+
+        def list_foreign():
+            with sqlite3.connect(registry) as connection:
+                connection.execute(
+                    'UPDATE index_files SET (file_name, bytes, hash) = (SELECT file_name, bytes, hash '
+                    'FROM index_files WHERE file_name = ?) WHERE file_name = ?', (foreign.name, index.name))
+            connection.close()
+
+        for name, damage in (('missing', index.unlink),
+                             ('empty', lambda: index.write_bytes(b'')),
+                             ('torn', lambda: os.truncate(index, len(flipped) - 18)),
+                             ('a bit flipped', lambda: index.write_bytes(flipped)),
+                             ("another file's", lambda: shutil.copy(foreign, index)),
+                             ("another file's is listed", list_foreign),
+                             ('no registry', registry.unlink),
+                             ('empty registry', lambda: registry.write_bytes(b'')),
+                             ('torn registry', lambda: registry.write_bytes(database[:len(database) // 2])),
+                             ('no database', lambda: registry.write_bytes(b'no database' * 999))):
+            with self.subTest(name):
+                self.assertIn('already indexed', run('index', file).stdout)
+                damage()
+                result = run('index', file)
+                self.assertEqual((result.returncode, result.stderr), (0, ''))
+                self.assertIn('transport stream, 100 pictures', result.stdout)
+                self.assertEqual(run(*report).stdout, sound)
+
+    def test_several_processes_index_the_same_file(self):
+        file = many_pieces('shared.m2v')
+        pipes = {'stdout': subprocess.PIPE, 'stderr': subprocess.PIPE}
+        processes = [subprocess.Popen([COMMAND, 'index', file], **pipes) for _ in range(3)]
+        for process in processes:
+            output, errors = process.communicate(timeout=60)
+            self.assertEqual((process.returncode, errors), (0, b''))
+            self.assertIn(b' pictures, ', output)
+        [index] = self.kept()
+        connection = sqlite3.connect(self.store / 'registry.sqlite3')
+        self.assertEqual(connection.execute('SELECT file_name FROM index_files').fetchall(), [(index.name,)])
+        connection.close()
+        self.assertIn('already indexed', run('index', file).stdout)
+
+    def test_media_that_shrinks_or_vanishes_meanwhile(self):
+        for name, gibibytes, change, what in (
+                ('shrinks.ts', 200, lambda path: os.truncate(path, 1 << 20), 'cannot be .*read|changed'),
+                ('vanishes.ts', 2, Path.unlink, 'No such file')):
+            file = long(name, gibibytes)
+            self.addCleanup(file.unlink, missing_ok=True)
+            with subprocess.Popen([COMMAND, 'index', file], stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+                                  text=True) as process:
+                while bytes_read(process.pid) < 64 << 20:
+                    time.sleep(0.001)
+                change(file)
+                output, errors = process.communicate(timeout=60)
+            self.assertRegex(errors, rf'\Avexmora: {file}: .*({what}).* \(.+\)\n\Z')
+            self.assertEqual((output, process.returncode, self.kept()), ('', 1, []))
 
 
 if __name__ == '__main__':

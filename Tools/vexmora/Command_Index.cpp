@@ -1,4 +1,4 @@
-// vexmora index: reads files once and tells how that went.
+// vexmora index: sees to it that files have their index, and tells how that went.
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -16,13 +16,17 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-std::string Summary(const std::string& inFile, const StreamIndex& inIndex, double inSeconds) {
-    const StreamFacts facts = GatherFacts(inFile, inIndex);
+std::string Summary(const std::string& inFile, const VexmoraHost::Movie& inMovie, double inSeconds) {
+    const StreamFacts facts = GatherFacts(inFile, inMovie);
+    const std::string pictures =
+        GroupedDigits(facts.pictures.typeI + facts.pictures.typeP + facts.pictures.typeB);
     const auto bytes = static_cast<double>(facts.header.streamLength);
-    const std::uint64_t pictures = facts.pictures.typeI + facts.pictures.typeP + facts.pictures.typeB;
-    return fmt::format("{}: {} stream, {} pictures, {} in {:.2f} s ({}/s)\n", OnOneLine(inFile),
-                       KindName(facts.header), GroupedDigits(pictures), HumanBytes(bytes), inSeconds,
-                       HumanBytes(bytes / std::max(inSeconds, 1e-6)));
+    const std::string done =
+        inMovie.WasIndexed()
+            ? fmt::format("{} stream, {} pictures, {} in {:.2f} s ({}/s)", KindName(facts.kind), pictures,
+                          HumanBytes(bytes), inSeconds, HumanBytes(bytes / std::max(inSeconds, 1e-6)))
+            : fmt::format("already indexed, {} pictures", pictures);
+    return OnOneLine(fmt::format("{}: {}, index in {}", inFile, done, facts.indexFile)) + "\n";
 }
 
 }  // namespace
@@ -31,17 +35,17 @@ ExitStatus RunIndex(const IndexOptions& inOptions) {
     ExitStatus worst = ExitStatus::Done;
     for (const std::string& file : inOptions.files) {
         const auto start = Clock::now();
-        std::optional<StreamIndex> index;
+        std::optional<VexmoraHost::Movie> movie;
         try {
-            index = IndexWithProgress(file, inOptions.quiet);
+            movie = OpenMovie(file, inOptions.opening);
         } catch (const Problem& problem) {
             TellProblem(problem.what());
             worst = std::max(worst, problem.Status());
             continue;
         }
         const std::chrono::duration<double> elapsed = Clock::now() - start;
-        if (inOptions.quiet) continue;
-        WriteOutput(Summary(file, *index, elapsed.count()));
+        if (inOptions.opening.quiet) continue;
+        WriteOutput(Summary(file, *movie, elapsed.count()));
         FlushOutput();
     }
     return worst;

@@ -6,13 +6,13 @@
 namespace Vexmora {
 
 ExitStatus RunInfo(const InfoOptions& inOptions) {
-    const StreamIndex index = IndexWithProgress(inOptions.file, inOptions.quiet);
+    const VexmoraHost::Movie movie = OpenMovie(inOptions.file, inOptions.opening);
     if (inOptions.json) {
-        WriteJson(GatherFacts(inOptions.file, index), inOptions.records ? &index.records : nullptr);
+        WriteJson(GatherFacts(inOptions.file, movie), inOptions.records ? &movie.Records() : nullptr);
     } else if (inOptions.records) {
-        WriteCsv(index.records);
+        WriteCsv(movie.Records());
     } else {
-        WriteText(GatherFacts(inOptions.file, index));
+        WriteText(GatherFacts(inOptions.file, movie));
     }
     FlushOutput();
     return ExitStatus::Done;

@@ -1,4 +1,4 @@
-// Opening and reading the command's input.
+// Refusing what is no file of bytes, and reading the start of what is.
 #include "InputFile.h"
 
 #include <cerrno>
@@ -46,15 +46,12 @@ InputFile::InputFile(const std::string& inFile) : mFile(inFile) {
     RefuseUnlessRegular(mFile);
     mStream.reset(std::fopen(mFile.c_str(), "rb"));
     if (!mStream) ThrowLastError(mFile);
-    // Whole buffers are read; a buffer in between would only cost a copy.
-    std::setvbuf(mStream.get(), nullptr, _IONBF, 0);
-    std::error_code error;
-    mSize = fs::file_size(mFile, error);
-    if (error) throw Problem::FromSystem(mFile, error);
 }
 
-std::size_t InputFile::Read(std::span<std::uint8_t> outBuffer) {
-    const std::size_t bytes = std::fread(outBuffer.data(), 1, outBuffer.size(), mStream.get());
+std::vector<std::uint8_t> InputFile::ReadStart(std::size_t inBytes) {
+    std::vector<std::uint8_t> bytes(inBytes);
+    std::rewind(mStream.get());
+    bytes.resize(std::fread(bytes.data(), 1, inBytes, mStream.get()));
     if (std::ferror(mStream.get()) != 0) ThrowLastError(mFile);
     return bytes;
 }

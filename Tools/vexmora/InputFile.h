@@ -1,11 +1,11 @@
-// A regular file opened for reading from start to end.
+// A regular file opened for a look at its start.
 #pragma once
 
 #include <cstdint>
 #include <cstdio>
 #include <memory>
-#include <span>
 #include <string>
+#include <vector>
 
 namespace Vexmora {
 
@@ -15,12 +15,8 @@ class InputFile {
     /// Throws Problem (Failed).
     explicit InputFile(const std::string& inFile);
 
-    /// Bytes that the file had when it was opened.
-    std::uint64_t Size() const { return mSize; }
-
-    /// Fills outBuffer as far as the file goes. @return bytes read; fewer than asked for only at the end.
-    /// Throws Problem (Failed).
-    std::size_t Read(std::span<std::uint8_t> outBuffer);
+    /// The first inBytes bytes of the file, or all of it when it is shorter. Throws Problem (Failed).
+    std::vector<std::uint8_t> ReadStart(std::size_t inBytes);
 
   private:
     struct Close {
@@ -28,7 +24,6 @@ class InputFile {
     };
 
     std::string mFile;
-    std::uint64_t mSize = 0;
     std::unique_ptr<std::FILE, Close> mStream;
 };
 

@@ -22,8 +22,10 @@ std::string_view AdviceFor(std::error_code inError) {
 
 Problem::Problem(ExitStatus inStatus, std::string_view inFile, std::string_view inWhat,
                  std::string_view inAdvice)
-    : mStatus(inStatus),
-      mText(OnOneLine(fmt::format("{}: {} ({})", inFile.empty() ? "''" : inFile, inWhat, inAdvice))) {}
+    : Problem(inStatus, fmt::format("{}: {} ({})", inFile.empty() ? "''" : inFile, inWhat, inAdvice)) {}
+
+Problem::Problem(ExitStatus inStatus, std::string_view inText)
+    : mStatus(inStatus), mText(OnOneLine(inText)) {}
 
 Problem Problem::FromSystem(std::string_view inFile, std::error_code inError) {
     return {ExitStatus::Failed, inFile, inError.message(), AdviceFor(inError)};

@@ -24,6 +24,8 @@ class Problem : public std::exception {
   public:
     /// @param inFile the file as the user named it. @param inWhat what is wrong. @param inAdvice what to do.
     Problem(ExitStatus inStatus, std::string_view inFile, std::string_view inWhat, std::string_view inAdvice);
+    /// @param inText "FILE: what is wrong (what to do)".
+    Problem(ExitStatus inStatus, std::string_view inText);
 
     /// A failed system call: its text from inError, its advice by the kind of error.
     static Problem FromSystem(std::string_view inFile, std::error_code inError);

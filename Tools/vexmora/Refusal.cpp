@@ -18,8 +18,10 @@ constexpr std::uint8_t kSequenceHeader = 0xB3;
 constexpr std::uint8_t kExtensionStart = 0xB5;
 constexpr std::uint8_t kGroupStart = 0xB8;
 constexpr std::uint8_t kPackStart = 0xBA;
+constexpr unsigned kSequenceExtensionId = 1;
 constexpr unsigned kPictureCodingExtensionId = 8;
 constexpr unsigned kFramePicture = 3;
+constexpr unsigned kChroma420 = 1;
 
 /// Position of the first start code at or after inFrom, its code byte inside too; nothing when there is none.
 std::optional<std::size_t> FindStartCode(Bytes inBytes, std::size_t inFrom) {
@@ -37,6 +39,13 @@ std::optional<std::size_t> FindStartCode(Bytes inBytes, std::size_t inFrom, std:
 
 bool BeginsWithStartCode(Bytes inBytes, std::uint8_t inCode) {
     return inBytes.size() >= 4 && FindStartCode(inBytes.first(4), 0, inCode).has_value();
+}
+
+/// Looks at the first extension only: it must be the sequence extension.
+bool HasOtherChroma(Bytes inVideo) {
+    const auto at = FindStartCode(inVideo, 0, kExtensionStart);
+    return at && *at + 5 < inVideo.size() && inVideo[*at + 4] >> 4 == kSequenceExtensionId &&
+           (inVideo[*at + 5] >> 1 & 3) != kChroma420;
 }
 
 bool HasFieldPicture(Bytes inVideo) {
@@ -62,6 +71,8 @@ Refusal ExplainVideo(Bytes inStart) {
     const std::uint8_t next = video[*FindStartCode(video, 4) + 3];
     if (next == kPictureStart || next == kGroupStart || next == kUserDataStart)
         return {"holds MPEG-1 video, which is not supported", "convert it to MPEG-2"};
+    if (HasOtherChroma(video))
+        return {"holds video with 4:2:2 or 4:4:4 colour, which is not supported", "convert it to 4:2:0"};
     if (HasFieldPicture(video))
         return {"holds video in field pictures, which cannot be indexed",
                 "encode it again with frame pictures (interlaced ones are fine)"};

@@ -22,13 +22,13 @@ Json ToJson(const StreamFacts& inFacts) {
     // Values are copied out of the packed header: its members cannot be bound to references.
     return {
         {"file", inFacts.file},
-        {"kind", KindName(header)},
+        {"kind", KindName(inFacts.kind)},
         {"width", unsigned{header.width}},
         {"height", unsigned{header.height}},
         {"display_width", inFacts.displayWidth},
         {"display_height", inFacts.displayHeight},
         {"pixel_aspect_ratio", ValueOrNull(inFacts.pixelAspectRatio)},
-        {"frame_rate", nullptr},
+        {"frame_rate", ValueOrNull(inFacts.frameRate)},
         {"effective_frame_rate", ValueOrNull(inFacts.effectiveFrameRate)},
         {"frame_count", inFacts.frameCount},
         {"first_frame", std::uint32_t{header.firstFrame}},
@@ -42,7 +42,7 @@ Json ToJson(const StreamFacts& inFacts) {
           {"P", inFacts.pictures.typeP},
           {"B", inFacts.pictures.typeB},
           {"holes", inFacts.pictures.holes}}},
-        {"index_file", nullptr},
+        {"index_file", inFacts.indexFile},
     };
 }
 

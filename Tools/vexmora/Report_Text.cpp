@@ -26,12 +26,19 @@ std::string AspectText(const StreamFacts& inFacts) {
     return fmt::format("{:.4f} (picture {})", *inFacts.pixelAspectRatio, DisplayAspect(inFacts.header));
 }
 
+/// To a thousandth, without idle zeros.
+std::string RateText(double inRate) {
+    return fmt::format("{}", std::round(inRate * 1000) / 1000);
+}
+
 std::string RateText(const StreamFacts& inFacts) {
-    if (!inFacts.effectiveFrameRate) return "unknown";
-    std::string text = fmt::format("{} frames/s", *inFacts.effectiveFrameRate);
+    const std::string nominal = inFacts.frameRate ? RateText(*inFacts.frameRate) : "unknown";
+    const std::string effective =
+        inFacts.effectiveFrameRate ? RateText(*inFacts.effectiveFrameRate) : "unknown";
+    std::string text = nominal + " frames/s";
+    if (effective != nominal) text += ", effectively " + effective;
     if (inFacts.repeatedFields > 0)
-        text += fmt::format(" effective; {} pictures repeat a field (pulldown)",
-                            GroupedDigits(inFacts.repeatedFields));
+        text += fmt::format("; {} pictures repeat a field (pulldown)", GroupedDigits(inFacts.repeatedFields));
     return text;
 }
 
@@ -63,7 +70,7 @@ void WriteText(const StreamFacts& inFacts) {
     const PictureCounts& pictures = inFacts.pictures;
     const std::uint64_t length = header.streamLength;
     Line("File", OnOneLine(inFacts.file));
-    Line("Stream", fmt::format("{} stream, {} bytes ({})", KindName(header), GroupedDigits(length),
+    Line("Stream", fmt::format("{} stream, {} bytes ({})", KindName(inFacts.kind), GroupedDigits(length),
                                HumanBytes(static_cast<double>(length))));
     Line("Picture size", SizeText(header.width, header.height));
     if (header.displayWidth != 0 || header.displayHeight != 0)
@@ -77,6 +84,7 @@ void WriteText(const StreamFacts& inFacts) {
                                  GroupedDigits(pictures.typeP), GroupedDigits(pictures.typeB),
                                  GroupedDigits(pictures.holes)));
     Line("Largest picture", GroupedDigits(header.maxPictureSize) + " bytes");
+    Line("Index file", OnOneLine(inFacts.indexFile));
 }
 
 }  // namespace Vexmora

@@ -1,32 +1,27 @@
-// Works the reported facts out of a header and its records.
+// Works the reported facts out of a movie and its records.
 #include "StreamFacts.h"
 
 #include <fmt/core.h>
 
 #include <array>
+#include <cmath>
 #include <numeric>
 
 namespace Vexmora {
 
 namespace {
 
-/// By aspect_ratio_information (ISO/IEC 13818-2 table 6-3).
-std::optional<double> PixelAspectRatio(const IndexHeader& inHeader) {
-    const double width = inHeader.width;
-    const double height = inHeader.height;
-    if (width == 0) return std::nullopt;
-    switch (inHeader.aspectRatioCode) {
-        case 1:
-            return 1.0;
-        case 2:
-            return height * 4.0 / 3.0 / width;
-        case 3:
-            return height * 16.0 / 9.0 / width;
-        case 4:
-            return height * 2.21 / width;
-        default:
-            return std::nullopt;
-    }
+/// 0 stands for what the stream does not tell.
+std::optional<double> KnownOrNothing(double inValue) {
+    return inValue > 0 ? std::optional(inValue) : std::nullopt;
+}
+
+/// The format's rates are whole multiples of 1/1001 unless an extension divides them: those come out exact,
+/// though the period is rounded.
+double RateOf(double inPeriod) {
+    const double in1001sts = 1001 / inPeriod;
+    const double whole = std::round(in1001sts);
+    return (std::abs(in1001sts - whole) < 1e-6 ? whole : in1001sts) / 1001;
 }
 
 void Count(const FrameRecord& inRecord, StreamFacts& ioFacts) {
@@ -43,29 +38,29 @@ std::optional<double> StreamFacts::Duration() const {
     return static_cast<double>(frameCount) / *effectiveFrameRate;
 }
 
-StreamFacts GatherFacts(const std::string& inFile, const StreamIndex& inIndex) {
-    const IndexHeader& header = inIndex.header;
+StreamFacts GatherFacts(const std::string& inFile, const VexmoraHost::Movie& inMovie) {
+    const VexmoraHost::MovieInfo& info = inMovie.Info();
     StreamFacts facts;
     facts.file = inFile;
-    facts.header = header;
-    for (const FrameRecord& record : inIndex.records) Count(record, facts);
-    if (header.lastFrame >= header.firstFrame)
-        facts.frameCount = std::uint64_t{header.lastFrame} - header.firstFrame + 1;
-    const bool isFirstValid = !inIndex.records.empty() && IsValid(inIndex.records.front());
-    facts.progressive = isFirstValid ? (inIndex.records.front().flags & kProgressiveFrameBit) != 0
-                                     : (header.formatWord & kFieldOrderMask) == kFieldOrderProgressive;
-    facts.displayWidth = header.displayWidth != 0 ? header.displayWidth : header.width;
-    facts.displayHeight = header.displayHeight != 0 ? header.displayHeight : header.height;
-    facts.pixelAspectRatio = PixelAspectRatio(header);
-    if (header.effectiveFrameRate != 0) facts.effectiveFrameRate = header.effectiveFrameRate / 1000.0;
+    facts.indexFile = inMovie.IndexPath().native();
+    facts.kind = info.streamKind;
+    facts.header = info.index;
+    for (const FrameRecord& record : inMovie.Records()) Count(record, facts);
+    facts.frameCount = info.frameCount;
+    facts.progressive = info.file.progressive != 0;
+    facts.displayWidth = info.file.displayWidth;
+    facts.displayHeight = info.file.displayHeight;
+    facts.pixelAspectRatio = KnownOrNothing(info.file.pixelAspectRatio);
+    if (info.file.framePeriod > 0) facts.frameRate = RateOf(info.file.framePeriod);
+    facts.effectiveFrameRate = KnownOrNothing(info.file.effectiveFrameRate / 1000.0);
     return facts;
 }
 
-std::string_view KindName(const IndexHeader& inHeader) {
-    switch (inHeader.streamKind) {
-        case kStreamKindElementary:
+std::string_view KindName(VexmoraHost::StreamKind inKind) {
+    switch (inKind) {
+        case VexmoraHost::StreamKind::Elementary:
             return "elementary";
-        case kStreamKindProgram:
+        case VexmoraHost::StreamKind::Program:
             return "program";
         default:
             return "transport";

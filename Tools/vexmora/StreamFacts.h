@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "StreamIndex.h"
+#include "VexmoraHost/Movie.h"
 
 namespace Vexmora {
 
@@ -21,6 +21,9 @@ struct PictureCounts {
 /// The facts of one file, in the units in which they are reported.
 struct StreamFacts {
     std::string file;
+    /// Path of the index file.
+    std::string indexFile;
+    VexmoraHost::StreamKind kind{};
     IndexHeader header{};
     /// Of all index positions, not only of the usable frames.
     PictureCounts pictures;
@@ -32,17 +35,18 @@ struct StreamFacts {
     std::uint32_t displayWidth = 0;
     std::uint32_t displayHeight = 0;
     std::optional<double> pixelAspectRatio;
-    /// Frames per second after pulldown detection; nothing when it could not be determined.
+    /// Frames per second, nominally and after pulldown detection; nothing when not known.
+    std::optional<double> frameRate;
     std::optional<double> effectiveFrameRate;
 
     /// Seconds that the usable frames last.
     std::optional<double> Duration() const;
 };
 
-StreamFacts GatherFacts(const std::string& inFile, const StreamIndex& inIndex);
+StreamFacts GatherFacts(const std::string& inFile, const VexmoraHost::Movie& inMovie);
 
 /// "elementary", "program" or "transport".
-std::string_view KindName(const IndexHeader& inHeader);
+std::string_view KindName(VexmoraHost::StreamKind inKind);
 
 /// "progressive", "top", "bottom" or "mixed".
 std::string_view FieldOrderName(const IndexHeader& inHeader);

@@ -14,7 +14,15 @@ constexpr const char* kFooter =
     "Exit status: 0 done; 1 failed (reading or writing, damaged data); 2 wrong usage;\n"
     "             3 data not supported; ended by the signal when interrupted (128 + signal in a shell)";
 
-constexpr const char* kQuietHelp = "Show no progress";
+/// The options that both commands have.
+void AddOpening(CLI::App& ioCommand, OpeningOptions& outOptions, const char* inQuietHelp) {
+    ioCommand
+        .add_option("--index-dir", outOptions.indexDir,
+                    "Folder of the index files (default: $XDG_CACHE_HOME/vexmora, or ~/.cache/vexmora)")
+        ->type_name("DIR")
+        ->check([](const std::string& inText) { return inText.empty() ? "no folder given" : ""; });
+    ioCommand.add_flag("-q,--quiet", outOptions.quiet, inQuietHelp);
+}
 
 CLI::App* AddInfo(CLI::App& ioApp, InfoOptions& outOptions) {
     CLI::App* command = ioApp.add_subcommand("info", "Show what is in a file");
@@ -23,15 +31,16 @@ CLI::App* AddInfo(CLI::App& ioApp, InfoOptions& outOptions) {
     command->add_flag("--json", outOptions.json, "Write a JSON object");
     command->add_flag("--records", outOptions.records,
                       "List every picture position: as CSV, or within the JSON object");
-    command->add_flag("-q,--quiet", outOptions.quiet, kQuietHelp);
+    AddOpening(*command, outOptions.opening, "Show no progress");
     return command;
 }
 
 CLI::App* AddIndex(CLI::App& ioApp, IndexOptions& outOptions) {
-    CLI::App* command = ioApp.add_subcommand("index", "Index files and tell how fast that went");
+    CLI::App* command = ioApp.add_subcommand("index", "Index files and tell where their index went");
     command->add_option("FILE", outOptions.files, "MPEG-2 elementary, program or transport streams")
         ->required();
-    command->add_flag("-q,--quiet", outOptions.quiet, "Show no progress and no summary");
+    command->add_flag("--force", outOptions.opening.force, "Index again what is already indexed");
+    AddOpening(*command, outOptions.opening, "Show no progress and no summary");
     return command;
 }
 
