@@ -78,6 +78,7 @@ IndexStore::IndexStore(const std::filesystem::path& inFolder) {
     std::error_code error;
     mFolder = fs::absolute(inFolder, error);
     if (error) ThrowFolderError(inFolder, error);
+    MakeFolder(mFolder);
     MakeFolder(mFolder / kWritingFolders);
     RemoveStale(mFolder / kWritingFolders);
 }

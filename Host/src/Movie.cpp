@@ -149,6 +149,7 @@ class Movie::Opener {
 
     [[noreturn]] void ThrowFor(Vexmora_Status inStatus) const {
         mSession.RethrowFailure();  // knows more than the status
+        if (inStatus == Vexmora_Failure) static_cast<void>(mSession.ConfirmIdentity(mSession.Media()));
         const bool remembered = IsFailedIndex(mSession.Known()) && !mMovie.mWasIndexed;
         const Explanation why = Explain(inStatus, remembered);
         throw Error(inStatus, mSession.Media(), why.problem, why.advice);

@@ -360,7 +360,7 @@ class KeptIndexes(Case):
             for command in ('info', 'index'):
                 chosen = ['--index-dir', folder] if folder else []
                 result = run(command, *chosen, file, **options)
-                self.assertRegex(result.stderr, rf'\Avexmora: {folder or "~"}/.+: cannot be .+ \(.+\)\n\Z')
+                self.assertRegex(result.stderr, rf'\Avexmora: {folder or "~/.cache/vexmora"}: cannot be .+ \(.+\)\n\Z')
                 self.assertEqual((result.stdout, result.returncode), ('', 1))
 
     def test_damage_leads_to_a_new_index(self):
@@ -415,7 +415,7 @@ class KeptIndexes(Case):
 
     def test_media_that_shrinks_or_vanishes_meanwhile(self):
         for name, gibibytes, change, what in (
-                ('shrinks.ts', 200, lambda path: os.truncate(path, 1 << 20), 'cannot be .*read|changed'),
+                ('shrinks.ts', 200, lambda path: os.truncate(path, 1 << 20), 'changed'),
                 ('vanishes.ts', 2, Path.unlink, 'No such file')):
             file = long(name, gibibytes)
             self.addCleanup(file.unlink, missing_ok=True)
