@@ -87,7 +87,8 @@ double Seconds(Work&& inWork) {
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
 }
 
-// One round reads the file alone and then reads and indexes it; the rates and their ratio are over all rounds.
+// One round reads the file alone and then reads and indexes it; the rates and their ratio are over all
+// rounds.
 void IndexWhileReading(benchmark::State& ioState, const std::string& inPath) {
     if (!Open(inPath)) {
         ioState.SkipWithError(("no " + inPath + ": run make_streams.sh first").c_str());

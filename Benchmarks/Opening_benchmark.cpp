@@ -1,5 +1,5 @@
-// How long it takes to open a file whose index of 200 000 records is known, beside reading the index file's bytes.
-// The media is made in a folder under the system's temporary one and removed again.
+// How long it takes to open a file whose index of 200 000 records is known, beside reading the index file's
+// bytes. The media is made in a folder under the system's temporary one and removed again.
 #include <benchmark/benchmark.h>
 #include <stdlib.h>
 
@@ -32,15 +32,15 @@ void Append(Bytes& ioBytes, std::initializer_list<std::uint8_t> inMore) {
 // An elementary stream of one-slice pictures, I and then P, that can be indexed though not decoded.
 Bytes MakeStream() {
     Bytes bytes;
-    Append(bytes, {0, 0, 1, 0xB3, 0x16, 0x01, 0x20, 0x13, 0xFF, 0xFF, 0xE0, 0x18});      // 352x288, 25 Hz
-    Append(bytes, {0, 0, 1, 0xB5, 0x14, 0x82, 0x00, 0x01, 0x00, 0x00});                  // 4:2:0
+    Append(bytes, {0, 0, 1, 0xB3, 0x16, 0x01, 0x20, 0x13, 0xFF, 0xFF, 0xE0, 0x18});  // 352x288, 25 Hz
+    Append(bytes, {0, 0, 1, 0xB5, 0x14, 0x82, 0x00, 0x01, 0x00, 0x00});              // 4:2:0
     for (unsigned picture = 0; picture < kPictures; ++picture) {
         const unsigned temporal_reference = picture % kPicturesPerGop;
         if (temporal_reference == 0) Append(bytes, {0, 0, 1, 0xB8, 0x00, 0x08, 0x00, 0x40});
         const unsigned picture_coding_type = temporal_reference == 0 ? 1 : 2;
         const unsigned header = temporal_reference << 6 | picture_coding_type << 3;
-        Append(bytes, {0, 0, 1, 0x00, static_cast<std::uint8_t>(header >> 8), static_cast<std::uint8_t>(header), 0xFF,
-                       0xF8});
+        Append(bytes, {0, 0, 1, 0x00, static_cast<std::uint8_t>(header >> 8),
+                       static_cast<std::uint8_t>(header), 0xFF, 0xF8});
         Append(bytes, {0, 0, 1, 0xB5, 0x8F, 0xFF, 0xF3, 0xC0, 0x80});
         Append(bytes, {0, 0, 1, 0x01});
         bytes.insert(bytes.end(), 80, 0x55);
@@ -99,9 +99,8 @@ void OpenIndexed(benchmark::State& ioState) {
         readSeconds += Seconds([&] { ReadIndexFile(scene.Index()); });
         Vexmora_Handle handle = nullptr;
         Vexmora_Status status = Vexmora_Failure;
-        const double round = Seconds([&] {
-            status = Vexmora_OpenFile(path, VexmoraHost::Services(), &handle, nullptr, false);
-        });
+        const double round = Seconds(
+            [&] { status = Vexmora_OpenFile(path, VexmoraHost::Services(), &handle, nullptr, false); });
         Vexmora_CloseFile(handle);
         if (status != Vexmora_Ok) {
             ioState.SkipWithError("the index was not found");
@@ -110,7 +109,8 @@ void OpenIndexed(benchmark::State& ioState) {
         openSeconds += round;
         movieSeconds += Seconds([&] {
             const auto movie = VexmoraHost::Movie::Open(scene.Media(), scene.Options());
-            if (movie.WasIndexed() || movie.Records().size() != kPictures) ioState.SkipWithError("indexed again");
+            if (movie.WasIndexed() || movie.Records().size() != kPictures)
+                ioState.SkipWithError("indexed again");
         });
         ioState.SetIterationTime(round);
     }

@@ -26,7 +26,8 @@ std::align_val_t AlignmentOf(std::size_t inSize) {
 std::byte* Allocate(std::size_t inSize) {
     void* memory = ::operator new(inSize, AlignmentOf(inSize));
     // A wish: without huge pages the memory serves as well.
-    if (inSize >= kHugePage) static_cast<void>(madvise(memory, inSize / kHugePage * kHugePage, MADV_HUGEPAGE));
+    if (inSize >= kHugePage)
+        static_cast<void>(madvise(memory, inSize / kHugePage * kHugePage, MADV_HUGEPAGE));
     return static_cast<std::byte*>(memory);
 }
 

@@ -7,7 +7,7 @@
 
 // A host may define this (see include/Vexmora/ContractSink.h); weak, so that it need not.
 extern "C" __attribute__((weak)) void Pavlin_OnContractViolation(const char* inExpression,
-                                                                  const char* inSourcePath, int inLine);
+                                                                 const char* inSourcePath, int inLine);
 
 namespace Pavlin {
 namespace {

@@ -40,7 +40,8 @@ void ReportViolation(const ContractCheck& inCheck);
 
 /// Reports inCheck unless inHolds. Returns inHolds.
 inline bool Check(bool inHolds, const ContractCheck& inCheck) {
-    if (!inHolds) [[unlikely]] ReportViolation(inCheck);
+    if (!inHolds) [[unlikely]]
+        ReportViolation(inCheck);
     return inHolds;
 }
 

@@ -20,8 +20,8 @@
 namespace Vexmora {
 
 /// Opened once by one of OpenFile, OpenWithIndex and OpenBuffer; on another status than the two that leave a
-/// handle it is only good for destruction. One thread at a time. Operations throw std::bad_alloc when the host
-/// or the system has no memory.
+/// handle it is only good for destruction. One thread at a time. Operations throw std::bad_alloc when the
+/// host or the system has no memory.
 class Decoder {
   public:
     /// For the file at inPath. inServices becomes the process's.

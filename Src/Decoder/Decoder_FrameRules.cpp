@@ -15,7 +15,8 @@ std::int32_t Reference(std::int32_t inFrame, std::int8_t inDelta) {
 }  // namespace
 
 bool Decoder::IsFrameValid(std::int32_t inFrame) const {
-    return inFrame >= 0 && inFrame < mFrameCount && IsValid(mIndex.records[static_cast<std::size_t>(inFrame)]);
+    return inFrame >= 0 && inFrame < mFrameCount &&
+           IsValid(mIndex.records[static_cast<std::size_t>(inFrame)]);
 }
 
 // Frame 0 is the answer when nothing better is there; it is never tested.
@@ -33,7 +34,8 @@ Vexmora_Status Decoder::GetFrameDependancies(std::int32_t inFrame, std::int32_t&
     outForward = Reference(inFrame, record.pastRefDelta);
     outBackward = Reference(inFrame, record.futureRefDelta);
     for (const std::int32_t reference : {outForward, outBackward}) {
-        if (reference != kNoReference && (reference < 0 || reference >= mFrameCount)) return Vexmora_NoSuchFrame;
+        if (reference != kNoReference && (reference < 0 || reference >= mFrameCount))
+            return Vexmora_NoSuchFrame;
     }
     if (record.size == 0) return Vexmora_NoSuchFrame;
     for (std::int32_t* reference : {&outForward, &outBackward}) {

@@ -59,7 +59,8 @@ Vexmora_Status Decoder::OpenFile(IndexHeader* outIndexHeader) {
     return Open();
 }
 
-Vexmora_Status Decoder::OpenWithIndex(const IndexHeader& inHeader, const std::vector<FrameRecord>& inRecords) {
+Vexmora_Status Decoder::OpenWithIndex(const IndexHeader& inHeader,
+                                      const std::vector<FrameRecord>& inRecords) {
     if (inHeader.streamKind == kStreamKindFailed) return Vexmora_Unsupported;
     if (inRecords.size() < inHeader.recordCount) return Vexmora_Unsupported;
     mIndex.header = inHeader;
@@ -105,8 +106,8 @@ bool Decoder::IsSupportedMedia() const {
     return isRead && ClassifyMedia({bytes.data(), got}) != MediaType::Unsupported;
 }
 
-// Looks for the first sequence header once; only that one call can fail. A buffer instance has none before its
-// host has asked for a first picture.
+// Looks for the first sequence header once; only that one call can fail. A buffer instance has none before
+// its host has asked for a first picture.
 Vexmora_Status Decoder::EnsureSequenceHeader() {
     if (mSequenceHeaderRead) return Vexmora_Ok;
     if (IsBufferInstance()) return Vexmora_NoSequenceHeader;

@@ -43,20 +43,21 @@ Vexmora_Status IndexFileProgress::Begin(const UTF16String& inPath) {
     std::uint32_t blockSize = 0;
     if (Orvet::DiskUtils::GetEfficientDiskBufferSizeFromPath(inPath, blockSize) < 0) return Vexmora_Failure;
     if (mMediaReader.Create(inPath, Orvet::FileAccess::Read, Orvet::FileShare::Read,
-                            Orvet::FileDisposition::OpenExisting, Orvet::FileAttributes::SequentialScan) < 0) {
+                            Orvet::FileDisposition::OpenExisting,
+                            Orvet::FileAttributes::SequentialScan) < 0) {
         return Vexmora_Failure;
     }
     mReadBuffer = Orvet::MemoryRecycler::Instance().GetBuffer(kBytesPerCall - 1 + blockSize);
     const auto address = reinterpret_cast<std::uintptr_t>(mReadBuffer.Data());
     const std::uintptr_t misaligned = address % blockSize;
-    mAlignedBuffer = reinterpret_cast<std::uint8_t*>(mReadBuffer.Data()) +
-                     (misaligned == 0 ? 0 : blockSize - misaligned);
+    mAlignedBuffer =
+        reinterpret_cast<std::uint8_t*>(mReadBuffer.Data()) + (misaligned == 0 ? 0 : blockSize - misaligned);
     mFileSize = static_cast<std::uint64_t>(size);
     return Vexmora_Ok;
 }
 
-// Reads the next piece; the first one tells which indexer the file takes. A file that has become shorter cannot
-// be read to the end that its index would claim.
+// Reads the next piece; the first one tells which indexer the file takes. A file that has become shorter
+// cannot be read to the end that its index would claim.
 Vexmora_Status IndexFileProgress::ReadNext(std::size_t& outGot) {
     const std::size_t wanted = std::min<std::uint64_t>(kBytesPerCall, mFileSize - mBytesScanned);
     if (mMediaReader.Read(mAlignedBuffer, wanted, outGot) < 0 || outGot < wanted) return Vexmora_Failure;

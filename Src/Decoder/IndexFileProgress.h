@@ -22,8 +22,8 @@ class IndexFileProgress {
     IndexFileProgress(const IndexFileProgress&) = delete;
     IndexFileProgress& operator=(const IndexFileProgress&) = delete;
 
-    /// Reads and indexes the next 16 MiB of the file; behind the last of them finishes the index and writes the
-    /// index file. outProgress is the fraction done and is not written by the first of several calls.
+    /// Reads and indexes the next 16 MiB of the file; behind the last of them finishes the index and writes
+    /// the index file. outProgress is the fraction done and is not written by the first of several calls.
     /// NotFinished: call again; then Ok, Failure, Unsupported (a failed index was written unless already the
     /// first bytes were of no known stream) or IndexNotWritten, after which only Failure follows. Throws
     /// std::bad_alloc.

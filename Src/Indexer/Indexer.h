@@ -38,8 +38,7 @@ class PureVideoIndexer {
     /// Fills bytes 0 to 67 of outHeader and replaces the contents of both vectors. False when the stream
     /// cannot be indexed: outHeader is then a failed header and the vectors are left alone.
     bool FinishIndex(std::uint64_t inEndPosition, IndexHeader& outHeader,
-                     std::vector<AudioAlignmentRun>& outAlignmentPlan,
-                     std::vector<FrameRecord>& outRecords);
+                     std::vector<AudioAlignmentRun>& outAlignmentPlan, std::vector<FrameRecord>& outRecords);
 
     /// Acts on the start code at inBuffer, of which at least kLookAhead bytes are readable, and which lies at
     /// inPosition. Returns how many bytes the scan may advance.
@@ -102,8 +101,8 @@ class PureVideoIndexer {
     const ScanLimits mLimits;
     const decltype(PrimitiveTable::findStartCodePrefix) mFindPrefix;
     StartCodeCarry mCarry;
-    /// Bytes at the end of the video so far from which no start code was handled yet; the carry holds those of
-    /// them in which one may begin.
+    /// Bytes at the end of the video so far from which no start code was handled yet; the carry holds those
+    /// of them in which one may begin.
     std::size_t mUnscanned = 0;
     bool mCarryOverflow = false;
     /// Bytes at the start of the next piece of the same unit that a header's length skips.

@@ -1,5 +1,5 @@
-// Builds the audio alignment plan: both sets of time stamps become ranges of continuous time, and one sweep over
-// the two lists of ranges gives the runs.
+// Builds the audio alignment plan: both sets of time stamps become ranges of continuous time, and one sweep
+// over the two lists of ranges gives the runs.
 #include "Indexer/Indexer_AudioAlignment.h"
 
 #include <algorithm>

@@ -8,8 +8,8 @@
 
 namespace Vexmora {
 
-/// Builds the plan from the time stamps that were collected; completes picturePts on the way. Empty when there
-/// is nothing to align, or when the time stamps jump too often or too far to be believed.
+/// Builds the plan from the time stamps that were collected; completes picturePts on the way. Empty when
+/// there is nothing to align, or when the time stamps jump too often or too far to be believed.
 std::vector<AudioAlignmentRun> BuildAlignmentPlan(IndexerState& ioState);
 
 }  // namespace Vexmora

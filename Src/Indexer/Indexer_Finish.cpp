@@ -46,7 +46,8 @@ bool IsComplete(const std::vector<FrameRecord>& inRecords, std::int64_t inFrame)
     return isThere(inFrame + record.pastRefDelta) && isThere(inFrame + record.futureRefDelta);
 }
 
-// Cuts off what cannot be decoded at the end (B pictures whose later anchor never came) and holes at the start.
+// Cuts off what cannot be decoded at the end (B pictures whose later anchor never came) and holes at the
+// start.
 UsableFrames SkipHoles(const std::vector<FrameRecord>& inRecords, std::int64_t inHoles) {
     UsableFrames frames{0, std::ssize(inRecords) - 1};
     const FinalGop gop = FindFinalGop(inRecords);

@@ -50,8 +50,8 @@ bool ProgramStreamIndexer::ScanBuffer(const std::uint8_t* inBuffer, std::uint64_
                                       std::uint64_t inPosition) {
     Input input{inBuffer, inSize, inPosition};
     while (input.size > 0 && !mState.failed) {
-        const bool isCut = mParseState == ParseState::PacketStart &&
-                           (mHeaderFill > 0 || input.size < kHeaderBytes);
+        const bool isCut =
+            mParseState == ParseState::PacketStart && (mHeaderFill > 0 || input.size < kHeaderBytes);
         if (isCut) {
             AssembleHeader(input);
         } else {
@@ -146,7 +146,10 @@ void ProgramStreamIndexer::ConsumeVideoPacket(Input& ioInput) {
 
     const std::size_t count = std::min<std::uint64_t>(mPacketRemaining, ioInput.size);
     if (count > 0) {
-        FeedVideo({ioInput.bytes, count, {ioInput.position, mVideoPacketPosition}, mPayloadLength,
+        FeedVideo({ioInput.bytes,
+                   count,
+                   {ioInput.position, mVideoPacketPosition},
+                   mPayloadLength,
                    mPacketRemaining == mPayloadLength});
         mPacketRemaining -= count;
         ioInput.Advance(count);

@@ -1,5 +1,5 @@
-// Indexes the video of an MPEG-2 program stream (ISO/IEC 13818-1, 2.5): packs and PES packets in which the video
-// is interleaved with other streams.
+// Indexes the video of an MPEG-2 program stream (ISO/IEC 13818-1, 2.5): packs and PES packets in which the
+// video is interleaved with other streams.
 #pragma once
 
 #include <array>

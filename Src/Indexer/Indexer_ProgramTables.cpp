@@ -61,12 +61,12 @@ bool AllSet(std::uint8_t inByte, std::uint8_t inBits) {
 // Reserved bits that are wrong in the fixed part of a map table do no more than count.
 void CountMapIrregularities(const std::uint8_t* inPacket) {
     const std::uint8_t* table = inPacket + kTableStart;
-    if (!AllSet(table[1], 0x80)) gPsiAnomalyCount.Raise();          // section_syntax_indicator
-    if ((table[1] & 0x40) != 0) gPsiAnomalyCount.Raise();           // '0'
-    if (!AllSet(table[1], 0x30)) gPsiAnomalyCount.Raise();          // before section_length
-    if (!AllSet(table[5], 0xC0)) gPsiAnomalyCount.Raise();          // before version_number
-    if (!AllSet(table[8], 0xE0)) gPsiAnomalyCount.Raise();          // before PCR_PID
-    if (!AllSet(table[10], 0xF0)) gPsiAnomalyCount.Raise();         // before program_info_length
+    if (!AllSet(table[1], 0x80)) gPsiAnomalyCount.Raise();   // section_syntax_indicator
+    if ((table[1] & 0x40) != 0) gPsiAnomalyCount.Raise();    // '0'
+    if (!AllSet(table[1], 0x30)) gPsiAnomalyCount.Raise();   // before section_length
+    if (!AllSet(table[5], 0xC0)) gPsiAnomalyCount.Raise();   // before version_number
+    if (!AllSet(table[8], 0xE0)) gPsiAnomalyCount.Raise();   // before PCR_PID
+    if (!AllSet(table[10], 0xF0)) gPsiAnomalyCount.Raise();  // before program_info_length
 }
 
 }  // namespace

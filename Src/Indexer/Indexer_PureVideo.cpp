@@ -91,8 +91,8 @@ std::ptrdiff_t PureVideoIndexer::HandleCarriedStartCodes() {
     return static_cast<std::ptrdiff_t>(size) - static_cast<std::ptrdiff_t>(at);
 }
 
-// Handles the start codes that have enough of the piece behind them; of the last bytes only those from a start
-// code on, or from what may become one, are carried.
+// Handles the start codes that have enough of the piece behind them; of the last bytes only those from a
+// start code on, or from what may become one, are carried.
 void PureVideoIndexer::ScanPiece(const VideoPiece& inPiece, std::size_t inFrom) {
     mPacketPosition = inPiece.origin.packetPosition;
     std::size_t at = inFrom;

@@ -53,9 +53,9 @@ void PureVideoIndexer::RecordPicture(const std::uint8_t* inStartCode, std::uint6
 
     FrameRecord record{};
     record.offset = RecordOffsetFor(inPosition);
-    record.flags = static_cast<std::uint16_t>(temporal_reference |
-                                              picture_coding_type << kPictureCodingTypeShift |
-                                              (mState.currentBrokenLink ? kBrokenLinkBit : 0));
+    record.flags =
+        static_cast<std::uint16_t>(temporal_reference | picture_coding_type << kPictureCodingTypeShift |
+                                   (mState.currentBrokenLink ? kBrokenLinkBit : 0));
     SetReferences(record, slot);
     MakeRoomFor(slot);
     mState.records[slot] = record;
@@ -69,7 +69,8 @@ std::uint32_t PureVideoIndexer::SlotFor(std::uint32_t inTemporalReference) {
         mState.gopBase += mState.gopMaxTR + 1;
         mState.gopMaxTR = 0;
     };
-    if (mState.awaitingFirstGop && mState.gopMaxTR == kLargestTemporalReference && inTemporalReference < 256) {
+    if (mState.awaitingFirstGop && mState.gopMaxTR == kLargestTemporalReference &&
+        inTemporalReference < 256) {
         beginGop();
     }
     std::uint32_t slot = mState.gopBase + inTemporalReference;

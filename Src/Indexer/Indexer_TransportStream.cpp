@@ -90,8 +90,8 @@ void TransportStreamIndexer::ProcessPacket(const std::uint8_t* inTransportPacket
 
     if (packet.HasAdaptationField()) {
         const std::size_t adaptation_field_length = inTransportPacket[kTransportStreamHeaderSize];
-        packet.payloadOffset = std::min(kTransportStreamHeaderSize + 1 + adaptation_field_length,
-                                        kTransportPacketSize);
+        packet.payloadOffset =
+            std::min(kTransportStreamHeaderSize + 1 + adaptation_field_length, kTransportPacketSize);
     }
     packet.payloadLength = kTransportPacketSize - packet.payloadOffset;
 
@@ -154,8 +154,11 @@ void TransportStreamIndexer::FeedVideoPayload(const std::uint8_t* inTransportPac
                                               std::uint64_t inPacketPosition) {
     Check(inTransportPacket[0] == kTransportStreamSyncByte, contracts::kFeedSyncByte);
     Check(inOffsetOfPayload >= kTransportStreamHeaderSize, contracts::kFeedPayloadOffset);
-    FeedVideo({inTransportPacket + inOffsetOfPayload, inPayloadLength,
-               {inPacketPosition + inOffsetOfPayload, inPacketPosition}, inPayloadLength, true});
+    FeedVideo({inTransportPacket + inOffsetOfPayload,
+               inPayloadLength,
+               {inPacketPosition + inOffsetOfPayload, inPacketPosition},
+               inPayloadLength,
+               true});
 }
 
 }  // namespace Vexmora

@@ -1,5 +1,5 @@
-// Indexes the video of an MPEG transport stream (ISO/IEC 13818-1, 2.4): 188-byte packets, of which the program's
-// tables, or else the first PES packets, tell which carry the video and the audio.
+// Indexes the video of an MPEG transport stream (ISO/IEC 13818-1, 2.4): 188-byte packets, of which the
+// program's tables, or else the first PES packets, tell which carry the video and the audio.
 #pragma once
 
 #include <array>

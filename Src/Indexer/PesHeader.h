@@ -33,8 +33,11 @@ inline bool AnnouncesPts(const std::uint8_t* inPacket) {
 
 /// The PTS, 90 kHz ticks; needs kPesHeaderSizeWithPts bytes.
 inline std::int64_t ReadPts(const std::uint8_t* inPacket) {
-    const auto byte = [inPacket](std::size_t inIndex) { return static_cast<std::int64_t>(inPacket[inIndex]); };
-    return ((byte(9) >> 1) & 7) << 30 | (byte(10) << 7 | byte(11) >> 1) << 15 | (byte(12) << 7 | byte(13) >> 1);
+    const auto byte = [inPacket](std::size_t inIndex) {
+        return static_cast<std::int64_t>(inPacket[inIndex]);
+    };
+    return ((byte(9) >> 1) & 7) << 30 | (byte(10) << 7 | byte(11) >> 1) << 15 |
+           (byte(12) << 7 | byte(13) >> 1);
 }
 
 /// Whether the bytes begin with the start code of stream inStreamId; needs 4 bytes.

@@ -1,5 +1,5 @@
-// The last bytes of a piece of video, held back until enough of the next piece is there to handle a start code
-// that begins among them.
+// The last bytes of a piece of video, held back until enough of the next piece is there to handle a start
+// code that begins among them.
 #pragma once
 
 #include <array>

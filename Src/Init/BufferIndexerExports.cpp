@@ -55,8 +55,8 @@ Vexmora_Status Vexmora_BufferIndexerDone(Vexmora_IndexerHandle inIndexer, std::u
         outFrameRecords == nullptr) {
         return Vexmora_Failure;
     }
-    const bool isIndexed = FromHandle(inIndexer)->FinishIndex(inEndOffset, *outIndexHeader,
-                                                              *outAlignmentPlan, *outFrameRecords);
+    const bool isIndexed =
+        FromHandle(inIndexer)->FinishIndex(inEndOffset, *outIndexHeader, *outAlignmentPlan, *outFrameRecords);
     return isIndexed ? Vexmora_Ok : Vexmora_Unsupported;
 }
 

@@ -1,5 +1,5 @@
-// Start-up, shut-down, and the exports over opened files and buffer instances, each of which passes its call to
-// the instance behind the barrier.
+// Start-up, shut-down, and the exports over opened files and buffer instances, each of which passes its call
+// to the instance behind the barrier.
 #include <memory>
 
 #include "Decoder/Decoder.h"
@@ -35,7 +35,7 @@ void Vexmora_Shutdown() {
     Vexmora::Shutdown();
 }
 
-// ---- Opening and closing -------------------------------------------------------------------------------------
+// ---- Opening and closing ----------------------------------------------------------------------------------
 
 Vexmora_Status Vexmora_OpenFile(const UTF16String& inPath, const HostServices& inServices,
                                 Vexmora_Handle* outHandle, IndexHeader* outIndexHeader, bool inIndexFlag) {
@@ -77,7 +77,7 @@ Vexmora_Status Vexmora_CloseFile(Vexmora_Handle inHandle) {
     });
 }
 
-// ---- Indexing and queries ------------------------------------------------------------------------------------
+// ---- Indexing and queries ---------------------------------------------------------------------------------
 
 Vexmora_Status Vexmora_IndexFile(Vexmora_Handle inHandle, float* outProgress, bool inIndexFlag) {
     return BehindBarrier([&] { return FromHandle(inHandle).IndexFile(*outProgress, inIndexFlag); });
@@ -106,9 +106,8 @@ Vexmora_Status Vexmora_GetFrameSizes(Vexmora_Handle inHandle, std::uint32_t* out
 
 Vexmora_Status Vexmora_GetFrameDependancies(Vexmora_Handle inHandle, std::int32_t inFrame,
                                             std::int32_t* outForward, std::int32_t* outBackward) {
-    return BehindBarrier([&] {
-        return FromHandle(inHandle).GetFrameDependancies(inFrame, *outForward, *outBackward);
-    });
+    return BehindBarrier(
+        [&] { return FromHandle(inHandle).GetFrameDependancies(inFrame, *outForward, *outBackward); });
 }
 
 std::int32_t Vexmora_IsFrameValid(Vexmora_Handle inHandle, std::int32_t inFrame) {
@@ -119,7 +118,7 @@ std::int32_t Vexmora_GetLastGoodFrame(Vexmora_Handle inHandle, std::int32_t inFr
     return FromHandle(inHandle).GetLastGoodFrame(inFrame);
 }
 
-// ---- Decoding (not built yet) --------------------------------------------------------------------------------
+// ---- Decoding (not built yet) -----------------------------------------------------------------------------
 
 Vexmora_Status Vexmora_GetFrame(Vexmora_Handle, std::int32_t, const FramePlanes*, const FramePlanes*,
                                 const FramePlanes*, std::uint32_t, std::uint32_t) {

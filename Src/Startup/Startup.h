@@ -12,8 +12,8 @@ namespace Vexmora {
 void Startup();
 void Shutdown();
 
-/// The executor that pictures are split over; empty while the library is stopped. Written only by start-up and
-/// shut-down; a shut-down must not run while a picture is being decoded.
+/// The executor that pictures are split over; empty while the library is stopped. Written only by start-up
+/// and shut-down; a shut-down must not run while a picture is being decoded.
 const boost::shared_ptr<Pavlin::threads::AsyncExecutor>& CpuExecutor();
 
 }  // namespace Vexmora

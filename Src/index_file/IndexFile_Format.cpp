@@ -50,7 +50,8 @@ IndexFileStatus ReadIndexFile(const UTF16String& inIndexPath, const UTF16String&
         return IndexFileStatus::OtherMedia;
     }
     if (index.header.streamKind != kStreamKindFailed) {
-        if (index.header.recordCount > mediaSize / kSmallestPicture + kMostHoles) return IndexFileStatus::NotRead;
+        if (index.header.recordCount > mediaSize / kSmallestPicture + kMostHoles)
+            return IndexFileStatus::NotRead;
         if (ReadRecords(file, index.header.recordCount, index.records) < 0) return IndexFileStatus::NotRead;
     }
     outIndex = std::move(index);

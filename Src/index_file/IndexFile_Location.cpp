@@ -73,8 +73,9 @@ std::optional<UTF16String> CreateUnique(const UTF16String& inDefaultPath, Orvet:
     constexpr int kAttempts = 16;
     for (int attempt = 0; attempt < kAttempts; ++attempt) {
         UTF16String path = PathUtils::MakeUniqueFilename(inDefaultPath);
-        if (outFile.Create(PathUtils::ToNormalizedPath(path), Orvet::FileAccess::Write, Orvet::FileShare::None,
-                           Orvet::FileDisposition::CreateNew, Orvet::FileAttributes::Normal) >= 0) {
+        if (outFile.Create(PathUtils::ToNormalizedPath(path), Orvet::FileAccess::Write,
+                           Orvet::FileShare::None, Orvet::FileDisposition::CreateNew,
+                           Orvet::FileAttributes::Normal) >= 0) {
             return path;
         }
     }

@@ -1,12 +1,13 @@
-// The decoding tables of all variable-length codes, built when the first user comes and freed when the last goes.
+// The decoding tables of all variable-length codes, built when the first user comes and freed when the last
+// goes.
 #pragma once
 
 #include "primitives/VlcTable.h"
 
 namespace Vexmora {
 
-/// One table for each of the code tables B.1 to B.4, B.9, B.10 and B.12 to B.15 of ISO/IEC 13818-2; B.14 in two
-/// forms.
+/// One table for each of the code tables B.1 to B.4, B.9, B.10 and B.12 to B.15 of ISO/IEC 13818-2; B.14 in
+/// two forms.
 struct DecodingTableSet {
     VlcTable macroblockAddressIncrement;
     VlcTable macroblockTypeI;

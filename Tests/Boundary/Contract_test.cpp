@@ -1,4 +1,5 @@
-// A broken promise inside the library is reported with the text, place and code of its check, and work goes on.
+// A broken promise inside the library is reported with the text, place and code of its check, and work goes
+// on.
 #include <gtest/gtest.h>
 
 #include <array>
@@ -42,9 +43,10 @@ TEST(Contract, ReportsAPointerThatIsAtNoStartCodeAndGoesOn) {
     EXPECT_EQ(sink.violations[0],
               "inBuffer[0] == 0 && inBuffer[1] == 0 && inBuffer[2] == 1 | ..\\..\\Src\\Indexer:1649");
     ASSERT_EQ(sink.errors.size(), 1u);
-    EXPECT_EQ(sink.errors[0],
-              "0 105 25 $$$/Pavlin/utility/Error/Contract/InputContractViolation=An input contract violation has "
-              "occurred!");
+    EXPECT_EQ(
+        sink.errors[0],
+        "0 105 25 $$$/Pavlin/utility/Error/Contract/InputContractViolation=An input contract violation has "
+        "occurred!");
 
     bytes[2] = 1;
     static_cast<void>(indexer.HandleStartCode(bytes.data(), 0));

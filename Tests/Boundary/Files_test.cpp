@@ -1,5 +1,5 @@
-// Opening, indexing and asking about files through the exports, and what happens when file, index file or host
-// fail.
+// Opening, indexing and asking about files through the exports, and what happens when file, index file or
+// host fail.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -202,7 +202,8 @@ TEST_F(Files, WhatCannotBeOpenedIsRefused) {
     EXPECT_EQ(Open(), Vexmora_Unsupported) << "no such file";
     EXPECT_EQ(openOf({}), Vexmora_Unsupported);
     EXPECT_EQ(openOf(Bytes(100, 'x')), Vexmora_Unsupported);
-    EXPECT_EQ(openOf(Join({SequenceHeader(), GopHeader(), Picture(0, 1)})), Vexmora_NoSequenceHeader) << "MPEG-1";
+    EXPECT_EQ(openOf(Join({SequenceHeader(), GopHeader(), Picture(0, 1)})), Vexmora_NoSequenceHeader)
+        << "MPEG-1";
     EXPECT_EQ(openOf({0, 0, 0, 0x20, 0x40, 'y', 'p', 'e', 'i', 's', 'o', 'm'}), Vexmora_NoSequenceHeader)
         << "looks like a pack, has no video";
     EXPECT_EQ(openOf({0, 0, 0, 0x20, 'm', 'd', 'a', 't', 0, 0, 0, 0}), Vexmora_Unsupported);
@@ -263,7 +264,8 @@ TEST_F(Files, TheHostMayBringItsOwnIndex) {
     IndexResult index = Index(media);
     const auto open = [&] {
         Vexmora_CloseFile(mHandle);
-        return Vexmora_OpenFileWithIndex(ToUtf16(mMedia), mHost->Services(), index.header, index.records, &mHandle);
+        return Vexmora_OpenFileWithIndex(ToUtf16(mMedia), mHost->Services(), index.header, index.records,
+                                         &mHandle);
     };
     ASSERT_EQ(open(), Vexmora_Ok);
     std::uint32_t offset = 7;

@@ -18,7 +18,8 @@ TEST(SwapWords, ReversesEachWordAndNothingBehind) {
             for (std::size_t i = 0; i < 4 * words; ++i) bytes[i] = static_cast<std::uint8_t>(i);
             table.primitives->swapWords(bytes, words);
             for (std::size_t i = 0; i < 4 * words; ++i) {
-                ASSERT_EQ(bytes[i], static_cast<std::uint8_t>(i / 4 * 4 + 3 - i % 4)) << table.name << ", " << words << " words";
+                ASSERT_EQ(bytes[i], static_cast<std::uint8_t>(i / 4 * 4 + 3 - i % 4))
+                    << table.name << ", " << words << " words";
             }
         }
     }

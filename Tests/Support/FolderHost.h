@@ -62,13 +62,13 @@ class FolderHost {
         std::strcpy(outGuid, sGuid.c_str());
         return sFailure == Failure::Identity ? -1 : 0;
     }
-    static std::int32_t RegisterIndexFile(const char*, const char*, const char16_t* inIndexPath, const char16_t*,
-                                          const char16_t*) {
+    static std::int32_t RegisterIndexFile(const char*, const char*, const char16_t* inIndexPath,
+                                          const char16_t*, const char16_t*) {
         sKnown = inIndexPath;
         return sFailure == Failure::Register ? -1 : 0;
     }
-    static std::int32_t FindIndexFile(std::uint32_t inCapacity, char16_t* outIndexPath, const char*, const char*,
-                                      const char16_t*) {
+    static std::int32_t FindIndexFile(std::uint32_t inCapacity, char16_t* outIndexPath, const char*,
+                                      const char*, const char16_t*) {
         return sKnown.empty() ? -1 : Copy(sKnown.u16string(), inCapacity, outIndexPath);
     }
 

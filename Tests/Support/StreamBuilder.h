@@ -31,8 +31,7 @@ class BitWriter {
     unsigned mBitCount = 0;
 };
 
-// ---- Video elementary stream (ISO/IEC 13818-2, 6.2)
-// ----------------------------------------------------------
+// ---- Video elementary stream (ISO/IEC 13818-2, 6.2) -------------------------------------------------------
 
 struct Sequence {
     unsigned width = 64;
@@ -74,8 +73,7 @@ Bytes Picture(unsigned inTemporalReference, unsigned inType, std::size_t inSlice
 /// Where the picture start codes of a video stream are, byte by byte, in stream order.
 std::vector<std::size_t> PictureStartCodes(const Bytes& inVideo);
 
-// ---- Packets (ISO/IEC 13818-1, 2.4 and 2.5)
-// ------------------------------------------------------------------
+// ---- Packets (ISO/IEC 13818-1, 2.4 and 2.5) ---------------------------------------------------------------
 
 Bytes PesPacket(unsigned inStreamId, std::span<const std::uint8_t> inPayload,
                 std::optional<std::uint64_t> inPts = {}, std::size_t inHeaderStuffing = 0);
@@ -134,8 +132,7 @@ inline constexpr unsigned kPmtPid = 0x20;
 /// The payload size of a packet that begins a PES packet counts without the PES header.
 Packetised TransportStream(const Bytes& inVideo, const Packaging& inPackaging);
 
-// ---- Indexing
-// ------------------------------------------------------------------------------------------------
+// ---- Indexing ---------------------------------------------------------------------------------------------
 
 struct IndexResult {
     Vexmora_Status created = Vexmora_Failure;

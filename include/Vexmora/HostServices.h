@@ -13,8 +13,8 @@ using MemoryHandle = std::uint64_t;
 /// The only kind of memory that the library asks for.
 inline constexpr std::uint32_t kMemoryKind = 2;
 
-/// Shares the blocks of a media file between all its readers. Called from decoding threads and from the thread
-/// that completes a read-ahead, at once.
+/// Shares the blocks of a media file between all its readers. Called from decoding threads and from the
+/// thread that completes a read-ahead, at once.
 struct BlockCacheTable {
     void* reserved0;
     void* reserved1;

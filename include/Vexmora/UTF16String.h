@@ -8,8 +8,8 @@
 namespace Pavlin::utility {
 
 /// Stateless allocator for small strings and containers. Blocks come from the process's one heap, whose
-/// per-thread cache serves small sizes without a lock, so a block may be freed on either side of the library's
-/// boundary. Throws std::bad_alloc like any allocator.
+/// per-thread cache serves small sizes without a lock, so a block may be freed on either side of the
+/// library's boundary. Throws std::bad_alloc like any allocator.
 template <typename T>
 class SmallBlockAllocator {
   public:
@@ -21,10 +21,10 @@ class SmallBlockAllocator {
 
     T* allocate(std::size_t inCount) {
         if (inCount > static_cast<std::size_t>(-1) / sizeof(T)) throw std::bad_array_new_length();
-        return static_cast<T*>(::operator new(inCount * sizeof(T), std::align_val_t{alignof(T)}));
+        return static_cast<T*>(::operator new (inCount * sizeof(T), std::align_val_t{alignof(T)}));
     }
     void deallocate(T* inBlock, std::size_t) noexcept {
-        ::operator delete(inBlock, std::align_val_t{alignof(T)});
+        ::operator delete (inBlock, std::align_val_t{alignof(T)});
     }
 
     template <typename U>

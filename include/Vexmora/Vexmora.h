@@ -1,5 +1,5 @@
-// The exported interface: frame-accurate random access to MPEG-2 video (ISO/IEC 13818-2) in elementary, program
-// and transport streams. Twenty functions; everything else in the library is hidden.
+// The exported interface: frame-accurate random access to MPEG-2 video (ISO/IEC 13818-2) in elementary,
+// program and transport streams. Twenty functions; everything else in the library is hidden.
 //
 // Index a stream that the host reads itself (see Vexmora_CreateIndexerFromFirstBuffer):
 //
@@ -28,25 +28,26 @@
 #define VEXMORA_API __attribute__((visibility("default")))
 #endif
 
-/// An opened file or buffer instance. One thread at a time may use a handle; different handles are independent.
+/// An opened file or buffer instance. One thread at a time may use a handle; different handles are
+/// independent.
 using Vexmora_Handle = struct Vexmora_InstanceTag*;
 /// An indexer over buffers that the host supplies. One thread at a time.
 using Vexmora_IndexerHandle = struct Vexmora_IndexerTag*;
 
 extern "C" {
 
-// ---- Start-up and shut-down ----------------------------------------------------------------------------------
+// ---- Start-up and shut-down -------------------------------------------------------------------------------
 
-/// Prepares the process: picks the processor variant of the primitives and makes the executor that spreads the
-/// decoding of one picture over the processors. Call it before any other export, from any thread; calls are
-/// counted and balanced by Vexmora_Shutdown.
+/// Prepares the process: picks the processor variant of the primitives and makes the executor that spreads
+/// the decoding of one picture over the processors. Call it before any other export, from any thread; calls
+/// are counted and balanced by Vexmora_Shutdown.
 VEXMORA_API void Vexmora_Startup();
 
 /// Balances one Vexmora_Startup; the last one releases the executor. A call too many is ignored. Must not run
 /// while a picture is being decoded.
 VEXMORA_API void Vexmora_Shutdown();
 
-// ---- Opening and closing -------------------------------------------------------------------------------------
+// ---- Opening and closing ----------------------------------------------------------------------------------
 
 /// Opens a media file and loads its index if the host knows one.
 /// @param inPath        the file.
@@ -59,8 +60,8 @@ VEXMORA_API void Vexmora_Shutdown();
 ///         Vexmora_Unsupported, Vexmora_NoSequenceHeader.
 VEXMORA_API Vexmora_Status Vexmora_OpenFile(const UTF16String& inPath,
                                             const Vexmora::HostServices& inServices,
-                                            Vexmora_Handle* outHandle,
-                                            Vexmora::IndexHeader* outIndexHeader, bool inIndexFlag);
+                                            Vexmora_Handle* outHandle, Vexmora::IndexHeader* outIndexHeader,
+                                            bool inIndexFlag);
 
 /// Opens a media file with an index that the host holds, for example from a buffer indexer.
 /// @param inIndexHeader  the index header; copied.
@@ -68,15 +69,17 @@ VEXMORA_API Vexmora_Status Vexmora_OpenFile(const UTF16String& inPath,
 /// @param outHandle      receives the handle on status 0, else null. The host closes it.
 /// @return Vexmora_Ok, Vexmora_Failure, Vexmora_Unsupported (also: fewer records than the header counts),
 ///         Vexmora_NoSequenceHeader, Vexmora_NotFinished (the header counts no records; no handle).
-VEXMORA_API Vexmora_Status Vexmora_OpenFileWithIndex(
-    const UTF16String& inPath, const Vexmora::HostServices& inServices,
-    const Vexmora::IndexHeader& inIndexHeader, const std::vector<Vexmora::FrameRecord>& inFrameRecords,
-    Vexmora_Handle* outHandle);
+VEXMORA_API Vexmora_Status Vexmora_OpenFileWithIndex(const UTF16String& inPath,
+                                                     const Vexmora::HostServices& inServices,
+                                                     const Vexmora::IndexHeader& inIndexHeader,
+                                                     const std::vector<Vexmora::FrameRecord>& inFrameRecords,
+                                                     Vexmora_Handle* outHandle);
 
 /// Makes an instance that decodes elementary-stream pictures which the host writes into a buffer.
 /// @param inBufferSize bytes of the buffer: the largest coded picture and its headers, plus 8 KiB.
 /// @param outHandle    receives the handle on status 0, else is left alone. The host closes it.
-/// @param outBuffer    receives the buffer's address on status 0, else is left alone. It belongs to the handle
+/// @param outBuffer    receives the buffer's address on status 0, else is left alone. It belongs to the
+/// handle
 ///                     and is valid until Vexmora_CloseFile.
 /// @return Vexmora_Ok or Vexmora_Failure.
 VEXMORA_API Vexmora_Status Vexmora_OpenBufferInstance(const Vexmora::HostServices& inServices,
@@ -86,7 +89,7 @@ VEXMORA_API Vexmora_Status Vexmora_OpenBufferInstance(const Vexmora::HostService
 /// Releases a handle of any of the three opens; null is allowed. Always Vexmora_Ok.
 VEXMORA_API Vexmora_Status Vexmora_CloseFile(Vexmora_Handle inHandle);
 
-// ---- Indexing a file -----------------------------------------------------------------------------------------
+// ---- Indexing a file --------------------------------------------------------------------------------------
 
 /// Reads and indexes the next 16 MiB of a file that was opened without an index; the last call writes the
 /// index file. The handle itself stays without an index: open the file again to use it.
@@ -96,7 +99,7 @@ VEXMORA_API Vexmora_Status Vexmora_CloseFile(Vexmora_Handle inHandle);
 ///         Vexmora_Unsupported (no index can be built), Vexmora_IndexNotWritten.
 VEXMORA_API Vexmora_Status Vexmora_IndexFile(Vexmora_Handle inHandle, float* outProgress, bool inIndexFlag);
 
-// ---- Queries -------------------------------------------------------------------------------------------------
+// ---- Queries ----------------------------------------------------------------------------------------------
 
 /// Fills outInfo. @return Vexmora_Ok, or with nothing written Vexmora_Failure, Vexmora_Unsupported,
 /// Vexmora_NoSequenceHeader (also: a buffer instance before its first request).
@@ -124,7 +127,7 @@ VEXMORA_API std::int32_t Vexmora_IsFrameValid(Vexmora_Handle inHandle, std::int3
 /// inFrame when it is valid, else the nearest valid frame below it, else 0.
 VEXMORA_API std::int32_t Vexmora_GetLastGoodFrame(Vexmora_Handle inHandle, std::int32_t inFrame);
 
-// ---- Decoding ------------------------------------------------------------------------------------------------
+// ---- Decoding ---------------------------------------------------------------------------------------------
 
 /// Decodes one frame of an indexed file into the host's planes, on all processors, and returns when it is
 /// complete.
@@ -154,11 +157,12 @@ VEXMORA_API Vexmora_Status Vexmora_GetFrameFromBuffer(
     const Vexmora::FramePlanes* inForward, const Vexmora::FramePlanes* inBackward,
     const Vexmora::FramePlanes* outPicture, std::uint32_t inDecodeMode, std::uint32_t inDecodeSubMode);
 
-// ---- Indexing buffers ----------------------------------------------------------------------------------------
+// ---- Indexing buffers -------------------------------------------------------------------------------------
 // These five pass allocation failures on to the host as std::bad_alloc.
 
 /// Makes the indexer for a stream by its first bytes, which must still be passed to the first scan.
-/// @param inFirstBytes at least 5 bytes: 00 00 01 B3 (elementary), 47 (transport), or a fifth byte 4x (program).
+/// @param inFirstBytes at least 5 bytes: 00 00 01 B3 (elementary), 47 (transport), or a fifth byte 4x
+/// (program).
 /// @param outIndexer   receives the indexer, or null. The host destroys it.
 /// @return Vexmora_Ok; Vexmora_Failure when the bytes are none of these, a pointer is null, or there is no
 ///         memory.
@@ -174,8 +178,7 @@ VEXMORA_API Vexmora_Status Vexmora_BufferIndexerCreate(Vexmora_IndexerHandle* ou
 /// @param inFileOffset stream position of the first of them; positions become the records' offsets.
 /// @return Vexmora_Ok whatever the bytes hold; Vexmora_Failure for a null pointer or size 0.
 VEXMORA_API Vexmora_Status Vexmora_BufferIndexerScan(Vexmora_IndexerHandle inIndexer,
-                                                     const std::uint8_t* inBuffer,
-                                                     std::uint64_t inBufferSize,
+                                                     const std::uint8_t* inBuffer, std::uint64_t inBufferSize,
                                                      std::uint64_t inFileOffset);
 
 /// Finishes the index. Call it once, after the last scan.
@@ -190,8 +193,8 @@ VEXMORA_API Vexmora_Status Vexmora_BufferIndexerDone(
     std::vector<Vexmora::AudioAlignmentRun>* outAlignmentPlan,
     std::vector<Vexmora::FrameRecord>* outFrameRecords);
 
-/// Destroys an indexer and writes null through ioIndexer. @return Vexmora_Ok, or Vexmora_Failure when there is
-/// nothing to destroy.
+/// Destroys an indexer and writes null through ioIndexer. @return Vexmora_Ok, or Vexmora_Failure when there
+/// is nothing to destroy.
 VEXMORA_API Vexmora_Status Vexmora_BufferIndexerDestroy(Vexmora_IndexerHandle* ioIndexer);
 
 }  // extern "C"
