@@ -41,7 +41,8 @@ struct MemoryHandlesTable {
     std::int32_t (*Address)(MemoryHandle inBlock, std::uint32_t inKind, std::uint8_t** outBytes);
 };
 
-/// Decides where index files live. All text is NUL-terminated; a negative result is a failure.
+/// Decides where index files live. All text is NUL-terminated; a negative result is a failure. Called only
+/// from within Vexmora_OpenFile and Vexmora_IndexFile, on the thread that called those.
 struct IndexLocationTable {
     /// Slot 0: the folder in which the index file of this media belongs; inCapacity counts char16_t.
     std::int32_t (*GetIndexFolder)(const char16_t* inMediaPath, std::uint32_t inCapacity,

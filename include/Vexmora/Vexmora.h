@@ -22,11 +22,7 @@
 #include "Vexmora/Status.h"
 #include "Vexmora/UTF16String.h"
 
-#if defined(_WIN32)
-#define VEXMORA_API
-#else
 #define VEXMORA_API __attribute__((visibility("default")))
-#endif
 
 /// An opened file or buffer instance. One thread at a time may use a handle; different handles are
 /// independent.
