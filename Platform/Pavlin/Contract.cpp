@@ -2,6 +2,7 @@
 #include "Pavlin/Contract.h"
 
 #include <atomic>
+#include <csignal>
 #include <cstdio>
 #include <cstring>
 
@@ -47,6 +48,10 @@ bool debug::IsDebuggerAttached() {
         std::fclose(status);
     }
     return attached;
+}
+
+void debug::Break() {
+    static_cast<void>(std::raise(SIGTRAP));
 }
 
 void config::ThrowError(int inLevel, const char* inMessageKey, int inNumber, int inCode, bool,

@@ -13,6 +13,9 @@ bool BreakAfterContractDialog(const char* inExpression, const char* inSourcePath
 /// Whether a debugger is attached to this process.
 bool IsDebuggerAttached();
 
+/// Stops in the debugger, which may let the program go on; without one this ends the program.
+void Break();
+
 }  // namespace Pavlin::debug
 
 namespace Pavlin::config {

@@ -24,7 +24,7 @@ constexpr ReportText kOutputReport{
 void ReportViolation(const ContractCheck& inCheck) {
     if (Pavlin::debug::BreakAfterContractDialog(inCheck.expression, inCheck.source, inCheck.line) &&
         Pavlin::debug::IsDebuggerAttached()) {
-        __builtin_trap();
+        Pavlin::debug::Break();
     }
     const ReportText& report = inCheck.kind == ContractKind::Input ? kInputReport : kOutputReport;
     const Pavlin::config::ReplacementValue none;

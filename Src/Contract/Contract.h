@@ -40,8 +40,9 @@ void ReportViolation(const ContractCheck& inCheck);
 
 /// Reports inCheck unless inHolds. Returns inHolds.
 inline bool Check(bool inHolds, const ContractCheck& inCheck) {
-    if (!inHolds) [[unlikely]]
+    if (!inHolds) [[unlikely]] {
         ReportViolation(inCheck);
+    }
     return inHolds;
 }
 

@@ -16,7 +16,7 @@ namespace Vexmora {
 /// indexers unwrap their packets and feed the same scan. One thread at a time.
 class PureVideoIndexer {
   public:
-    PureVideoIndexer() : PureVideoIndexer(kElementaryScan) {}
+    PureVideoIndexer() : PureVideoIndexer(kVideoScan) {}
 
     /// Scans inSize bytes that lie at inPosition in the stream. Buffers come in stream order without gaps and
     /// are only read. False: nothing more need be fed; the index of an elementary stream that has failed for
@@ -57,9 +57,9 @@ class PureVideoIndexer {
         /// A short unit that leaves more bytes than this unscanned fails the index.
         std::size_t mostUnscanned;
     };
-    static constexpr ScanLimits kElementaryScan{kLookAhead + 1, 288};
+    static constexpr ScanLimits kVideoScan{kLookAhead + 1, 288};
     static constexpr ScanLimits kTransportScan{kLookAhead, 160};
-    static_assert(kElementaryScan.mostUnscanned + kLookAhead <= StartCodeCarry::kCapacity);
+    static_assert(kVideoScan.mostUnscanned + kLookAhead <= StartCodeCarry::kCapacity);
 
     /// Bytes of the video that follow each other in the stream: a whole unit (a buffer, a packet's payload),
     /// or a part of one that a buffer boundary cut. A unit gives the same result in whatever parts it comes.
@@ -75,6 +75,10 @@ class PureVideoIndexer {
 
     /// Scans the next piece of the video, joined to what was held back.
     void FeedVideo(const VideoPiece& inPiece);
+
+    /// Position of the packet in which the start code being handled begins: RecordOffsetFor of streams in
+    /// packets.
+    std::uint64_t PacketPosition() const { return mPacketPosition; }
 
     IndexerState mState;
 
@@ -107,12 +111,7 @@ class PureVideoIndexer {
     bool mCarryOverflow = false;
     /// Bytes at the start of the next piece of the same unit that a header's length skips.
     std::uint64_t mSkipInUnit = 0;
-    /// Position of the packet in which the start code being handled begins.
     std::uint64_t mPacketPosition = 0;
-
-  protected:
-    /// For RecordOffsetFor of the packetised streams.
-    std::uint64_t PacketPosition() const { return mPacketPosition; }
 };
 
 }  // namespace Vexmora

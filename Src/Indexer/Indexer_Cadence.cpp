@@ -15,10 +15,6 @@ bool Has(const FrameRecord& inRecord, std::uint16_t inBit) {
     return (inRecord.flags & inBit) != 0;
 }
 
-bool IsTyped(const FrameRecord& inRecord) {
-    return PictureCodingType(inRecord) != 0;
-}
-
 // Fields (interlaced sequence) or frames (progressive sequence) that a picture is shown for; 0 when its flags
 // contradict each other.
 std::uint32_t ShownFor(const FrameRecord& inRecord, bool inProgressiveSequence) {

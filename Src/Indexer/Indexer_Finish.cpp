@@ -10,10 +10,6 @@ namespace {
 // How many records from the start may be passed over to find a frame that decodes cleanly.
 constexpr std::int64_t kStartSearch = 30;
 
-bool IsTyped(const FrameRecord& inRecord) {
-    return PictureCodingType(inRecord) != 0;
-}
-
 // The start of the final GOP in display order, and the holes passed on the way to it.
 struct FinalGop {
     std::int64_t begin;
@@ -116,7 +112,8 @@ UsableFrames FindUsableFrames(IndexerState& ioState, bool inIsTransportStream) {
 bool PureVideoIndexer::FinishIndex(std::uint64_t inEndPosition, IndexHeader& outHeader,
                                    std::vector<AudioAlignmentRun>& outAlignmentPlan,
                                    std::vector<FrameRecord>& outRecords) {
-    if (!mState.failed) HandleCarriedStartCodes();  // a short last buffer was only held back
+    // The last buffer of an elementary stream may be so short that it was only held back.
+    if (!mState.failed && !IsTransportStream() && !IsProgramStream()) HandleCarriedStartCodes();
     if (!mState.failed) CloseCurrentRecord(inEndPosition);
     const std::size_t count = mState.records.size();
     if (mState.failed || !mState.mpeg2 || count == 0 || count > 0x7FFFFFFF) {

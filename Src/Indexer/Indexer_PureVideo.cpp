@@ -65,14 +65,16 @@ void PureVideoIndexer::HoldBack(const VideoPiece& inPiece) {
 std::size_t PureVideoIndexer::ScanCarry(const VideoPiece& inPiece) {
     const std::size_t taken = std::min(kLookAhead, inPiece.size);
     mCarry.Append(inPiece.bytes, taken, inPiece.origin);
+    mUnscanned += taken;
     const std::ptrdiff_t remaining = HandleCarriedStartCodes();
     if (remaining > static_cast<std::ptrdiff_t>(taken)) {
         // A short part of a longer unit: the start code at the front still waits for more.
         mCarry.DropFront(mCarry.Size() - static_cast<std::size_t>(remaining));
-        mUnscanned = std::min(mUnscanned + taken, mLimits.bytesInHand - 1);
+        mUnscanned = std::min(mUnscanned, mLimits.bytesInHand - 1);
         return taken;
     }
-    mCarry.Clear();  // what was not scanned lies in the piece
+    mCarry.Clear();  // what was not scanned lies in the piece, and is counted there
+    mUnscanned -= static_cast<std::size_t>(std::max<std::ptrdiff_t>(remaining, 0));
     return static_cast<std::size_t>(static_cast<std::ptrdiff_t>(taken) - remaining);
 }
 
@@ -86,7 +88,7 @@ std::ptrdiff_t PureVideoIndexer::HandleCarriedStartCodes() {
         const ByteOrigin origin = mCarry.OriginOf(at);
         mPacketPosition = origin.packetPosition;
         at += HandleStartCode(mCarry.Bytes() + at, origin.position);
-        mUnscanned = 0;
+        mUnscanned = size - std::min(at, size);
     }
     return static_cast<std::ptrdiff_t>(size) - static_cast<std::ptrdiff_t>(at);
 }
@@ -104,6 +106,7 @@ void PureVideoIndexer::ScanPiece(const VideoPiece& inPiece, std::size_t inFrom) 
         scanned = at;
         mUnscanned = 0;
     }
+    if (mState.failed) return;
     if (scanned > inPiece.size) {
         mSkipInUnit = scanned - inPiece.size;
         mUnscanned = 0;

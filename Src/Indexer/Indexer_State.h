@@ -22,6 +22,11 @@ inline constexpr std::int64_t kNoPts = -1;
 /// formatWord bits of a frame picture (picture_structure 3).
 inline constexpr std::uint32_t kFramePictureWord = 3 << 15;
 
+/// Whether a picture is recorded here; holes have no type.
+inline bool IsTyped(const FrameRecord& inRecord) {
+    return PictureCodingType(inRecord) != 0;
+}
+
 struct IndexerState {
     /// Display indices of the most recent anchor (I or P picture) in display order and of the one before it.
     std::uint32_t prevAnchor = 0;

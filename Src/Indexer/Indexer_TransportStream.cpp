@@ -137,8 +137,10 @@ void TransportStreamIndexer::ProcessVideo(const Packet& inPacket) {
     const std::size_t length = inPacket.payloadLength;
     std::size_t headerLength = 0;
     if (inPacket.StartsUnit() && length >= kStartCodeSize && StartsStream(payload, kVideoStreamId)) {
-        if (length < kPesFixedHeaderSize) return;  // the header runs out of its packet
+        // A header that runs out of its packet leaves nothing to feed.
+        if (length < kPesSyntaxSize) return;
         const bool isMpeg2 = IsMpeg2Pes(payload);
+        if (isMpeg2 && length < kPesFixedHeaderSize) return;
         headerLength = isMpeg2 ? PesHeaderSize(payload) : kStartCodeSize;
         if (isMpeg2 && AnnouncesPts(payload) && length >= kPesHeaderSizeWithPts) {
             mState.pendingPts = ReadPts(payload);

@@ -7,7 +7,8 @@
 
 namespace Vexmora {
 
-/// Bytes up to and including PES_header_data_length, and up to the end of a PTS.
+/// Bytes up to and including the bits that tell the syntax, PES_header_data_length, and a PTS.
+inline constexpr std::size_t kPesSyntaxSize = 7;
 inline constexpr std::size_t kPesFixedHeaderSize = 9;
 inline constexpr std::size_t kPesHeaderSizeWithPts = 14;
 
@@ -16,7 +17,7 @@ inline constexpr std::uint8_t kVideoStreamId = 0xE0;
 inline constexpr std::uint8_t kLastVideoStreamId = 0xEF;
 inline constexpr std::uint8_t kPrivateStream1Id = 0xBD;
 
-/// Whether the header has the MPEG-2 syntax; needs 7 bytes.
+/// Whether the header has the MPEG-2 syntax; needs kPesSyntaxSize bytes.
 inline bool IsMpeg2Pes(const std::uint8_t* inPacket) {
     return (inPacket[6] & 0xC0) == 0x80;
 }

@@ -2,12 +2,14 @@
 #include "Indexer/StartCodeCarry.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cstring>
 
 namespace Vexmora {
 
 void StartCodeCarry::Append(const std::uint8_t* inBytes, std::size_t inCount, const ByteOrigin& inOrigin) {
-    inCount = std::min(inCount, kCapacity - mSize);
+    assert(inCount <= kCapacity - mSize);
+    inCount = std::min(inCount, kCapacity - mSize);  // never beyond the end, whatever the caller got wrong
     if (inCount == 0) return;
     std::memcpy(mBytes.data() + mSize, inBytes, inCount);
     mPieces[mPieceCount++] = {mSize, inOrigin};

@@ -12,7 +12,7 @@ namespace Vexmora {
 struct ByteOrigin {
     /// Stream position of the byte itself.
     std::uint64_t position;
-    /// Stream position of the packet that carries it; without packets the same as position's piece.
+    /// Stream position of the packet that carries it; without packets, of the buffer that held it.
     std::uint64_t packetPosition;
 };
 

@@ -212,5 +212,27 @@ TEST(Splits, BuffersTooShortToScanFailTheIndex) {
     EXPECT_EQ(Vexmora_BufferIndexerDestroy(&indexer), Vexmora_Failure);
 }
 
+// Payloads too short to be scanned add up until there are too many of them, wherever buffers are cut.
+TEST(Splits, RunsOfShortPayloadsEndAlikeInAnyBuffers) {
+    constexpr unsigned kVideo = 0xE0;
+    const Bytes begin = Join({PackHeader(), PesPacket(kVideo, Join({SequenceHeader(), SequenceExtension(),
+                                                                    GopHeader(), Picture(0, 1, 200)}))});
+    const Bytes startCode = PesPacket(kVideo, Join({{0, 0, 1, 5}, Bytes(29, 0x66)}));
+    const Bytes filler = PesPacket(kVideo, Bytes(31, 0x77));
+    const Bytes lastShort = PesPacket(kVideo, Join({Bytes(22, 0x77), PictureHeader(1, 2)}));
+    const Bytes end = PesPacket(kVideo, Bytes(200, 0x44));
+    for (const int fillers : {7, 8}) {
+        Bytes stream = Join({begin, startCode});
+        for (int i = 0; i < fillers; ++i) stream.insert(stream.end(), filler.begin(), filler.end());
+        stream = Join({stream, lastShort, end});
+        const IndexResult whole = Index(stream);
+        // 29 bytes behind the start code, and 31 in each short payload, of which 288 are too many.
+        EXPECT_EQ(whole.done, fillers == 7 ? Vexmora_Ok : Vexmora_Unsupported);
+        for (std::size_t cut = 33; cut + 33 <= stream.size(); ++cut) {
+            ASSERT_EQ(Index(stream, {cut}), whole) << fillers << " fillers, cut at " << cut;
+        }
+    }
+}
+
 }  // namespace
 }  // namespace Vexmora::Test

@@ -19,7 +19,7 @@ struct FrameRecord {
     /// Stream position to read from: of the picture's start code (elementary stream), of the video PES packet
     /// (program stream) or of the transport packet (transport stream) in which that start code begins.
     std::uint64_t offset;
-    /// Bytes from offset to the next picture start code or sequence end code, or to the end of the stream.
+    /// Bytes from offset to the next picture start code, or to the end of the stream.
     std::uint32_t size;
     /// See the k…Bit constants below.
     std::uint16_t flags;

@@ -169,7 +169,8 @@ VEXMORA_API Vexmora_Status Vexmora_CreateIndexerFromFirstBuffer(const std::uint8
 VEXMORA_API Vexmora_Status Vexmora_BufferIndexerCreate(Vexmora_IndexerHandle* outIndexer);
 
 /// Scans the next bytes of the stream: in order, without gaps, in buffers of any size of at least 33 bytes
-/// (a last shorter one is fine; the records are the same for every split).
+/// (a last shorter one is fine; the records are the same for every split, but for an elementary stream
+/// in which PES headers lie across the cuts).
 /// @param inBuffer     inBufferSize bytes; only read, not kept.
 /// @param inFileOffset stream position of the first of them; positions become the records' offsets.
 /// @return Vexmora_Ok whatever the bytes hold; Vexmora_Failure for a null pointer or size 0.
