@@ -119,6 +119,7 @@ bool TransportStreamIndexer::UseStream(std::uint8_t inStreamType, std::uint32_t 
         case kMpeg2Video:
             if (mVideoPid != kUnknownPid && mVideoPid != inPid && gPsiAnomalyCount.Raise()) return false;
             mVideoPid = inPid;
+            LookForPlainVideo(inPid);
             return true;
         case kMpeg1Audio:
             if (!changesAudio || !gPsiAnomalyCount.Raise()) mAudioPid = inPid;

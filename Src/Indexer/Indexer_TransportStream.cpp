@@ -43,7 +43,12 @@ bool TransportStreamIndexer::ScanBuffer(const std::uint8_t* inBuffer, std::uint6
             at += needed;
         } else if (mSyncState == SyncState::InStep && inBuffer[at] == kTransportStreamSyncByte) {
             Check(left >= kTransportPacketSize, contracts::kWholePacket);
-            ProcessPacket(inBuffer + at, inPosition + at);
+            // Most packets are the inside of a video PES packet.
+            if (IsPlainVideo(inBuffer + at)) {
+                FeedVideoPayload(inBuffer + at, kTransportStreamHeaderSize, inPosition + at);
+            } else {
+                ProcessPacket(inBuffer + at, inPosition + at);
+            }
             at += kTransportPacketSize;
         } else {
             const std::uint8_t* sync = FindSync(inBuffer + at, left);
@@ -110,7 +115,10 @@ bool TransportStreamIndexer::NotePesStart(const Packet& inPacket) {
     if (payload[0] != 0 || payload[1] != 0 || payload[2] != 1) return false;
     const std::uint32_t pid = inPacket.Pid();
     const bool isVideo = kVideoStreamId <= payload[3] && payload[3] <= kLastVideoStreamId;
-    if (isVideo && mVideoPid == kUnknownPid && mFallbackVideoPid == kUnknownPid) mFallbackVideoPid = pid;
+    if (isVideo && mVideoPid == kUnknownPid && mFallbackVideoPid == kUnknownPid) {
+        mFallbackVideoPid = pid;
+        LookForPlainVideo(pid);
+    }
     if (payload[3] != kAudioStreamId) return false;
 
     if (mAudioPid != kUnknownPid) {
@@ -120,6 +128,12 @@ bool TransportStreamIndexer::NotePesStart(const Packet& inPacket) {
         NoteAudioPts(inPacket);
     }
     return true;
+}
+
+// Packets with reserved PIDs are passed over even if a table says that they are video.
+void TransportStreamIndexer::LookForPlainVideo(std::uint32_t inPid) {
+    const bool isUsable = kFirstUsablePid <= inPid && inPid <= kLastUsablePid;
+    mPlainVideoHeader = isUsable ? inPid << 8 | kPlainHeader : kNoPlainHeader;
 }
 
 void TransportStreamIndexer::NoteAudioPts(const Packet& inPacket) {
@@ -147,19 +161,19 @@ void TransportStreamIndexer::ProcessVideo(const Packet& inPacket) {
         }
     }
     if (headerLength >= length) return;
-    FeedVideoPayload(inPacket.bytes, inPacket.payloadOffset + headerLength, length - headerLength,
-                     inPacket.position);
+    FeedVideoPayload(inPacket.bytes, inPacket.payloadOffset + headerLength, inPacket.position);
 }
 
+// Feeds the packet from inOffsetOfPayload to its end.
 void TransportStreamIndexer::FeedVideoPayload(const std::uint8_t* inTransportPacket,
-                                              std::size_t inOffsetOfPayload, std::size_t inPayloadLength,
-                                              std::uint64_t inPacketPosition) {
+                                              std::size_t inOffsetOfPayload, std::uint64_t inPacketPosition) {
     Check(inTransportPacket[0] == kTransportStreamSyncByte, contracts::kFeedSyncByte);
     Check(inOffsetOfPayload >= kTransportStreamHeaderSize, contracts::kFeedPayloadOffset);
+    const std::size_t length = kTransportPacketSize - inOffsetOfPayload;
     FeedVideo({inTransportPacket + inOffsetOfPayload,
-               inPayloadLength,
+               length,
                {inPacketPosition + inOffsetOfPayload, inPacketPosition},
-               inPayloadLength,
+               length,
                true});
 }
 

@@ -50,13 +50,25 @@ class TransportStreamIndexer final : public PureVideoIndexer {
         const std::uint8_t* Payload() const { return bytes + payloadOffset; }
     };
 
+    /// The bits of a packet's header that make it nothing but payload of a known stream, for a look at once:
+    /// no error, no start of a unit, no adaptation field, and the PID.
+    static constexpr std::uint32_t kPlainHeaderMask = 0xDFFF30;
+    static constexpr std::uint32_t kPlainHeader = 0x000010;
+    static constexpr std::uint32_t kNoPlainHeader = 0xFFFFFFFF;
+    bool IsPlainVideo(const std::uint8_t* inPacket) const {
+        const std::uint32_t header =
+            std::uint32_t{inPacket[1]} << 16 | std::uint32_t{inPacket[2]} << 8 | inPacket[3];
+        return (header & kPlainHeaderMask) == mPlainVideoHeader;
+    }
+    void LookForPlainVideo(std::uint32_t inPid);
+
     void CompletePacketBuffer(const std::uint8_t* inBytes, std::size_t inCount, std::uint64_t inEndPosition);
     void ProcessPacket(const std::uint8_t* inTransportPacket, std::uint64_t inPacketPosition);
     bool NotePesStart(const Packet& inPacket);
     void NoteAudioPts(const Packet& inPacket);
     void ProcessVideo(const Packet& inPacket);
     void FeedVideoPayload(const std::uint8_t* inTransportPacket, std::size_t inOffsetOfPayload,
-                          std::size_t inPayloadLength, std::uint64_t inPacketPosition);
+                          std::uint64_t inPacketPosition);
 
     void ParseProgramAssociation(const std::uint8_t* inPacket);
     void ParseProgramMap(const std::uint8_t* inPacket);
@@ -69,6 +81,7 @@ class TransportStreamIndexer final : public PureVideoIndexer {
     std::uint32_t mFallbackAudioPid = kUnknownPid;
     std::uint32_t mFallbackVideoPid = kUnknownPid;
     bool mMpeg2AudioChosen = false;
+    std::uint32_t mPlainVideoHeader = kNoPlainHeader;
 
     SyncState mSyncState = SyncState::InStep;
     std::array<std::uint8_t, kTransportPacketSize> mPacketBuffer{};
