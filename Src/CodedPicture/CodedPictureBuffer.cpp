@@ -42,6 +42,7 @@ ReadPosition StartOfSlice(const CodedPictureBuffer& inBuffer, std::uint32_t inSl
 
 HostMemory::HostMemory(std::uint32_t inBytes, const HostServices& inServices)
     : mHandles(inServices.memoryHandles) {
+    if (inServices.memoryAllocator == nullptr || mHandles == nullptr) throw std::bad_alloc();
     if (inServices.memoryAllocator->Allocate(&mHandle, kMemoryKind, inBytes, kMemoryAlignment) != 0 ||
         mHandle == 0) {
         throw std::bad_alloc();

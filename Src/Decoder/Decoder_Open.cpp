@@ -117,7 +117,8 @@ Vexmora_Status Decoder::EnsureSequenceHeader() {
 
 Vexmora_Status Decoder::FindSequenceHeader() {
     const CountedRef<CodedPictureBuffer> buffer = MakeCodedPictureBuffer(mReadBufferSize);
-    while (mSplitter->ReadPicture(*buffer) == ReadStatus::Ok) {
+    ReadStatus read = ReadStatus::Ok;
+    while ((read = mSplitter->ReadPicture(*buffer)) == ReadStatus::Ok) {
         BitReader reader(*buffer);
         std::int32_t code = reader.NextStartCode();
         while (code != BitReader::kNoStartCode && code != std::int32_t{kSequenceHeaderCode}) {
@@ -127,7 +128,7 @@ Vexmora_Status Decoder::FindSequenceHeader() {
         if (ParseSequenceHeader(reader, mParameters) != Vexmora_Ok) return Vexmora_NoSequenceHeader;
         return mParameters.sequence.chromaBlocks == kChromaBlocks420 ? Vexmora_Ok : Vexmora_Unsupported;
     }
-    return Vexmora_NoSequenceHeader;
+    return read == ReadStatus::ServiceFailed ? Vexmora_Failure : Vexmora_NoSequenceHeader;
 }
 
 CountedRef<CodedPictureBuffer> Decoder::MakeCodedPictureBuffer(std::uint32_t inBytes) {

@@ -99,8 +99,13 @@ std::uint32_t Splitter::AppendSize(const CodedPictureBuffer& inBuffer) {
 }
 
 ReadStatus Splitter::ReadElementary(CodedPictureBuffer& ioBuffer) {
+    // A picture that reaches into the reserve is given up: then all that fits is looked at, for the end of
+    // the picture may be in it.
+    const std::uint32_t count = AppendSize(ioBuffer);
+    const bool reachesReserve = ioBuffer.FreeBytes() <= kReserve + count;
     std::uint32_t got = 0;
-    const ReadStatus status = mReader.Read(ioBuffer.End(), AppendSize(ioBuffer), got);
+    const ReadStatus status =
+        mReader.Read(ioBuffer.End(), reachesReserve ? ioBuffer.FreeBytes() : count, got);
     ioBuffer.SetSize(ioBuffer.Size() + std::uint64_t{got});
     return status;
 }

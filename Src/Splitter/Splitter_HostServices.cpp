@@ -26,7 +26,8 @@ void SetProcessHostServices(const HostServices& inServices) {
 bool HostBlock::Allocate(std::uint32_t inSize, std::uint32_t inAlignment) {
     Release();
     const MemoryAllocatorTable* allocator = gServices.memoryAllocator;
-    if (allocator == nullptr) return false;
+    // Without the one table a block could not be made, without the other not released.
+    if (allocator == nullptr || gServices.memoryHandles == nullptr) return false;
     if (allocator->Allocate(&mHandle, kMemoryKind, inSize, inAlignment) != 0) Detach();
     return mHandle != 0;
 }

@@ -106,10 +106,10 @@ ReadStatus Splitter::ReadPesPacket(std::uint32_t inWord, CodedPictureBuffer& ioB
     return AppendPesPayload(ioBuffer);
 }
 
-/// Appends what fits of the current payload. The rest, if any, comes with the next call, so that no byte is
-/// lost when a picture ends in a full buffer.
+/// Appends some of the current payload. The rest, if any, comes with the next call, so that no byte is lost
+/// when a picture ends in a full buffer.
 ReadStatus Splitter::AppendPesPayload(CodedPictureBuffer& ioBuffer) {
-    const std::uint32_t count = std::min(mPesPayloadLeft, ioBuffer.FreeBytes());
+    const std::uint32_t count = std::min(mPesPayloadLeft, AppendSize(ioBuffer));
     std::uint8_t* const destination = ioBuffer.End();
     mPesPayloadLeft -= count;
     ioBuffer.SetSize(ioBuffer.Size() + std::uint64_t{count});

@@ -6,10 +6,9 @@
 namespace Vexmora {
 namespace {
 
-// What the index of a stream of a given length can hold: a picture takes at least 5 bytes, and temporal
-// references may leave up to a million holes beside the pictures.
-constexpr std::int64_t kSmallestPicture = 5;
-constexpr std::int64_t kMostHoles = 1'000'001;
+// Records that a file lacks are holes, of which no index has more than its indexer lets pass. A count beyond
+// that is not a torn file's but a wild one, and must not decide how much memory is taken.
+constexpr std::int64_t kMostMissing = 1'000'000;
 
 // Records are read in pieces, so that memory follows what the file really holds.
 constexpr std::size_t kRecordsPerRead = 65536;
@@ -34,7 +33,9 @@ IndexFileStatus ReadIndexFile(const UTF16String& inIndexPath, const UTF16String&
                               const Pavlin::utility::Guid& inIdentity, StoredIndex& outIndex) {
     Orvet::File file;
     if (file.Open(inIndexPath, Orvet::FileAccess::Read) < 0) return IndexFileStatus::NotOpened;
-    if (file.SizeOnDisk() < static_cast<std::int64_t>(sizeof(IndexHeader))) return IndexFileStatus::TooShort;
+    const std::int64_t size = file.SizeOnDisk();
+    constexpr auto kHeaderSize = static_cast<std::int64_t>(sizeof(IndexHeader));
+    if (size < kHeaderSize) return IndexFileStatus::TooShort;
 
     StoredIndex index{};
     std::size_t got = 0;
@@ -42,16 +43,13 @@ IndexFileStatus ReadIndexFile(const UTF16String& inIndexPath, const UTF16String&
         return IndexFileStatus::NotRead;
     }
     std::int64_t lastModified = 0;
-    const std::int64_t mediaSize = Orvet::File::SizeOnDisk(inMediaPath);
-    if (mediaSize < 0 || Orvet::File::GetLastModificationTime(inMediaPath, lastModified) < 0) {
-        return IndexFileStatus::NotRead;
-    }
+    if (Orvet::File::GetLastModificationTime(inMediaPath, lastModified) < 0) return IndexFileStatus::NotRead;
     if (index.header.version != kIndexVersion || index.header.identity != inIdentity) {
         return IndexFileStatus::OtherMedia;
     }
     if (index.header.streamKind != kStreamKindFailed) {
-        if (index.header.recordCount > mediaSize / kSmallestPicture + kMostHoles)
-            return IndexFileStatus::NotRead;
+        const std::int64_t held = (size - kHeaderSize) / static_cast<std::int64_t>(sizeof(FrameRecord));
+        if (index.header.recordCount > held + kMostMissing) return IndexFileStatus::NotRead;
         if (ReadRecords(file, index.header.recordCount, index.records) < 0) return IndexFileStatus::NotRead;
     }
     outIndex = std::move(index);

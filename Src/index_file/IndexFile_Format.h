@@ -25,7 +25,7 @@ enum class IndexFileStatus : std::int32_t {
     NotOpened = -2,
     /// Shorter than a header.
     TooShort = -3,
-    /// The file or the media could not be read, or the record count cannot be this media's.
+    /// The file or the media could not be read, or the file lacks more records than an index has holes.
     NotRead = -5,
     /// Another version, or the index of other media.
     OtherMedia = -6,

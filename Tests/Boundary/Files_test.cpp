@@ -254,7 +254,13 @@ TEST_F(Files, AHostThatFailsGetsAStatusAndItsMemoryBack) {
     }
     Vexmora_CloseFile(mHandle);
     mHandle = nullptr;
+    HostServices noHandles = mHost->Services();
+    noHandles.memoryHandles = nullptr;
+    EXPECT_EQ(Vexmora_OpenFile(ToUtf16(mMedia), noHandles, &mHandle, nullptr, false), Vexmora_Failure);
     const HostServices none{};
+    std::uint8_t* buffer = nullptr;
+    EXPECT_EQ(Vexmora_OpenBufferInstance(noHandles, 65536, &mHandle, &buffer), Vexmora_Failure);
+    EXPECT_EQ(Vexmora_OpenBufferInstance(none, 65536, &mHandle, &buffer), Vexmora_Failure);
     EXPECT_EQ(Vexmora_OpenFile(ToUtf16(mMedia), none, &mHandle, nullptr, false), Vexmora_Failure);
 }
 
