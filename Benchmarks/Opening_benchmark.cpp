@@ -3,7 +3,6 @@
 #include <benchmark/benchmark.h>
 #include <stdlib.h>
 
-#include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
@@ -11,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "PlainReading.h"
 #include "VexmoraHost/HostServices.h"
 #include "VexmoraHost/IndexSession.h"
 #include "VexmoraHost/Movie.h"
@@ -70,13 +70,6 @@ class Scene {
     fs::path mFolder;
     fs::path mIndex;
 };
-
-template <typename Work>
-double Seconds(Work&& inWork) {
-    const auto begin = std::chrono::steady_clock::now();
-    inWork();
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
-}
 
 void ReadIndexFile(const fs::path& inIndex) {
     Bytes bytes(fs::file_size(inIndex));

@@ -3,14 +3,12 @@
 // make_streams.sh).
 #include <benchmark/benchmark.h>
 
-#include <chrono>
-#include <cstdio>
 #include <cstdlib>
-#include <memory>
 #include <string>
 #include <vector>
 
 #include "Orvet/PathUtils.h"
+#include "PlainReading.h"
 #include "Splitter/Splitter.h"
 #include "primitives/Variant.h"
 
@@ -19,17 +17,6 @@ namespace {
 using namespace Vexmora;
 
 constexpr std::uint32_t kCapacity = 4 << 20;
-
-struct FileCloser {
-    void operator()(std::FILE* inFile) const { std::fclose(inFile); }
-};
-using File = std::unique_ptr<std::FILE, FileCloser>;
-
-File Open(const std::string& inPath) {
-    File file(std::fopen(inPath.c_str(), "rb"));
-    if (file) std::setvbuf(file.get(), nullptr, _IONBF, 0);
-    return file;
-}
 
 // A host without a cache: memory that is used again as soon as it is released, a handle being the address.
 std::vector<std::uint8_t*> gFreeBlocks;
@@ -58,16 +45,6 @@ constexpr MemoryAllocatorTable kAllocator{nullptr, Allocate};
 constexpr MemoryHandlesTable kHandles{Release, Address};
 constexpr HostServices kServices{nullptr, &kAllocator, &kHandles, nullptr, nullptr, nullptr, 0};
 
-std::uint64_t ReadOnly(const std::string& inPath, std::vector<std::uint8_t>& ioBlock) {
-    const File file = Open(inPath);
-    std::uint64_t size = 0;
-    while (const std::size_t got = std::fread(ioBlock.data(), 1, ioBlock.size(), file.get())) {
-        benchmark::DoNotOptimize(ioBlock.data());
-        size += got;
-    }
-    return size;
-}
-
 // Returns how often a picture was delivered; 0 when the stream could not be read.
 std::size_t ReadPictures(const std::string& inPath, CodedPictureBuffer& ioBuffer) {
     Splitter splitter(Orvet::PathUtils::FromNative(inPath), kServices);
@@ -78,22 +55,15 @@ std::size_t ReadPictures(const std::string& inPath, CodedPictureBuffer& ioBuffer
     return pictures;
 }
 
-template <typename Work>
-double Seconds(Work&& inWork) {
-    const auto begin = std::chrono::steady_clock::now();
-    inWork();
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
-}
-
 // One round reads the file alone and then its pictures; the rates and their ratio are over all rounds.
 void ReadEveryPicture(benchmark::State& ioState, const std::string& inPath) {
-    if (!Open(inPath)) {
+    if (!OpenFile(inPath)) {
         ioState.SkipWithError(("no " + inPath + ": run make_streams.sh first").c_str());
         return;
     }
     StartCodeTable table;
     const CountedRef<CodedPictureBuffer> buffer = CodedPictureBuffer::Create(kCapacity, table, kServices);
-    std::vector<std::uint8_t> block(BlockReader::kLeastBlockSize);
+    ReadBuffer block(BlockReader::kLeastBlockSize);
     const std::uint64_t size = ReadOnly(inPath, block);
     double readSeconds = 0;
     double pictureSeconds = 0;
