@@ -7,6 +7,7 @@
 
 #include "CodedPicture/CodedPictureBuffer.h"
 #include "Decoder/IndexFileProgress.h"
+#include "Decoder/PictureRequest.h"
 #include "Splitter/Splitter.h"
 #include "Vexmora/FileInfo.h"
 #include "Vexmora/HostServices.h"
@@ -14,6 +15,8 @@
 #include "Vexmora/Status.h"
 #include "Vexmora/UTF16String.h"
 #include "index_file/IndexFile_Format.h"
+#include "mpeg2/BitReader.h"
+#include "mpeg2/DecodeStatus.h"
 #include "mpeg2/DecodingTables.h"
 #include "mpeg2/Parameters.h"
 
@@ -57,6 +60,14 @@ class Decoder {
     [[nodiscard]] Vexmora_Status GetFrameDependancies(std::int32_t inFrame, std::int32_t& outForward,
                                                       std::int32_t& outBackward) const;
 
+    /// Finds frame inFrame through the index and decodes it; see Vexmora_GetFrame. The output stands in for a
+    /// past reference that is not there.
+    [[nodiscard]] Vexmora_Status GetFrame(std::int32_t inFrame, const PictureRequest& inRequest);
+    /// Decodes the picture of type inPictureType that the host wrote into the buffer; see
+    /// Vexmora_GetFrameFromBuffer.
+    [[nodiscard]] Vexmora_Status GetFrameFromBuffer(std::uint32_t inDataSize, std::uint32_t inPictureType,
+                                                    const PictureRequest& inRequest);
+
   private:
     [[nodiscard]] Vexmora_Status Open();
     void UseIndex();
@@ -64,6 +75,9 @@ class Decoder {
     bool IsBufferInstance() const { return static_cast<bool>(mBuffer); }
     [[nodiscard]] Vexmora_Status EnsureSequenceHeader();
     [[nodiscard]] Vexmora_Status FindSequenceHeader();
+    bool FindSequenceHeaderInBuffer();
+    DecodeStatus DecodePicture(const CountedRef<CodedPictureBuffer>& inBuffer, BitReader& ioReader,
+                               const PictureRequest& inRequest);
     CountedRef<CodedPictureBuffer> MakeCodedPictureBuffer(std::uint32_t inBytes);
 
     const UTF16String mPath;

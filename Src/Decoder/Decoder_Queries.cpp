@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "Decoder/Decoder.h"
+#include "mpeg2/YV12Frame.h"
 
 namespace Vexmora {
 namespace {
@@ -38,12 +39,6 @@ constexpr std::uint32_t RoundUpTo128(std::uint32_t inBytes) {
     return (inBytes + 127) / 128 * 128;
 }
 
-// Macroblock rows of a frame (ISO/IEC 13818-2, 6.3.3): an interlaced sequence counts them for each field.
-std::uint32_t MacroblockRows(const SequenceHeader& inSequence) {
-    if (inSequence.progressiveSequence != 0) return inSequence.mbHeight;
-    return (inSequence.verticalSize + 31) / 32 * 2;
-}
-
 }  // namespace
 
 Vexmora_Status Decoder::GetFileInfo(FileInfo& outInfo) {
@@ -76,7 +71,7 @@ Decoder::FrameSizes Decoder::GetFrameSizes() {
     const SequenceHeader& sequence = mParameters.sequence;
     if (sequence.horizontalSize == 0 || sequence.verticalSize == 0) return {0, 0};
     const std::uint32_t usual = sequence.horizontalSize * (sequence.verticalSize + 128);
-    const std::uint32_t rows = MacroblockRows(sequence);
+    const std::uint32_t rows = PlaneMacroblockRows(sequence);
     return {std::max(usual, sequence.lumaStride * rows * 16),
             std::max(usual / 4, RoundUpTo128(sequence.lumaStride / 2) * rows * 8)};
 }

@@ -14,6 +14,7 @@ using Vexmora::FramePlanes;
 using Vexmora::FrameRecord;
 using Vexmora::HostServices;
 using Vexmora::IndexHeader;
+using Vexmora::PictureRequest;
 
 namespace {
 
@@ -23,6 +24,14 @@ Vexmora_Handle ToHandle(std::unique_ptr<Decoder> inDecoder) {
 
 Decoder& FromHandle(Vexmora_Handle inHandle) {
     return *reinterpret_cast<Decoder*>(inHandle);
+}
+
+PictureRequest ToRequest(const FramePlanes* inForward, const FramePlanes* inBackward,
+                         const FramePlanes* outPicture, std::uint32_t inDecodeMode,
+                         std::uint32_t inDecodeSubMode) {
+    const auto planesOf = [](const FramePlanes* in) { return in != nullptr ? *in : FramePlanes{}; };
+    return {planesOf(inForward), planesOf(inBackward), planesOf(outPicture),
+            Vexmora::ToDecodeScale(inDecodeMode, inDecodeSubMode)};
 }
 
 }  // namespace
@@ -118,15 +127,25 @@ std::int32_t Vexmora_GetLastGoodFrame(Vexmora_Handle inHandle, std::int32_t inFr
     return FromHandle(inHandle).GetLastGoodFrame(inFrame);
 }
 
-// ---- Decoding (not built yet) -----------------------------------------------------------------------------
+// ---- Decoding
+// ------------------------------------------------------------------------------------------------
 
-Vexmora_Status Vexmora_GetFrame(Vexmora_Handle, std::int32_t, const FramePlanes*, const FramePlanes*,
-                                const FramePlanes*, std::uint32_t, std::uint32_t) {
-    return Vexmora_Failure;
+Vexmora_Status Vexmora_GetFrame(Vexmora_Handle inHandle, std::int32_t inFrame, const FramePlanes* inForward,
+                                const FramePlanes* inBackward, const FramePlanes* outPicture,
+                                std::uint32_t inDecodeMode, std::uint32_t inDecodeSubMode) {
+    return BehindBarrier([&] {
+        return FromHandle(inHandle).GetFrame(
+            inFrame, ToRequest(inForward, inBackward, outPicture, inDecodeMode, inDecodeSubMode));
+    });
 }
 
-Vexmora_Status Vexmora_GetFrameFromBuffer(Vexmora_Handle, std::uint32_t, std::uint32_t, const FramePlanes*,
-                                          const FramePlanes*, const FramePlanes*, std::uint32_t,
-                                          std::uint32_t) {
-    return Vexmora_Failure;
+Vexmora_Status Vexmora_GetFrameFromBuffer(Vexmora_Handle inHandle, std::uint32_t inDataSize,
+                                          std::uint32_t inPictureType, const FramePlanes* inForward,
+                                          const FramePlanes* inBackward, const FramePlanes* outPicture,
+                                          std::uint32_t inDecodeMode, std::uint32_t inDecodeSubMode) {
+    return BehindBarrier([&] {
+        return FromHandle(inHandle).GetFrameFromBuffer(
+            inDataSize, inPictureType,
+            ToRequest(inForward, inBackward, outPicture, inDecodeMode, inDecodeSubMode));
+    });
 }

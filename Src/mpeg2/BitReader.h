@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "CodedPicture/CodedPictureBuffer.h"
+#include "primitives/PrimitiveTable.h"
 
 namespace Vexmora {
 
@@ -33,6 +34,20 @@ class BitReader {
         SkipBits(inCount);
         return bits;
     }
+
+    /// Decodes one variable-length code and passes over it. False, without moving, if the table has no such
+    /// code or it ends behind the data.
+    bool GetCode(const PrimitiveTable& inPrimitives, const VlcTable& inTable, std::int32_t& outValue) {
+        BitPosition position = Position();
+        if (inPrimitives.decodeVlcSymbol(position, inTable, outValue) != PrimitiveStatus::Ok) return false;
+        MoveTo(position.nextBit);
+        return true;
+    }
+
+    /// Where the next bit is, for primitives that read on from there.
+    BitPosition Position() const { return {mData, mWordCount, NextBit()}; }
+    /// Goes on where a primitive has stopped.
+    void Resume(const BitPosition& inPosition) { MoveTo(inPosition.nextBit); }
 
     /// The bytes held, less the offset of the word with the next bit, less the bytes of that word in which
     /// bits are left, a byte of which only one bit is left not counted. Slices end where it is 0.

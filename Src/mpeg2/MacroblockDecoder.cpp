@@ -1,0 +1,207 @@
+// The macroblock layer (ISO/IEC 13818-2, 6.2.5 and 6.3.17).
+#include "mpeg2/MacroblockDecoder.h"
+
+#include <algorithm>
+
+#include "Vexmora/Records.h"
+#include "mpeg2/vlc/VlcLists.h"
+
+namespace Vexmora {
+namespace {
+
+constexpr unsigned kEscapeBits = 11;
+constexpr std::uint32_t kEscapeCode = 0x008;
+constexpr std::int64_t kEscapeIncrement = 33;
+
+const VlcTable& TypeTable(const DecodingTableSet& inTables, std::uint32_t inPictureType) {
+    if (inPictureType == kPictureTypeB) return inTables.macroblockTypeB;
+    return inPictureType == kPictureTypeP ? inTables.macroblockTypeP : inTables.macroblockTypeI;
+}
+
+}  // namespace
+
+template <DecodeScale kScale>
+MacroblockDecoder<kScale>::MacroblockDecoder(const PictureContext& inPicture, BitReader& ioReader,
+                                             std::int32_t inRow, std::uint32_t inQuantiserScaleCode)
+    : mPicture(inPicture),
+      mPictureType(inPicture.parameters.picture.pictureCodingType),
+      mReader(ioReader),
+      mBlocks(inPicture, ioReader),
+      mMotionVectors(inPicture, ioReader),
+      mMotionCompensation(inPicture),
+      mAddress(std::int64_t{inRow} * inPicture.MacroblockColumns() - 1) {
+    mBlocks.SetQuantiserScaleCode(inQuantiserScaleCode);
+}
+
+template <DecodeScale kScale>
+DecodeStatus MacroblockDecoder<kScale>::DecodeMacroblock() {
+    const std::int64_t bytesLeft = mReader.BytesLeft();
+    if (bytesLeft == 0) return DecodeStatus::Ok;
+    if (bytesLeft < 0) return DecodeStatus::InvalidData;
+
+    std::int64_t increment = 0;
+    DecodeStatus status = ReadAddressIncrement(increment);
+    if (status != DecodeStatus::Ok) return status;
+    status = Advance(increment);
+    if (status != DecodeStatus::Ok) return status;
+
+    Modes modes;
+    Prediction prediction;
+    status = ReadModes(modes, prediction);
+    if (status != DecodeStatus::Ok) return status;
+    return (modes.type & kMacroblockIntra) != 0 ? DecodeIntra(modes) : DecodeNonIntra(modes, prediction);
+}
+
+template <DecodeScale kScale>
+void MacroblockDecoder<kScale>::PaintError() const {
+    if (mKnowsPosition) static_cast<void>(mBlocks.PaintError(mPosition));
+}
+
+// Escapes end with the data at the latest, behind which there are only zeros.
+template <DecodeScale kScale>
+DecodeStatus MacroblockDecoder<kScale>::ReadAddressIncrement(std::int64_t& outIncrement) {
+    const bool isPredictedFrame =
+        mPicture.IsFrame() && (mPictureType == kPictureTypeP || mPictureType == kPictureTypeB);
+    if (isPredictedFrame && mReader.ShowBits(kEscapeBits) == 0) return DecodeStatus::NoAddressIncrement;
+    std::int64_t escapes = 0;
+    while (mReader.ShowBits(kEscapeBits) == kEscapeCode) {
+        escapes += kEscapeIncrement;
+        mReader.SkipBits(kEscapeBits);
+    }
+    std::int32_t macroblock_address_increment = 0;
+    if (!GetCode(mPicture.tables.macroblockAddressIncrement, macroblock_address_increment)) {
+        return DecodeStatus::Failed;
+    }
+    outIncrement = escapes + macroblock_address_increment;
+    return DecodeStatus::Ok;
+}
+
+// Reconstructs the macroblocks that are passed over and arrives at the one that is coded. Where a slice
+// begins, none were skipped.
+template <DecodeScale kScale>
+DecodeStatus MacroblockDecoder<kScale>::Advance(std::int64_t inIncrement) {
+    const std::int64_t count = std::int64_t{mPicture.MacroblockColumns()} * mPicture.MacroblockRows();
+    const std::int64_t address = mAddress + inIncrement;
+    if (!mIsFirst) {
+        for (std::int64_t skipped = mAddress + 1; skipped < std::min(address, count); ++skipped) {
+            MoveTo(skipped);
+            const DecodeStatus status = ReconstructSkipped();
+            if (status != DecodeStatus::Ok) return status;
+        }
+    }
+    if (address < 0 || address >= count) return DecodeStatus::InvalidData;
+    MoveTo(address);
+    mIsFirst = false;
+    return DecodeStatus::Ok;
+}
+
+template <DecodeScale kScale>
+void MacroblockDecoder<kScale>::MoveTo(std::int64_t inAddress) {
+    mAddress = inAddress;
+    mPosition = {static_cast<std::int32_t>(inAddress % mPicture.MacroblockColumns()),
+                 static_cast<std::int32_t>(inAddress / mPicture.MacroblockColumns())};
+    mKnowsPosition = true;
+}
+
+template <DecodeScale kScale>
+DecodeStatus MacroblockDecoder<kScale>::ReconstructSkipped() {
+    if (mPictureType == kPictureTypeP) {
+        mMotionVectors.ResetPredictors();
+        return mMotionCompensation.CopySkipped(mPosition);
+    }
+    if (mPictureType != kPictureTypeB) return DecodeStatus::Ok;
+    // Predicted as a whole (7.6.6.3, 7.6.6.4): in the directions of the last prediction, by the vectors that
+    // predict the next ones.
+    Prediction prediction;
+    prediction.directions = mLastDirections;
+    for (const Direction direction : {kForward, kBackward}) {
+        prediction.vectors[0][direction] = mMotionVectors.Predictor(direction);
+        prediction.fromBottomField[0][direction] =
+            mPicture.parameters.picture.pictureStructure == kBottomField;
+    }
+    return mMotionCompensation.Predict(prediction, mPosition, {});
+}
+
+template <DecodeScale kScale>
+DecodeStatus MacroblockDecoder<kScale>::ReadModes(Modes& outModes, Prediction& outPrediction) {
+    if (!GetCode(TypeTable(mPicture.tables, mPictureType), outModes.type)) return DecodeStatus::Failed;
+    const std::int32_t type = outModes.type;
+    const bool isIntra = (type & kMacroblockIntra) != 0;
+    outPrediction.directions = {(type & kMacroblockMotionForward) != 0,
+                                (type & kMacroblockMotionBackward) != 0};
+    const bool hasMotion = outPrediction.directions[kForward] || outPrediction.directions[kBackward];
+    const bool isFlexibleFrame = mPicture.IsFrame() && mPicture.parameters.picture.framePredFrameDct == 0;
+    if (hasMotion && (isFlexibleFrame || !mPicture.IsFrame())) {
+        const DecodeStatus status = ReadMotionType(outPrediction.type);
+        if (status != DecodeStatus::Ok) return status;
+    }
+    if (isFlexibleFrame && (isIntra || (type & kMacroblockPattern) != 0)) {
+        outModes.isFieldDct = mReader.GetBits(1) != 0;
+    }
+    if ((type & kMacroblockQuant) != 0) {
+        const std::uint32_t quantiser_scale_code = mReader.GetBits(5);
+        if (quantiser_scale_code == 0 && isIntra && mPictureType != kPictureTypeI) {
+            return DecodeStatus::InvalidData;
+        }
+        mBlocks.SetQuantiserScaleCode(quantiser_scale_code);
+    }
+    return DecodeStatus::Ok;
+}
+
+// frame_motion_type or field_motion_type. Dual prime takes a reference in the past alone.
+template <DecodeScale kScale>
+DecodeStatus MacroblockDecoder<kScale>::ReadMotionType(MotionType& outType) {
+    const std::uint32_t motion_type = mReader.GetBits(2);
+    const std::uint32_t wholeType = mPicture.IsFrame() ? 2 : 1;
+    if (motion_type == 0 || (motion_type == 3 && mPictureType != kPictureTypeP)) {
+        return DecodeStatus::InvalidData;
+    }
+    outType = motion_type == 3           ? MotionType::DualPrime
+              : motion_type == wholeType ? MotionType::Whole
+                                         : MotionType::Halves;
+    return DecodeStatus::Ok;
+}
+
+template <DecodeScale kScale>
+DecodeStatus MacroblockDecoder<kScale>::DecodeIntra(const Modes& inModes) {
+    if (mAddress - mLastIntraAddress > 1) mBlocks.ResetDcPredictors();
+    mLastIntraAddress = mAddress;
+    if (mPicture.parameters.picture.concealmentMotionVectors != 0) {
+        const DecodeStatus status = mMotionVectors.DecodeConcealment();
+        if (status != DecodeStatus::Ok) return status;
+    } else {
+        mMotionVectors.ResetPredictors();
+    }
+    return mBlocks.DecodeIntra(mPosition, inModes.isFieldDct);
+}
+
+template <DecodeScale kScale>
+DecodeStatus MacroblockDecoder<kScale>::DecodeNonIntra(const Modes& inModes, Prediction& ioPrediction) {
+    if (ioPrediction.directions[kForward] || ioPrediction.directions[kBackward]) {
+        const DecodeStatus status = mMotionVectors.Decode(ioPrediction);
+        if (status != DecodeStatus::Ok) return status;
+        mLastDirections = ioPrediction.directions;
+    } else {
+        // P picture without a vector: the same place in the reference, in a field picture in the same field.
+        mMotionVectors.ResetForwardPredictors();
+        ioPrediction.directions[kForward] = true;
+        ioPrediction.fromBottomField[0][kForward] =
+            mPicture.parameters.picture.pictureStructure == kBottomField;
+    }
+    std::int32_t coded_block_pattern = 0;
+    if ((inModes.type & kMacroblockPattern) != 0 &&
+        !GetCode(mPicture.tables.codedBlockPattern, coded_block_pattern)) {
+        return DecodeStatus::Failed;
+    }
+    MacroblockResidual residual;
+    const DecodeStatus status =
+        mBlocks.DecodeResidual(static_cast<std::uint32_t>(coded_block_pattern), inModes.isFieldDct, residual);
+    if (status != DecodeStatus::Ok) return status;
+    return mMotionCompensation.Predict(ioPrediction, mPosition, residual);
+}
+
+template class MacroblockDecoder<DecodeScale::Full>;
+template class MacroblockDecoder<DecodeScale::HalfWidth>;
+template class MacroblockDecoder<DecodeScale::Quarter>;
+
+}  // namespace Vexmora

@@ -1,0 +1,64 @@
+// Decoding the macroblocks of one slice, with the skipped ones between them.
+#pragma once
+
+#include <array>
+#include <cstdint>
+
+#include "mpeg2/BitReader.h"
+#include "mpeg2/MacroblockBlocks.h"
+#include "mpeg2/MotionCompensation.h"
+#include "mpeg2/MotionVectors.h"
+#include "mpeg2/PictureContext.h"
+
+namespace Vexmora {
+
+/// The state of one slice; constructed behind its header. The picture and the reader outlive it.
+template <DecodeScale kScale>
+class MacroblockDecoder {
+  public:
+    /// inRow is the macroblock row that the slice begins in; any value.
+    MacroblockDecoder(const PictureContext& inPicture, BitReader& ioReader, std::int32_t inRow,
+                      std::uint32_t inQuantiserScaleCode);
+
+    /// Decodes one macroblock and those skipped before it. Ok without reading anything when the data is at
+    /// its end.
+    DecodeStatus DecodeMacroblock();
+    /// Makes the macroblock that could not be decoded red, if its place is known.
+    void PaintError() const;
+
+  private:
+    // What the macroblock header says.
+    struct Modes {
+        std::int32_t type = 0;  // MacroblockFlag
+        bool isFieldDct = false;
+    };
+
+    DecodeStatus ReadAddressIncrement(std::int64_t& outIncrement);
+    DecodeStatus Advance(std::int64_t inIncrement);
+    DecodeStatus ReconstructSkipped();
+    DecodeStatus ReadModes(Modes& outModes, Prediction& outPrediction);
+    DecodeStatus ReadMotionType(MotionType& outType);
+    DecodeStatus DecodeIntra(const Modes& inModes);
+    DecodeStatus DecodeNonIntra(const Modes& inModes, Prediction& ioPrediction);
+    bool GetCode(const VlcTable& inTable, std::int32_t& outValue) {
+        return mReader.GetCode(mPicture.primitives, inTable, outValue);
+    }
+    void MoveTo(std::int64_t inAddress);
+
+    const PictureContext& mPicture;
+    const std::uint32_t mPictureType;
+    BitReader& mReader;
+    MacroblockBlocks<kScale> mBlocks;
+    MotionVectorDecoder mMotionVectors;
+    const MotionCompensation<kScale> mMotionCompensation;
+
+    // Macroblocks are numbered row by row.
+    std::int64_t mAddress;
+    std::int64_t mLastIntraAddress = -2;
+    bool mIsFirst = true;
+    MacroblockPosition mPosition;
+    bool mKnowsPosition = false;
+    std::array<bool, 2> mLastDirections{};  // of prediction, for skipped macroblocks of B pictures
+};
+
+}  // namespace Vexmora

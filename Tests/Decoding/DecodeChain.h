@@ -1,0 +1,145 @@
+// A small decode chain over the exports: every frame of a file with its references, in planes of exact size.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstdint>
+#include <cstdlib>
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "Support/FolderHost.h"
+
+namespace Vexmora::Test {
+
+/// Planes without a byte to spare, so that a sanitizer sees each access beyond them.
+struct Picture420 {
+    Picture420(std::uint32_t inLumaBytes, std::uint32_t inChromaBytes, std::uint8_t inFill = 0x55)
+        : luma(inLumaBytes, inFill), cb(inChromaBytes, inFill), cr(inChromaBytes, inFill) {}
+
+    FramePlanes Planes() { return {{luma.data(), cb.data(), cr.data()}}; }
+    friend bool operator==(const Picture420&, const Picture420&) = default;
+
+    std::vector<std::uint8_t> luma;
+    std::vector<std::uint8_t> cb;
+    std::vector<std::uint8_t> cr;
+};
+
+/// What a host asks for with its two trailing arguments.
+struct Scale {
+    std::uint32_t mode = 0;
+    std::uint32_t subMode = 0;
+    std::uint32_t widthDivisor = 1;
+    std::uint32_t heightDivisor = 1;
+};
+inline constexpr Scale kFullSize{};
+inline constexpr Scale kHalfWidth{1, 0, 2, 1};
+inline constexpr Scale kQuarterSize{1, 1, 2, 2};
+
+/// The visible samples of a picture without padding: Y, Cb, Cr.
+inline std::vector<std::uint8_t> Visible(const Picture420& inPicture, const FileInfo& inInfo,
+                                         const Scale& inScale = kFullSize) {
+    const auto padded = [](std::uint32_t in) { return (in + 127) / 128 * 128; };
+    const std::uint32_t width = inInfo.width / inScale.widthDivisor;
+    const std::uint32_t height = inInfo.height / inScale.heightDivisor;
+    std::vector<std::uint8_t> samples;
+    const auto add = [&](const std::vector<std::uint8_t>& inPlane, std::uint32_t inStep,
+                         std::uint32_t inWidth, std::uint32_t inHeight) {
+        for (std::uint32_t y = 0; y < inHeight; ++y) {
+            const auto row = inPlane.begin() + static_cast<std::ptrdiff_t>(y * inStep);
+            samples.insert(samples.end(), row, row + static_cast<std::ptrdiff_t>(inWidth));
+        }
+    };
+    add(inPicture.luma, padded(inInfo.pitch / inScale.widthDivisor), width, height);
+    const std::uint32_t chromaStep = padded(inInfo.pitch / inScale.widthDivisor / 2);
+    add(inPicture.cb, chromaStep, (width + 1) / 2, (height + 1) / 2);
+    add(inPicture.cr, chromaStep, (width + 1) / 2, (height + 1) / 2);
+    return samples;
+}
+
+/// A file that was indexed and opened; decoded pictures are kept.
+class DecodeChain {
+  public:
+    explicit DecodeChain(const std::filesystem::path& inMedia, const Scale& inScale = kFullSize)
+        : mFolder(MakeFolder()), mMedia(inMedia), mHost(mFolder), mScale(inScale) {
+        Vexmora_Startup();
+        Vexmora_Status status = Open();
+        if (status == Vexmora_NotFinished) {
+            float progress = 0;
+            while ((status = Vexmora_IndexFile(mHandle, &progress, false)) == Vexmora_NotFinished) {
+            }
+            EXPECT_EQ(status, Vexmora_Ok);
+            status = Open();
+        }
+        EXPECT_EQ(status, Vexmora_Ok) << inMedia;
+        if (mHandle == nullptr) return;
+        EXPECT_EQ(Vexmora_GetFileInfo(mHandle, &mInfo), Vexmora_Ok);
+        EXPECT_EQ(Vexmora_GetFrameSizes(mHandle, &mLumaBytes, &mChromaBytes), Vexmora_Ok);
+    }
+    ~DecodeChain() {
+        Vexmora_CloseFile(mHandle);
+        Vexmora_Shutdown();
+        std::filesystem::remove_all(mFolder);
+    }
+    DecodeChain(const DecodeChain&) = delete;
+    DecodeChain& operator=(const DecodeChain&) = delete;
+
+    /// Opens the file, which may have changed, again; its index is that of the first time.
+    Vexmora_Status Open() {
+        Vexmora_CloseFile(mHandle);
+        mHandle = nullptr;
+        return Vexmora_OpenFile(ToUtf16(mMedia), mHost.Services(), &mHandle, &mHeader, false);
+    }
+    Vexmora_Handle Handle() const { return mHandle; }
+    const FileInfo& Info() const { return mInfo; }
+    const IndexHeader& Header() const { return mHeader; }
+    Picture420 NewPicture() const { return {mLumaBytes, mChromaBytes}; }
+    void Forget() { mPictures.clear(); }
+
+    /// The status of the picture's own request is kept with it.
+    struct Decoded {
+        Picture420 picture;
+        Vexmora_Status status;
+        std::int32_t past;
+        std::int32_t future;
+    };
+    Decoded& Frame(std::int32_t inFrame) {
+        if (const auto found = mPictures.find(inFrame); found != mPictures.end()) return found->second;
+        Decoded decoded{NewPicture(), Vexmora_Failure, kNone, kNone};
+        decoded.status = Vexmora_GetFrameDependancies(mHandle, inFrame, &decoded.past, &decoded.future);
+        if (decoded.status == Vexmora_Ok) {
+            FramePlanes past{};
+            FramePlanes future{};
+            if (decoded.past != kNone) past = Frame(decoded.past).picture.Planes();
+            if (decoded.future != kNone) future = Frame(decoded.future).picture.Planes();
+            const FramePlanes output = decoded.picture.Planes();
+            decoded.status =
+                Vexmora_GetFrame(mHandle, inFrame, &past, &future, &output, mScale.mode, mScale.subMode);
+        }
+        return mPictures.emplace(inFrame, std::move(decoded)).first->second;
+    }
+    static constexpr std::int32_t kNone = 0x7FFFFFFF;
+
+  private:
+    static std::filesystem::path MakeFolder() {
+        std::string name = (std::filesystem::temp_directory_path() / "vexmora_decode_XXXXXX").string();
+        return mkdtemp(name.data());
+    }
+
+    const std::filesystem::path mFolder;
+    const std::filesystem::path mMedia;
+    FolderHost mHost;
+    const Scale mScale;
+    Vexmora_Handle mHandle = nullptr;
+    IndexHeader mHeader{};
+    FileInfo mInfo{};
+    std::uint32_t mLumaBytes = 0;
+    std::uint32_t mChromaBytes = 0;
+    std::map<std::int32_t, Decoded> mPictures;
+};
+
+}  // namespace Vexmora::Test

@@ -1,0 +1,156 @@
+// What requests for frames answer beside pictures: numbers and records without one, references and planes
+// that are not there, pictures that fail, buffer instances.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <random>
+
+#include "Decoding/DecodeChain.h"
+#include "Decoding/RandomVideo.h"
+
+namespace Vexmora::Test {
+namespace {
+
+constexpr FramePlanes kNoPlanes{};
+
+class FrameAccess : public testing::Test {
+  protected:
+    FrameAccess() {
+        std::string name = (std::filesystem::temp_directory_path() / "vexmora_frames_XXXXXX").string();
+        mFolder = mkdtemp(name.data());
+        Vexmora_Startup();
+    }
+    ~FrameAccess() override {
+        Vexmora_CloseFile(mHandle);
+        Vexmora_Shutdown();
+        EXPECT_EQ(mHost.LiveBlocks(), 0);
+        std::filesystem::remove_all(mFolder);
+    }
+
+    CodedPicture RandomFrame(unsigned inReference, unsigned inType) {
+        CodedPicture picture;
+        picture.temporal_reference = inReference;
+        picture.picture_coding_type = inType;
+        AddRandomSlices(mRandom, picture);
+        return picture;
+    }
+    void Open(const Bytes& inVideo, const IndexHeader& inHeader, const std::vector<FrameRecord>& inRecords) {
+        WriteAll(mFolder / "media", inVideo);
+        ASSERT_EQ(Vexmora_OpenFileWithIndex(ToUtf16(mFolder / "media"), mHost.Services(), inHeader, inRecords,
+                                            &mHandle),
+                  Vexmora_Ok);
+    }
+    Vexmora_Status Get(std::int32_t inFrame, const FramePlanes& inForward, const FramePlanes& inBackward) {
+        const FramePlanes output = mPicture.Planes();
+        return Vexmora_GetFrame(mHandle, inFrame, &inForward, &inBackward, &output, 0, 0);
+    }
+
+    std::mt19937 mRandom{3};
+    std::filesystem::path mFolder;
+    ExactHost mHost;
+    Vexmora_Handle mHandle = nullptr;
+    Picture420 mPicture{128 * kRandomSequence.height, 128 * kRandomSequence.height / 2};
+};
+
+TEST_F(FrameAccess, EachWayOfNotGettingAPictureHasItsStatus) {
+    const Bytes first = RandomFrame(0, 1).bytes;
+    const Bytes second = RandomFrame(1, 2).bytes;
+    const Bytes headers = RandomVideoHeaders();
+    const Bytes video = Join({headers, first, second, RandomFrame(2, 1).bytes, SequenceEnd()});
+    const auto record = [](std::size_t inOffset, std::uint32_t inSize, unsigned inReference,
+                           unsigned inType) {
+        return FrameRecord{inOffset, inSize, static_cast<std::uint16_t>(inReference | inType << 13), 0, 0, 0};
+    };
+    IndexHeader header{};
+    header.streamKind = kStreamKindElementary;
+    header.maxPictureSize = static_cast<std::uint32_t>(video.size());
+    const std::vector<FrameRecord> records{
+        record(headers.size(), 1, 0, 1), record(headers.size() + first.size(), 1, 1, 2),
+        record(headers.size(), 0, 0, 1), record(headers.size(), 1, 0, 0),
+        record(headers.size(), 1, 2, 1),  // two pictures further on than its record says
+        record(headers.size(), 1, 7, 1),
+    };
+    header.recordCount = static_cast<std::uint32_t>(records.size());
+    Open(video, header, records);
+    EXPECT_EQ(Get(0, kNoPlanes, kNoPlanes), Vexmora_Ok);
+    const Picture420 intra = mPicture;
+    EXPECT_NE(intra, Picture420(128 * kRandomSequence.height, 128 * kRandomSequence.height / 2));
+    EXPECT_EQ(Get(1, kNoPlanes, kNoPlanes), Vexmora_Ok) << "the output stands in for the reference";
+    EXPECT_EQ(Get(2, kNoPlanes, kNoPlanes), Vexmora_EmptyRecord);
+    EXPECT_EQ(Get(3, kNoPlanes, kNoPlanes), Vexmora_NoCodedPicture);
+    EXPECT_EQ(Get(4, kNoPlanes, kNoPlanes), Vexmora_Ok);
+    EXPECT_EQ(Get(5, kNoPlanes, kNoPlanes), Vexmora_NoSuchFrame);
+    EXPECT_EQ(Get(-1, kNoPlanes, kNoPlanes), Vexmora_NoSuchFrame);
+    EXPECT_EQ(Get(6, kNoPlanes, kNoPlanes), Vexmora_NoSuchFrame);
+    EXPECT_EQ(Vexmora_GetFrame(mHandle, 0, &kNoPlanes, &kNoPlanes, &kNoPlanes, 0, 0),
+              Vexmora_NoSequenceHeader)
+        << "nowhere to write";
+    EXPECT_EQ(Get(0, kNoPlanes, kNoPlanes), Vexmora_Ok);
+    EXPECT_EQ(mPicture, intra) << "unharmed by what failed before";
+    const FramePlanes output = mPicture.Planes();
+    EXPECT_EQ(Vexmora_GetFrameFromBuffer(mHandle, 4, 1, &kNoPlanes, &kNoPlanes, &output, 0, 0),
+              Vexmora_Unsupported);
+}
+
+// The second macroblock of the first slice cannot be decoded: it is painted, the one before it stays.
+TEST_F(FrameAccess, AMacroblockInErrorIsRedAtEveryScale) {
+    BitWriter slice;
+    slice.Put(32, 0x101).Put(5, 8).Put(1, 0);
+    slice.Put(1, 1).Put(1, 1);  // an intra macroblock
+    for (int block = 0; block < 6; ++block)
+        slice.Put(block < 4 ? 3 : 2, block < 4 ? 4 : 0).Put(2, 2);  // grey
+    slice.Put(1, 1).Put(2, 0).Put(6, 0x3F);                         // no macroblock_type
+    const Bytes picture = Join({PictureHeader(0, 1), PictureCodingExtension(), slice.Take(), SequenceEnd()});
+    std::uint8_t* buffer = nullptr;
+    for (const Scale& scale : {kFullSize, kHalfWidth, kQuarterSize}) {
+        Vexmora_CloseFile(mHandle);
+        ASSERT_EQ(Vexmora_OpenBufferInstance(mHost.Services(), 65536, &mHandle, &buffer), Vexmora_Ok);
+        const Bytes data = Join({RandomVideoHeaders(), picture});
+        std::memcpy(buffer, data.data(), data.size());
+        std::fill(mPicture.luma.begin(), mPicture.luma.end(), 7);
+        const FramePlanes output = mPicture.Planes();
+        EXPECT_EQ(Vexmora_GetFrameFromBuffer(mHandle, static_cast<std::uint32_t>(data.size()), 1, &kNoPlanes,
+                                             &kNoPlanes, &output, scale.mode, scale.subMode),
+                  Vexmora_NoSuchFrame);
+        const std::size_t width = 16 / scale.widthDivisor;
+        const std::size_t height = 16 / scale.heightDivisor;
+        EXPECT_EQ(mPicture.luma[width - 1], 128);
+        EXPECT_EQ(mPicture.luma[width], 81);
+        EXPECT_EQ(mPicture.luma[2 * width - 1], 81);
+        EXPECT_EQ(mPicture.luma[2 * width], 7);
+        EXPECT_EQ(mPicture.luma[(height - 1) * 128 + width], 81);
+        EXPECT_EQ(mPicture.luma[height * 128 + width], 7);
+        EXPECT_EQ(mPicture.cb[width / 2], 90);
+        EXPECT_EQ(mPicture.cr[width - 1], 239);
+    }
+}
+
+TEST_F(FrameAccess, ABufferInstanceTakesAPictureAtATime) {
+    std::uint8_t* buffer = nullptr;
+    ASSERT_EQ(Vexmora_OpenBufferInstance(mHost.Services(), 65536, &mHandle, &buffer), Vexmora_Ok);
+    const FramePlanes output = mPicture.Planes();
+    const auto get = [&](const Bytes& inData, unsigned inType, const FramePlanes& inForward) {
+        std::memcpy(buffer, inData.data(), inData.size());
+        return Vexmora_GetFrameFromBuffer(mHandle, static_cast<std::uint32_t>(inData.size()), inType,
+                                          &inForward, &kNoPlanes, &output, 0, 0);
+    };
+    const Bytes intra = RandomFrame(0, 1).bytes;
+    const Bytes predicted = RandomFrame(1, 2).bytes;
+    EXPECT_EQ(get(Join({RandomVideoHeaders(), intra}), 1, kNoPlanes), Vexmora_Ok);
+    EXPECT_EQ(get(predicted, 3, output), Vexmora_NoSuchFrame) << "another type";
+    EXPECT_EQ(get(predicted, 2, kNoPlanes), Vexmora_NoSuchFrame) << "no reference";
+    EXPECT_EQ(get(predicted, 2, output), Vexmora_Ok);
+    FileInfo info{};
+    EXPECT_EQ(Vexmora_GetFileInfo(mHandle, &info), Vexmora_Ok);
+    EXPECT_EQ(info.width, kRandomSequence.width);
+
+    Vexmora_CloseFile(mHandle);
+    ASSERT_EQ(Vexmora_OpenBufferInstance(mHost.Services(), 65536, &mHandle, &buffer), Vexmora_Ok);
+    EXPECT_EQ(get(intra, 1, kNoPlanes), Vexmora_NoSuchFrame) << "no sequence header";
+    EXPECT_EQ(get(Join({RandomVideoHeaders(), intra}), 1, kNoPlanes), Vexmora_NoSuchFrame)
+        << "looked for once";
+}
+
+}  // namespace
+}  // namespace Vexmora::Test
