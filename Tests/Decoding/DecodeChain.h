@@ -76,9 +76,6 @@ class DecodeChain {
             status = Open();
         }
         EXPECT_EQ(status, Vexmora_Ok) << inMedia;
-        if (mHandle == nullptr) return;
-        EXPECT_EQ(Vexmora_GetFileInfo(mHandle, &mInfo), Vexmora_Ok);
-        EXPECT_EQ(Vexmora_GetFrameSizes(mHandle, &mLumaBytes, &mChromaBytes), Vexmora_Ok);
     }
     ~DecodeChain() {
         Vexmora_CloseFile(mHandle);
@@ -88,11 +85,17 @@ class DecodeChain {
     DecodeChain(const DecodeChain&) = delete;
     DecodeChain& operator=(const DecodeChain&) = delete;
 
-    /// Opens the file, which may have changed, again; its index is that of the first time.
+    /// Opens the file, which may have changed, again, with the size that it has now; its index is that of the
+    /// first time.
     Vexmora_Status Open() {
         Vexmora_CloseFile(mHandle);
         mHandle = nullptr;
-        return Vexmora_OpenFile(ToUtf16(mMedia), mHost.Services(), &mHandle, &mHeader, false);
+        const Vexmora_Status status =
+            Vexmora_OpenFile(ToUtf16(mMedia), mHost.Services(), &mHandle, &mHeader, false);
+        if (status != Vexmora_Ok) return status;
+        EXPECT_EQ(Vexmora_GetFileInfo(mHandle, &mInfo), Vexmora_Ok);
+        EXPECT_EQ(Vexmora_GetFrameSizes(mHandle, &mLumaBytes, &mChromaBytes), Vexmora_Ok);
+        return status;
     }
     Vexmora_Handle Handle() const { return mHandle; }
     const FileInfo& Info() const { return mInfo; }
