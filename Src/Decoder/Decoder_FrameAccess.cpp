@@ -9,7 +9,6 @@
 namespace Vexmora {
 namespace {
 
-constexpr std::uint32_t kChromaBlocks420 = 2;
 // The picture is sought in this many, from its record's offset on.
 constexpr int kMostDeliveries = 16;
 
@@ -103,11 +102,8 @@ bool Decoder::FindSequenceHeaderInBuffer() {
     do {
         if (mSplitter->ReadPicture(*mBuffer) != ReadStatus::Ok) return false;
         BitReader reader(*mBuffer);
-        std::int32_t code = reader.NextStartCode();
-        while (code != BitReader::kNoStartCode && code != std::int32_t{kSequenceHeaderCode}) {
-            code = reader.NextStartCode();
-        }
-        if (code != BitReader::kNoStartCode) return ParseSequenceHeader(reader, mParameters) == Vexmora_Ok;
+        if (Vexmora::FindSequenceHeader(reader))
+            return ParseSequenceHeader(reader, mParameters) == Vexmora_Ok;
     } while (mBuffer->CarrySize() != 0);
     return false;
 }

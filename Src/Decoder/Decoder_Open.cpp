@@ -14,7 +14,6 @@
 namespace Vexmora {
 namespace {
 
-constexpr std::uint32_t kChromaBlocks420 = 2;
 // No index that was built has a larger picture; a header that says so is not to be believed.
 constexpr std::uint32_t kLargestPicture = 16 * 1024 * 1024;
 
@@ -120,11 +119,7 @@ Vexmora_Status Decoder::FindSequenceHeader() {
     ReadStatus read = ReadStatus::Ok;
     while ((read = mSplitter->ReadPicture(*buffer)) == ReadStatus::Ok) {
         BitReader reader(*buffer);
-        std::int32_t code = reader.NextStartCode();
-        while (code != BitReader::kNoStartCode && code != std::int32_t{kSequenceHeaderCode}) {
-            code = reader.NextStartCode();
-        }
-        if (code == BitReader::kNoStartCode) continue;
+        if (!Vexmora::FindSequenceHeader(reader)) continue;
         if (ParseSequenceHeader(reader, mParameters) != Vexmora_Ok) return Vexmora_NoSequenceHeader;
         return mParameters.sequence.chromaBlocks == kChromaBlocks420 ? Vexmora_Ok : Vexmora_Unsupported;
     }

@@ -34,8 +34,8 @@ class Splitter {
     /// picture.
     ///
     /// When the video ends (EndOfData), or reading fails, the buffer has what there was and four zero bytes.
-    /// When the picture does not leave kReserve bytes free (EndOfData, too), the buffer is full of bytes in
-    /// stream order.
+    /// When the picture does not leave kReserve bytes free (EndOfData, too), the buffer has its bytes in
+    /// stream order, and what lies behind its end, if that was found, is carried over.
     virtual ReadStatus ReadPicture(CodedPictureBuffer& ioBuffer);
 
     /// Goes on reading at inOffset in the file, and drops what ioBuffer carries over.

@@ -7,6 +7,9 @@
 
 namespace Vexmora {
 
+/// Moves behind the next sequence_header_code; false, with no start code left, if there is none.
+[[nodiscard]] bool FindSequenceHeader(BitReader& ioReader);
+
 /// Parses a sequence header, the sequence extension that must follow it, and the extensions and user data
 /// behind that. ioReader stands behind the sequence_header_code; afterwards the start code behind these
 /// headers is its next one (without any, the last start code there is). Vexmora_Unsupported for a header that

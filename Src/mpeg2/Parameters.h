@@ -6,6 +6,9 @@
 
 namespace Vexmora {
 
+/// SequenceHeader::chromaBlocks of the one format that is decoded, 4:2:0.
+inline constexpr std::uint32_t kChromaBlocks420 = 2;
+
 /// From the sequence header and its extensions (ISO/IEC 13818-2, 6.3.3 to 6.3.6).
 struct SequenceHeader {
     /// 0 to 4095 samples; larger pictures are not supported.

@@ -90,6 +90,14 @@ void ReadQuantiserMatrix(BitReader& ioReader, QuantiserMatrix& outMatrix) {
     }
 }
 
+bool FindSequenceHeader(BitReader& ioReader) {
+    for (;;) {
+        const std::int32_t code = ioReader.NextStartCode();
+        if (code == BitReader::kNoStartCode) return false;
+        if (code == std::int32_t{kSequenceHeaderCode}) return true;
+    }
+}
+
 Vexmora_Status ParseSequenceHeader(BitReader& ioReader, DecodingParameters& ioParameters) {
     SequenceHeader& sequence = ioParameters.sequence;
     ioParameters.secondField = false;

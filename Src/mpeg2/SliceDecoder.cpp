@@ -6,7 +6,6 @@
 namespace Vexmora {
 namespace {
 
-constexpr std::uint32_t kChromaBlocks420 = 2;
 // The height from which slices name their row with more bits.
 constexpr std::uint32_t kTallPicture = 2800;
 // No macroblock begins with as many zero bits: a start code follows.
