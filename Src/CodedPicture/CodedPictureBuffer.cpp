@@ -126,17 +126,22 @@ void CodedPictureBuffer::Record(std::uint32_t inCode, std::uint32_t inPosition) 
 }
 
 void CodedPictureBuffer::SwapWords() {
-    const std::uint32_t words = mSize / kWordBytes + (mSize % kWordBytes != 0);
-    SelectedPrimitives().swapWords(mData, words);
+    const std::uint32_t bytesInLastWord = mSize % kWordBytes;
+    if (bytesInLastWord != 0) {
+        std::uint8_t* const lastWord = End() - bytesInLastWord;
+        std::memcpy(mLastWord.data(), lastWord, kWordBytes);
+        std::memset(End(), 0, kWordBytes - bytesInLastWord);
+    }
+    SelectedPrimitives().swapWords(mData, mSize / kWordBytes + (bytesInLastWord != 0));
     mCarryWordSwapped = true;
 }
 
 void CodedPictureBuffer::MoveCarryToFront() {
     if (mCarrySize == 0) return;
-    // Bytes of the carry-over in the picture's last word were swapped with it. The words behind never are.
+    // Bytes of the carry-over in the picture's last word were cleared. The words behind never are.
     const std::uint32_t byteInWord = mCarryOffset % kWordBytes;
     if (mCarryWordSwapped && byteInWord != 0) {
-        SelectedPrimitives().swapWords(mData + (mCarryOffset - byteInWord), 1);
+        std::memcpy(mData + (mCarryOffset - byteInWord), mLastWord.data(), kWordBytes);
     }
     std::memmove(mData, mData + mCarryOffset, mCarrySize);
     SetSize(mCarrySize);

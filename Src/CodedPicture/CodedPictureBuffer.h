@@ -2,6 +2,7 @@
 // for the bit reader.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <span>
 
@@ -86,7 +87,8 @@ class CodedPictureBuffer {
     void ResetScan();
     /// Looks for start codes in the bytes added since the last scan. True when the picture is complete.
     [[nodiscard]] bool ScanForPictureEnd();
-    /// Turns each four bytes into a 32-bit word in host order, up to the word that holds the last byte.
+    /// Turns each four bytes into a 32-bit word in host order, up to the word that holds the last byte. Bits
+    /// of that word behind the picture are 0, so that wild data is read the same wherever it lies.
     void SwapWords();
 
     /// Bytes behind the picture that belong to the next one.
@@ -119,7 +121,8 @@ class CodedPictureBuffer {
     std::uint32_t mSliceCount = 0;
     std::uint32_t mCarryOffset = 0;
     std::uint32_t mCarrySize = 0;
-    bool mCarryWordSwapped = false;  // the picture's last word was swapped with the carry-over's first bytes
+    std::array<std::uint8_t, 4> mLastWord{};  // in stream order, where the carry-over begins inside of it
+    bool mCarryWordSwapped = false;           // the carry-over's first bytes were cleared in the last word
 };
 
 }  // namespace Vexmora

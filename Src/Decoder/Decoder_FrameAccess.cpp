@@ -39,6 +39,15 @@ void ReadPictureIdentity(BitReader& ioReader, PictureHeader& outPicture) {
     outPicture.pictureCodingType = ioReader.GetBits(3);
 }
 
+// Whether the picture is the other field of the frame that was begun. Where a field was damaged or left out,
+// the next frame must not be taken for the rest of this one.
+bool CompletesFrame(const DecodingParameters& inParameters) {
+    const PictureHeader& first = inParameters.firstField;
+    const PictureHeader& picture = inParameters.picture;
+    return picture.pictureStructure != kFramePicture && picture.pictureStructure != first.pictureStructure &&
+           picture.temporalReference == first.temporalReference;
+}
+
 }  // namespace
 
 Vexmora_Status Decoder::GetFrame(std::int32_t inFrame, const PictureRequest& inRequest) {
@@ -123,9 +132,11 @@ DecodeStatus Decoder::DecodePicture(const CountedRef<CodedPictureBuffer>& inBuff
     };
     if (!picture.output.HasPlanes()) return DecodeStatus::NoOutput;
     if (ParsePictureHeader(ioReader, mParameters) != Vexmora_Ok) return DecodeStatus::InvalidData;
+    mParameters.secondField = mParameters.secondField && CompletesFrame(mParameters);
     if (picture.IsFrame()) return DecodeFramePicture(picture, inBuffer, ioReader);
     const DecodeStatus status = DecodeFieldPicture(picture, ioReader);
-    if (status == DecodeStatus::Ok) mParameters.secondField = !mParameters.secondField;
+    if (!mParameters.secondField) mParameters.firstField = mParameters.picture;
+    mParameters.secondField = !mParameters.secondField;
     return status;
 }
 

@@ -8,8 +8,10 @@
 namespace Vexmora {
 
 /// Decodes the frame picture in inBuffer at whose first slice start code ioReader stands. Slices that begin
-/// the macroblock rows one by one are spread over the processors, others decoded one after the other. The
-/// first failure in time is the answer. Throws std::bad_alloc.
+/// the macroblock rows one by one are spread over the processors, and none is allowed to leave its row; all
+/// of them are decoded, whatever becomes of others, so that any bits give one picture and one status on any
+/// number of processors. Other slices are decoded one after the other up to the first that fails. The failure
+/// of the earliest slice is the answer. Throws std::bad_alloc.
 DecodeStatus DecodeFramePicture(const PictureContext& inPicture,
                                 const CountedRef<CodedPictureBuffer>& inBuffer, BitReader& ioReader);
 

@@ -22,14 +22,15 @@ const VlcTable& TypeTable(const DecodingTableSet& inTables, std::uint32_t inPict
 
 template <DecodeScale kScale>
 MacroblockDecoder<kScale>::MacroblockDecoder(const PictureContext& inPicture, BitReader& ioReader,
-                                             std::int32_t inRow, std::uint32_t inQuantiserScaleCode)
+                                             const RowRange& inRows, std::uint32_t inQuantiserScaleCode)
     : mPicture(inPicture),
       mPictureType(inPicture.parameters.picture.pictureCodingType),
       mReader(ioReader),
       mBlocks(inPicture, ioReader),
       mMotionVectors(inPicture, ioReader),
       mMotionCompensation(inPicture),
-      mAddress(std::int64_t{inRow} * inPicture.MacroblockColumns() - 1) {
+      mAddress(std::int64_t{inRows.first} * inPicture.MacroblockColumns() - 1),
+      mEndAddress(std::int64_t{inRows.end} * inPicture.MacroblockColumns()) {
     mBlocks.SetQuantiserScaleCode(inQuantiserScaleCode);
 }
 
@@ -80,16 +81,15 @@ DecodeStatus MacroblockDecoder<kScale>::ReadAddressIncrement(std::int64_t& outIn
 // begins, none were skipped.
 template <DecodeScale kScale>
 DecodeStatus MacroblockDecoder<kScale>::Advance(std::int64_t inIncrement) {
-    const std::int64_t count = std::int64_t{mPicture.MacroblockColumns()} * mPicture.MacroblockRows();
     const std::int64_t address = mAddress + inIncrement;
     if (!mIsFirst) {
-        for (std::int64_t skipped = mAddress + 1; skipped < std::min(address, count); ++skipped) {
+        for (std::int64_t skipped = mAddress + 1; skipped < std::min(address, mEndAddress); ++skipped) {
             MoveTo(skipped);
             const DecodeStatus status = ReconstructSkipped();
             if (status != DecodeStatus::Ok) return status;
         }
     }
-    if (address < 0 || address >= count) return DecodeStatus::InvalidData;
+    if (address < 0 || address >= mEndAddress) return DecodeStatus::InvalidData;
     MoveTo(address);
     mIsFirst = false;
     return DecodeStatus::Ok;

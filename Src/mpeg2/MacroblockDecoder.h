@@ -12,12 +12,19 @@
 
 namespace Vexmora {
 
+/// Macroblock rows; the one at end is not among them.
+struct RowRange {
+    std::int32_t first;
+    std::int32_t end;
+};
+
 /// The state of one slice; constructed behind its header. The picture and the reader outlive it.
 template <DecodeScale kScale>
 class MacroblockDecoder {
   public:
-    /// inRow is the macroblock row that the slice begins in; any value.
-    MacroblockDecoder(const PictureContext& inPicture, BitReader& ioReader, std::int32_t inRow,
+    /// The slice begins in row inRows.first, any value, and no macroblock of it may lie at inRows.end or
+    /// beyond; the picture has all rows before it.
+    MacroblockDecoder(const PictureContext& inPicture, BitReader& ioReader, const RowRange& inRows,
                       std::uint32_t inQuantiserScaleCode);
 
     /// Decodes one macroblock and those skipped before it. Ok without reading anything when the data is at
@@ -54,6 +61,7 @@ class MacroblockDecoder {
 
     // Macroblocks are numbered row by row.
     std::int64_t mAddress;
+    const std::int64_t mEndAddress;
     std::int64_t mLastIntraAddress = -2;
     bool mIsFirst = true;
     MacroblockPosition mPosition;

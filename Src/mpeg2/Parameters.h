@@ -112,8 +112,10 @@ struct DecodingParameters {
     PictureHeader picture;
     PictureConstants constants;
     QuantiserMatrices matrices;
-    /// The next field picture is the second one of its frame.
+    /// The next field picture is the second one of its frame, if it fits to firstField.
     bool secondField = false;
+    /// The field picture that was decoded last as the first one of its frame.
+    PictureHeader firstField;
 };
 
 }  // namespace Vexmora

@@ -13,13 +13,11 @@ namespace Vexmora {
 struct PictureContext {
     bool IsFrame() const { return parameters.picture.pictureStructure == kFramePicture; }
     std::int32_t MacroblockColumns() const { return static_cast<std::int32_t>(parameters.sequence.mbWidth); }
-    /// Rows of macroblocks that the picture may have. Those of a field, too, stay inside the planes.
+    /// Rows of macroblocks that the picture may have: all that the planes have room for, or every second one
+    /// in a field.
     std::int32_t MacroblockRows() const {
-        const SequenceHeader& sequence = parameters.sequence;
-        if (IsFrame()) return static_cast<std::int32_t>(sequence.mbHeight);
-        const std::uint32_t fieldRows = (sequence.verticalSize / 2 + 15) >> 4;
-        const std::uint32_t roomForRows = PlaneMacroblockRows(sequence) / 2;
-        return static_cast<std::int32_t>(fieldRows < roomForRows ? fieldRows : roomForRows);
+        const std::uint32_t rows = PlaneMacroblockRows(parameters.sequence);
+        return static_cast<std::int32_t>(IsFrame() ? rows : rows / 2);
     }
 
     const DecodingParameters& parameters;

@@ -1,6 +1,8 @@
 // Slices (ISO/IEC 13818-2, 6.2.4), at all scales.
 #include "mpeg2/SliceDecoder.h"
 
+#include <algorithm>
+
 #include "mpeg2/MacroblockDecoder.h"
 
 namespace Vexmora {
@@ -34,8 +36,12 @@ DecodeStatus ParseSliceHeader(const PictureContext& inPicture, BitReader& ioRead
 
 template <DecodeScale kScale>
 DecodeStatus DecodeMacroblocks(const PictureContext& inPicture, BitReader& ioReader,
-                               const SliceHeader& inHeader) {
-    MacroblockDecoder<kScale> decoder(inPicture, ioReader, inHeader.row, inHeader.quantiserScaleCode);
+                               const SliceHeader& inHeader, SliceReach inReach) {
+    const std::int32_t pictureEnd = inPicture.MacroblockRows();
+    const std::int32_t endRow =
+        inReach == SliceReach::Row ? std::min(inHeader.row + 1, pictureEnd) : pictureEnd;
+    MacroblockDecoder<kScale> decoder(inPicture, ioReader, {inHeader.row, endRow},
+                                      inHeader.quantiserScaleCode);
     do {
         const DecodeStatus status = decoder.DecodeMacroblock();
         if (status != DecodeStatus::Ok) {
@@ -47,25 +53,26 @@ DecodeStatus DecodeMacroblocks(const PictureContext& inPicture, BitReader& ioRea
 }
 
 DecodeStatus DecodeMacroblocks(const PictureContext& inPicture, BitReader& ioReader,
-                               const SliceHeader& inHeader) {
+                               const SliceHeader& inHeader, SliceReach inReach) {
     switch (inPicture.scale) {
         case DecodeScale::Full:
-            return DecodeMacroblocks<DecodeScale::Full>(inPicture, ioReader, inHeader);
+            return DecodeMacroblocks<DecodeScale::Full>(inPicture, ioReader, inHeader, inReach);
         case DecodeScale::HalfWidth:
-            return DecodeMacroblocks<DecodeScale::HalfWidth>(inPicture, ioReader, inHeader);
+            return DecodeMacroblocks<DecodeScale::HalfWidth>(inPicture, ioReader, inHeader, inReach);
         case DecodeScale::Quarter:
-            return DecodeMacroblocks<DecodeScale::Quarter>(inPicture, ioReader, inHeader);
+            return DecodeMacroblocks<DecodeScale::Quarter>(inPicture, ioReader, inHeader, inReach);
     }
     return DecodeStatus::InvalidData;
 }
 
 }  // namespace
 
-DecodeStatus DecodeSlice(const PictureContext& inPicture, BitReader& ioReader, std::uint32_t inStartCode) {
+DecodeStatus DecodeSlice(const PictureContext& inPicture, BitReader& ioReader, std::uint32_t inStartCode,
+                         SliceReach inReach) {
     SliceHeader header;
     DecodeStatus status = ParseSliceHeader(inPicture, ioReader, inStartCode, header);
     if (status == DecodeStatus::Ok && inPicture.parameters.sequence.chromaBlocks == kChromaBlocks420) {
-        status = DecodeMacroblocks(inPicture, ioReader, header);
+        status = DecodeMacroblocks(inPicture, ioReader, header, inReach);
     }
     ioReader.PeekStartCode();
     return status;
