@@ -85,15 +85,13 @@ Vexmora_Status Decoder::GetFrameFromBuffer(std::uint32_t inDataSize, std::uint32
     auto* const splitter = dynamic_cast<BufferSplitter*>(mSplitter.get());
     if (splitter == nullptr) return Vexmora_Unsupported;
     splitter->SetBufferSize(inDataSize);
+    mBuffer->ClearCarry();  // the host has overwritten what the last request left
     const bool isFirst = !mSequenceHeaderRead;
     if (isFirst) {
         mSequenceHeaderRead = true;
         if (!FindSequenceHeaderInBuffer()) mParameters = {};
     }
-    if (mParameters.sequence.chromaBlocks != kChromaBlocks420) {
-        mBuffer->ClearCarry();
-        return Vexmora_NoSuchFrame;
-    }
+    if (mParameters.sequence.chromaBlocks != kChromaBlocks420) return Vexmora_NoSuchFrame;
     if (!isFirst && mSplitter->ReadPicture(*mBuffer) != ReadStatus::Ok) return Vexmora_NoSuchFrame;
     if (!HasPicture(mSplitter->ReadPicture(*mBuffer), *mBuffer)) return Vexmora_NoSuchFrame;
 

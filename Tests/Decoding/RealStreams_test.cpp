@@ -57,10 +57,11 @@ INSTANTIATE_TEST_SUITE_P(Streams, RealStreams,
                                          "b2-open-352x288.m2v", "b3-closed-352x240.m2v", "jumps-320x180.m2v",
                                          "top-720x576.m2v", "bottom-720x480.m2v", "pulldown-352x256.m2v",
                                          "enc-top-352x288.m2v", "enc-bottom-352x256.m2v",
-                                         "enc-progressive.m2v", "hd-1920x1080.m2v", "started-open.m2v",
-                                         "dvd-720x576.vob", "small-100x76.mpg", "mplex-dvd.vob",
-                                         "mplex-generic.mpg", "mp2-720x576.ts", "b3-100x76.ts",
-                                         "ac3-closed-352x240.ts", "started-open.ts"),
+                                         "enc-progressive.m2v", "odd-up-352x240.m2v", "odd-down-720x496.m2v",
+                                         "hd-1920x1080.m2v", "started-open.m2v", "dvd-720x576.vob",
+                                         "small-100x76.mpg", "mplex-dvd.vob", "mplex-generic.mpg",
+                                         "mp2-720x576.ts", "b3-100x76.ts", "ac3-closed-352x240.ts",
+                                         "started-open.ts"),
                          [](const auto& inInfo) {
                              std::string name = inInfo.param;
                              for (char& c : name) {

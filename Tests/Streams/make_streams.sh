@@ -89,6 +89,9 @@ stream b3-closed-352x240.m2v   encode testsrc2=s=352x240:r=60000/1001 2 -g 16 -b
 stream intra-176x144.m2v       encode testsrc2=s=176x144:r=50,noise=alls=20:all_seed=7 2 -g 1 -q:v 8
 stream top-720x576.m2v         encode testsrc2=s=720x576:r=25 2 -g 12 -bf 2 -flags +ildct+ilme+bitexact -top 1 -b:v 5M
 stream bottom-720x480.m2v      encode testsrc2=s=720x480:r=30000/1001 2 -g 15 -bf 2 -flags +ildct+ilme+bitexact -top 0 -b:v 5M
+# An odd number of macroblock rows, in which an interlaced sequence codes one row more, moving both ways.
+stream odd-up-352x240.m2v      encode "testsrc2=s=352x480:r=50,scroll=v=0.013,crop=352:240:0:100" 1 -g 12 -bf 2 -flags +ildct+ilme+bitexact -top 1 -q:v 4
+stream odd-down-720x496.m2v    encode "testsrc2=s=720x1000:r=50,scroll=v=-0.02,crop=720:496:0:100" 0.6 -g 12 -bf 2 -flags +ildct+ilme+bitexact -top 0 -q:v 5
 stream hd-1920x1080.m2v        encode testsrc2=s=1920x1080:r=24000/1001 2 -g 12 -bf 2 -q:v 6
 stream jumps-320x180.m2v       encode "life=s=320x180:r=24:seed=5:ratio=0.3" 3 -g 24 -bf 2 -b_strategy 1 -q:v 6
 stream started-open.m2v        from_second_sequence b2-open-352x288.m2v
@@ -96,6 +99,12 @@ stream pulldown-352x256.m2v    mjpeg testsrc2=s=352x256:r=24000/1001 3 -f 9 -n n
 stream enc-top-352x288.m2v     mjpeg_interlaced tff testsrc2=s=352x288:r=25 2 -f 8 -I 1 -R 2
 stream enc-bottom-352x256.m2v  mjpeg_interlaced bff testsrc2=s=352x256:r=30000/1001 2 -f 8 -n n -I 1 -c -R 1
 stream enc-progressive.m2v     mjpeg testsrc2=s=96x64:r=25 4 -f 3 -b 500 -I 0 -g 6 -G 15 -R 2
+
+# Small enough to be damaged thousands of times.
+stream tiny-64x48.m2v          encode testsrc2=s=64x48:r=25 0.4 -g 5 -bf 0 -q:v 6
+stream tiny-odd-96x80.m2v      encode "testsrc2=s=96x160:r=25,scroll=v=0.05,crop=96:80" 0.4 -g 9 -bf 2 -flags +ildct+ilme+bitexact -top 1 -q:v 8
+stream tiny-64x48.ts           encode testsrc2=s=64x48:r=25 0.4 -g 6 -bf 1 -q:v 6 -f mpegts
+stream tiny-100x76.mpg         encode testsrc2=s=100x76:r=25 0.4 -g 6 -bf 1 -q:v 8 -f svcd
 
 # Program streams: DVD-like and generic, MPEG audio, private stream 1, none.
 stream dvd-720x576.vob         encode_av testsrc2=s=720x576:r=25 2 -g 12 -bf 2 -b:v 4M -c:a mp2 -f dvd

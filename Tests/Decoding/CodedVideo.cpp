@@ -1,0 +1,243 @@
+// Cutting, decoding and damaging coded pictures.
+#include "Decoding/CodedVideo.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "Decoding/RandomVideo.h"
+
+namespace Vexmora::Test {
+namespace {
+
+constexpr std::array<std::uint8_t, 3> kPrefix{0, 0, 1};
+
+// Positions of start codes from kFirst to kLast, ascending.
+std::vector<std::size_t> StartCodes(const Bytes& inBytes, std::uint8_t inFirst, std::uint8_t inLast) {
+    std::vector<std::size_t> found;
+    for (auto at = inBytes.begin();; ++at) {
+        at = std::search(at, inBytes.end(), kPrefix.begin(), kPrefix.end());
+        if (inBytes.end() - at < 4) return found;
+        if (at[3] >= inFirst && at[3] <= inLast)
+            found.push_back(static_cast<std::size_t>(at - inBytes.begin()));
+    }
+}
+
+unsigned PictureStructure(const Bytes& inPicture) {
+    const auto extensions = StartCodes(inPicture, 0xB5, 0xB5);
+    return extensions.empty() ? 3 : inPicture.at(extensions[0] + 6) & 3;
+}
+
+// Damages a copy, once a strike.
+class Vandal {
+  public:
+    Vandal(std::mt19937& ioRandom, const Bytes& inBytes, std::size_t inFirst)
+        : mRandom(ioRandom), mDamaged{inBytes, inBytes.size(), 0}, mFirst(inFirst) {}
+
+    void Strike() {
+        if (mBytes.size() <= mFirst) return;
+        const std::size_t at = mFirst + Below(mBytes.size() - mFirst);
+        switch (Below(7)) {
+            case 0:
+                return FlipBits(at);
+            case 1:
+                return Overwrite(at, RandomBytes(1 + Below(64)));
+            case 2:
+                return Insert(at, Bytes(1 + Below(40), static_cast<std::uint8_t>(Below(2) * 255)));
+            case 3:
+                return CutOff(at);
+            case 4:
+                return LoseOrRepeatSlice();
+            case 5:
+                return Below(2) == 0 ? Overwrite(at, RandomStartCode()) : Insert(at, RandomStartCode());
+            default:
+                return ChangeCodingExtension();
+        }
+    }
+    Damaged Take() { return std::move(mDamaged); }
+
+  private:
+    std::size_t Below(std::size_t inLimit) { return mRandom() % inLimit; }
+    Bytes RandomBytes(std::size_t inCount) {
+        Bytes bytes(inCount);
+        for (auto& byte : bytes) byte = static_cast<std::uint8_t>(mRandom());
+        return bytes;
+    }
+    Bytes RandomStartCode() {
+        constexpr std::array<std::uint8_t, 6> kOthers{0x00, 0xB2, 0xB3, 0xB5, 0xB7, 0xB8};
+        return {0, 0, 1,
+                Below(2) == 0 ? kOthers[Below(kOthers.size())] : static_cast<std::uint8_t>(1 + Below(10))};
+    }
+    Bytes::iterator Place(std::size_t inAt) { return mBytes.begin() + static_cast<std::ptrdiff_t>(inAt); }
+    void Note(std::size_t inBegin, std::size_t inEnd) {
+        mDamaged.begin = std::min(mDamaged.begin, inBegin);
+        mDamaged.end = std::max(mDamaged.end, inEnd);
+    }
+
+    void FlipBits(std::size_t inAt) {
+        for (std::size_t flips = 1 + Below(8); flips != 0; --flips) {
+            const std::size_t byte = inAt + Below(std::min<std::size_t>(mBytes.size() - inAt, 400));
+            mBytes[byte] = static_cast<std::uint8_t>(mBytes[byte] ^ 1u << Below(8));
+            Note(byte, byte + 1);
+        }
+    }
+    void Overwrite(std::size_t inAt, const Bytes& inBytes) {
+        const std::size_t count = std::min(inBytes.size(), mBytes.size() - inAt);
+        std::copy_n(inBytes.begin(), count, Place(inAt));
+        Note(inAt, inAt + count);
+    }
+    void Insert(std::size_t inAt, const Bytes& inBytes) {
+        mBytes.insert(Place(inAt), inBytes.begin(), inBytes.end());
+        Note(inAt, kToTheEnd);
+    }
+    void CutOff(std::size_t inAt) {
+        mBytes.resize(std::max<std::size_t>(inAt, 1));
+        Note(inAt, kToTheEnd);
+    }
+    // A repeated slice may say that it is in another row.
+    void LoseOrRepeatSlice() {
+        const auto slices = StartCodes(mBytes, 0x01, 0xAF);
+        if (slices.size() < 2) return;
+        const std::size_t slice = Below(slices.size() - 1);
+        const std::size_t begin = slices[slice];
+        const std::size_t end = slices[slice + 1];
+        if (begin < mFirst) return;
+        if (Below(2) == 0) {
+            mBytes.erase(Place(begin), Place(end));
+            return Note(begin, kToTheEnd);
+        }
+        Bytes copy(Place(begin), Place(end));
+        if (Below(2) == 0) copy[3] = static_cast<std::uint8_t>(1 + Below(0xAF));
+        Insert(begin, copy);
+    }
+    // Other structures, vectors and scans than the picture was coded with.
+    void ChangeCodingExtension() {
+        const auto extensions = StartCodes(mBytes, 0xB5, 0xB5);
+        if (extensions.empty()) return;
+        const std::size_t begin = extensions[Below(extensions.size())] + 4;
+        if (begin < mFirst || begin + 5 > mBytes.size() || mBytes[begin] >> 4 != 8) return;
+        for (std::size_t flips = 1 + Below(4); flips != 0; --flips) {
+            const std::size_t bit = 4 + Below(4 * 8);
+            mBytes[begin + bit / 8] = static_cast<std::uint8_t>(mBytes[begin + bit / 8] ^ 0x80u >> bit % 8);
+        }
+        Note(begin, begin + 5);
+    }
+
+    static constexpr std::size_t kToTheEnd = SIZE_MAX;
+    std::mt19937& mRandom;
+    Damaged mDamaged;
+    Bytes& mBytes = mDamaged.bytes;
+    const std::size_t mFirst;
+};
+
+}  // namespace
+
+unsigned TemporalReference(const Bytes& inPicture) {
+    return unsigned{inPicture.at(4)} << 2 | unsigned{inPicture.at(5)} >> 6;
+}
+
+CodedVideo CutIntoPictures(const Bytes& inStream) {
+    std::vector<std::size_t> starts = StartCodes(inStream, 0, 0);
+    CodedVideo video{{inStream.begin(), inStream.begin() + static_cast<std::ptrdiff_t>(starts.at(0))}, {}};
+    starts.push_back(inStream.size());
+    constexpr unsigned kNone = ~0u;
+    unsigned begunFrame = kNone;  // temporal_reference of a frame of which one field came
+    std::size_t past = 0;
+    std::size_t future = 0;
+    for (std::size_t i = 0; i + 1 < starts.size(); ++i) {
+        CodedUnit unit{};
+        unit.bytes.assign(inStream.begin() + static_cast<std::ptrdiff_t>(starts[i]),
+                          inStream.begin() + static_cast<std::ptrdiff_t>(starts[i + 1]));
+        unit.temporal_reference = TemporalReference(unit.bytes);
+        unit.picture_coding_type = unit.bytes.at(5) >> 3 & 7;
+        const bool isSecond = begunFrame == unit.temporal_reference;
+        if (!isSecond && ++video.frameCount > 1 && unit.picture_coding_type != 3) past = future;
+        unit.frame = video.frameCount - 1;
+        if (unit.picture_coding_type != 3) future = unit.frame;
+        begunFrame = kNone;
+        if (!isSecond && PictureStructure(unit.bytes) != 3) begunFrame = unit.temporal_reference;
+        unit.past = past;
+        unit.future = future;
+        video.units.push_back(std::move(unit));
+    }
+    return video;
+}
+
+Bytes MakeRandomStream(unsigned inSeed, bool inAsFields) {
+    std::mt19937 random(inSeed);
+    Bytes stream = RandomVideoHeaders();
+    const auto add = [&](unsigned inReference, unsigned inType) {
+        CodedPicture picture;
+        picture.temporal_reference = inReference;
+        picture.picture_coding_type = inType;
+        for (const unsigned structure : inAsFields ? std::vector{1u, 2u} : std::vector{3u}) {
+            picture.picture_structure = structure;
+            AddRandomSlices(random, picture);
+            stream.insert(stream.end(), picture.bytes.begin(), picture.bytes.end());
+        }
+    };
+    add(0, 1);
+    for (unsigned reference = 2; reference < 8; reference += 2) {
+        add(reference, 2);
+        add(reference - 1, 3);
+    }
+    return Join({stream, SequenceEnd()});
+}
+
+BufferInstance::BufferInstance(const HostServices& inServices, const Scale& inScale) : mScale(inScale) {
+    EXPECT_EQ(Vexmora_OpenBufferInstance(inServices, kCapacity, &mHandle, &mBuffer), Vexmora_Ok);
+}
+
+void BufferInstance::ReadHeaders(const CodedVideo& inVideo) {
+    const CodedUnit& unit = inVideo.units.front();
+    const Bytes data = Join({inVideo.headers, unit.bytes});
+    std::memcpy(mBuffer, data.data(), std::min<std::size_t>(data.size(), kCapacity));
+    constexpr FramePlanes kNone{};
+    EXPECT_EQ(Vexmora_GetFrameFromBuffer(mHandle, static_cast<std::uint32_t>(data.size()),
+                                         unit.picture_coding_type, &kNone, &kNone, &kNone, 0, 0),
+              Vexmora_NoSuchFrame);
+}
+
+Picture420 BufferInstance::NewPicture() const {
+    std::uint32_t luma = 0;
+    std::uint32_t chroma = 0;
+    Vexmora_GetFrameSizes(mHandle, &luma, &chroma);
+    return {luma, chroma};
+}
+
+Vexmora_Status BufferInstance::Decode(const CodedUnit& inUnit, const Bytes& inBytes,
+                                      std::vector<Picture420>& ioFrames, Picture420& outPicture) {
+    std::memcpy(mBuffer, inBytes.data(), std::min<std::size_t>(inBytes.size(), kCapacity));
+    const auto planesOf = [&](std::size_t inFrame) {
+        return inFrame == inUnit.frame ? outPicture.Planes() : ioFrames.at(inFrame).Planes();
+    };
+    const FramePlanes forward = planesOf(inUnit.past);
+    const FramePlanes backward = planesOf(inUnit.future);
+    const FramePlanes output = outPicture.Planes();
+    return Vexmora_GetFrameFromBuffer(mHandle, static_cast<std::uint32_t>(inBytes.size()),
+                                      inUnit.picture_coding_type, &forward, &backward, &output, mScale.mode,
+                                      mScale.subMode);
+}
+
+std::vector<Picture420> BufferInstance::DecodeAll(const CodedVideo& inVideo) {
+    ReadHeaders(inVideo);
+    std::vector<Picture420> frames(inVideo.frameCount, NewPicture());
+    for (const CodedUnit& unit : inVideo.units) {
+        EXPECT_EQ(Decode(unit, unit.bytes, frames, frames.at(unit.frame)), Vexmora_Ok);
+    }
+    return frames;
+}
+
+Damaged DamageAnywhere(std::mt19937& ioRandom, const Bytes& inBytes, std::size_t inFirst) {
+    Vandal vandal(ioRandom, inBytes, inFirst);
+    for (std::size_t times = 1 + ioRandom() % 3; times != 0; --times) vandal.Strike();
+    return vandal.Take();
+}
+
+bool HasMatrixExtension(const Bytes& inBytes) {
+    for (const std::size_t at : StartCodes(inBytes, 0xB5, 0xB5)) {
+        if (at + 4 < inBytes.size() && inBytes[at + 4] >> 4 == 3) return true;
+    }
+    return false;
+}
+
+}  // namespace Vexmora::Test
