@@ -164,11 +164,13 @@ CodedVideo CutIntoPictures(const Bytes& inStream) {
 
 Bytes MakeRandomStream(unsigned inSeed, bool inAsFields) {
     std::mt19937 random(inSeed);
-    Bytes stream = RandomVideoHeaders();
+    const unsigned height = inAsFields ? 72 : kRandomSequence.height;  // 72: an odd number of rows
+    Bytes stream = RandomVideoHeaders(height);
     const auto add = [&](unsigned inReference, unsigned inType) {
         CodedPicture picture;
         picture.temporal_reference = inReference;
         picture.picture_coding_type = inType;
+        picture.height = height;
         for (const unsigned structure : inAsFields ? std::vector{1u, 2u} : std::vector{3u}) {
             picture.picture_structure = structure;
             AddRandomSlices(random, picture);

@@ -172,7 +172,7 @@ class Damage : public testing::Test {
     }
 
     std::mt19937 mRandom{Option("VEXMORA_SEED", 20)};
-    const unsigned mRuns = Option("VEXMORA_RUNS", 200);
+    const unsigned mRuns = Option("VEXMORA_RUNS", 300);
     const fs::path mMedia;
     ExactHost mHost;
     unsigned mDamagedPictures = 0;

@@ -21,7 +21,7 @@ class PictureWriter {
         : mRandom(ioRandom),
           mPicture(inPicture),
           mIsFrame(inPicture.picture_structure == 3),
-          mRows(static_cast<int>(kRandomSequence.height) / (mIsFrame ? 16 : 32)) {}
+          mRows(static_cast<int>((inPicture.height + 31) / 32) * (mIsFrame ? 2 : 1)) {}
 
     Bytes Write() {
         Bytes bytes;
@@ -253,8 +253,10 @@ class PictureWriter {
 
 }  // namespace
 
-Bytes RandomVideoHeaders() {
-    return Join({SequenceHeader(kRandomSequence), SequenceExtension(kRandomSequence)});
+Bytes RandomVideoHeaders(unsigned inHeight) {
+    Sequence sequence = kRandomSequence;
+    sequence.height = inHeight;
+    return Join({SequenceHeader(sequence), SequenceExtension(sequence)});
 }
 
 void AddRandomSlices(std::mt19937& ioRandom, CodedPicture& ioPicture) {

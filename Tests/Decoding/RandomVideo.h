@@ -10,6 +10,8 @@
 
 namespace Vexmora::Test {
 
+inline constexpr Sequence kRandomSequence{.width = 96, .height = 128};
+
 /// One coded picture: a frame or a field.
 struct CodedPicture {
     unsigned temporal_reference = 0;
@@ -17,14 +19,13 @@ struct CodedPicture {
     unsigned picture_structure = 3;
     bool concealment_motion_vectors = false;
     bool topFieldFirst = true;
-    Bytes bytes;  // from the picture start code on
+    unsigned height = kRandomSequence.height;  // of the sequence, which is interlaced
+    Bytes bytes;                               // from the picture start code on
 };
 
-inline constexpr Sequence kRandomSequence{.width = 96, .height = 128};
-
 /// A sequence header and its extension.
-Bytes RandomVideoHeaders();
-/// Adds random slices to a picture of kRandomSequence, behind its headers. All vectors stay inside the
+Bytes RandomVideoHeaders(unsigned inHeight = kRandomSequence.height);
+/// Adds random slices to a picture of such a sequence, behind its headers. All vectors stay inside the coded
 /// picture.
 void AddRandomSlices(std::mt19937& ioRandom, CodedPicture& ioPicture);
 

@@ -12,15 +12,22 @@
 namespace Vexmora::Test {
 namespace {
 
+struct Kind {
+    const char* name;
+    std::vector<unsigned> structures;  // of the pictures of one frame
+    unsigned height = kRandomSequence.height;
+};
+
 /// I0 P2 B1 P4 B3 ..., each a frame or two fields.
-std::vector<CodedPicture> MakePictures(std::mt19937& ioRandom, bool inAsFields) {
+std::vector<CodedPicture> MakePictures(std::mt19937& ioRandom, const Kind& inKind) {
     std::vector<CodedPicture> pictures;
     const auto add = [&](unsigned inReference, unsigned inType) {
         CodedPicture picture;
         picture.temporal_reference = inReference;
+        picture.height = inKind.height;
         picture.picture_coding_type = inType;
         picture.concealment_motion_vectors = ioRandom() % 2 != 0;
-        for (const unsigned structure : inAsFields ? std::vector{1u, 2u} : std::vector{3u}) {
+        for (const unsigned structure : inKind.structures) {
             picture.picture_structure = structure;
             AddRandomSlices(ioRandom, picture);
             pictures.push_back(picture);
@@ -34,12 +41,14 @@ std::vector<CodedPicture> MakePictures(std::mt19937& ioRandom, bool inAsFields) 
     return pictures;
 }
 
-class RandomVideo : public testing::TestWithParam<bool> {};
+class RandomVideo : public testing::TestWithParam<Kind> {};
 
 TEST_P(RandomVideo, IsDecodedAsByAnIndependentDecoder) {
-    std::mt19937 random(GetParam() ? 2 : 1);
+    std::mt19937 random(1);
+    const unsigned height = GetParam().height;
+    const std::uint32_t planeBytes = 128 * ((height + 31) / 32 * 32);
     const std::vector<CodedPicture> pictures = MakePictures(random, GetParam());
-    Bytes stream = RandomVideoHeaders();
+    Bytes stream = RandomVideoHeaders(height);
     for (const CodedPicture& picture : pictures)
         stream.insert(stream.end(), picture.bytes.begin(), picture.bytes.end());
     const Bytes end = SequenceEnd();
@@ -57,7 +66,7 @@ TEST_P(RandomVideo, IsDecodedAsByAnIndependentDecoder) {
     ASSERT_EQ(Vexmora_OpenBufferInstance(host.Services(), 1 << 20, &handle, &buffer), Vexmora_Ok);
     FileInfo info{};
     info.width = kRandomSequence.width;
-    info.height = kRandomSequence.height;
+    info.height = height;
     info.pitch = 128;
     std::map<unsigned, Picture420> decoded;
     unsigned past = 0;
@@ -66,14 +75,13 @@ TEST_P(RandomVideo, IsDecodedAsByAnIndependentDecoder) {
         const CodedPicture& picture = pictures[i];
         const unsigned number = picture.temporal_reference;
         if (!decoded.contains(number)) {
-            decoded.emplace(number,
-                            Picture420(128 * kRandomSequence.height, 128 * kRandomSequence.height / 2));
+            decoded.emplace(number, Picture420(planeBytes, planeBytes / 2));
             if (picture.picture_coding_type != 3) {
                 past = future;
                 future = number;
             }
         }
-        const Bytes data = i == 0 ? Join({RandomVideoHeaders(), picture.bytes}) : picture.bytes;
+        const Bytes data = i == 0 ? Join({RandomVideoHeaders(height), picture.bytes}) : picture.bytes;
         std::memcpy(buffer, data.data(), data.size());
         const FramePlanes forward = decoded.at(past).Planes();
         const FramePlanes backward = decoded.at(future).Planes();
@@ -86,7 +94,7 @@ TEST_P(RandomVideo, IsDecodedAsByAnIndependentDecoder) {
     Vexmora_CloseFile(handle);
     Vexmora_Shutdown();
 
-    const std::size_t frameBytes = kRandomSequence.width * kRandomSequence.height * 3 / 2;
+    const std::size_t frameBytes = kRandomSequence.width * height * 3 / 2;
     ASSERT_EQ(expected.size(), frameBytes * decoded.size());
     for (const auto& [number, picture] : decoded) {
         const Difference difference =
@@ -96,8 +104,12 @@ TEST_P(RandomVideo, IsDecodedAsByAnIndependentDecoder) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Structures, RandomVideo, testing::Values(false, true),
-                         [](const auto& inInfo) { return inInfo.param ? "Fields" : "Frames"; });
+INSTANTIATE_TEST_SUITE_P(Structures, RandomVideo,
+                         testing::Values(Kind{"Frames", {3}}, Kind{"Fields", {1, 2}},
+                                         Kind{"FramesOfOddRows", {3}, 80},
+                                         Kind{"BottomFirstOfOddRows", {2, 1}, 72},
+                                         Kind{"FieldsOfOddRows", {1, 2}, 100}),
+                         [](const auto& inInfo) { return std::string(inInfo.param.name); });
 
 }  // namespace
 }  // namespace Vexmora::Test
