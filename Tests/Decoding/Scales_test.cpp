@@ -1,9 +1,7 @@
-// Reduced pictures, the order of access, and the number of threads.
+// Reduced pictures beside full ones.
 #include <gtest/gtest.h>
-#include <sched.h>
 
 #include <algorithm>
-#include <random>
 
 #include "Decoding/DecodeChain.h"
 
@@ -53,39 +51,6 @@ TEST(Scales, ReducedPicturesShowWhatFullOnesShow) {
                 worst = std::max(worst, DifferenceFromFull(full, reduced, scale, number));
             }
             EXPECT_LT(worst, full.Info().width < 100 ? 300 : 130);
-        }
-    }
-}
-
-TEST(Scales, AnyOrderAndAnyNumberOfThreadsGiveTheSamePictures) {
-    for (const char* name : {"b3-100x76.ts", "enc-bottom-352x256.m2v", "started-open.ts"}) {
-        for (const Scale& scale : {kFullSize, kHalfWidth, kQuarterSize}) {
-            cpu_set_t all;
-            ASSERT_EQ(sched_getaffinity(0, sizeof all, &all), 0);
-            cpu_set_t one;
-            CPU_ZERO(&one);
-            for (std::size_t cpu = 0; CPU_COUNT(&one) == 0; ++cpu) {
-                if (CPU_ISSET(cpu, &all)) CPU_SET(cpu, &one);
-            }
-            ASSERT_EQ(sched_setaffinity(0, sizeof one, &one), 0);
-            auto single = std::make_unique<DecodeChain>(Stream(name), scale);
-            std::vector<Picture420> expected;
-            const IndexHeader header = single->Header();
-            for (std::uint32_t frame = header.firstFrame; frame <= header.lastFrame; ++frame) {
-                expected.push_back(single->Frame(static_cast<std::int32_t>(frame)).picture);
-            }
-            single.reset();
-            ASSERT_EQ(sched_setaffinity(0, sizeof all, &all), 0);
-
-            DecodeChain several(Stream(name), scale);
-            std::vector<std::uint32_t> order(expected.size());
-            for (std::uint32_t i = 0; i < order.size(); ++i) order[i] = i;
-            std::shuffle(order.begin(), order.end(), std::mt19937(1));
-            for (std::size_t i = 0; i < order.size(); ++i) {
-                if (i % 7 == 0) several.Forget();
-                const auto frame = static_cast<std::int32_t>(header.firstFrame + order[i]);
-                ASSERT_TRUE(several.Frame(frame).picture == expected[order[i]]) << name << " frame " << frame;
-            }
         }
     }
 }
