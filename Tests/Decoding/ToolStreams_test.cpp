@@ -6,7 +6,6 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <regex>
 #include <string>
 #include <vector>
 
@@ -15,7 +14,7 @@ namespace {
 
 struct Tool {
     const char* name;
-    const char* pattern;  // of a line of a report
+    const char* line;  // of a report, without its count
 };
 
 // Macroblocks: '>' predicted from the past, '<' from the future, 'X' from both; "  " as a frame, "-=" by
@@ -34,17 +33,17 @@ constexpr Tool kTools[] = {
     {"bottom field first", "first_field=bottom"},
     {"frame prediction and transform alone", "frame_pred_frame_dct=1"},
     {"field prediction or transform", "frame_pred_frame_dct=0"},
-    {"intra macroblocks", "macroblock=i  \\."},
-    {"predicted forwards", "macroblock=>  \\."},
-    {"predicted backwards", "macroblock=<  \\."},
-    {"predicted from both", "macroblock=X  \\."},
-    {"predicted forwards by fields", "macroblock=>-=\\."},
-    {"predicted backwards by fields", "macroblock=<-=\\."},
-    {"predicted from both by fields", "macroblock=X-=\\."},
-    {"dual prime", "macroblock=> =\\."},
-    {"skipped macroblocks", "macroblock=S.*"},
-    {"vectors of 64 and more samples", "f_code\\[0\\]\\[0\\]=[5-9]"},
-    {"backward vectors of 64 and more samples", "f_code\\[1\\]\\[0\\]=[5-9]"},
+    {"intra macroblocks", "macroblock=i  ."},
+    {"predicted forwards", "macroblock=>  ."},
+    {"predicted backwards", "macroblock=<  ."},
+    {"predicted from both", "macroblock=X  ."},
+    {"predicted forwards by fields", "macroblock=>-=."},
+    {"predicted backwards by fields", "macroblock=<-=."},
+    {"predicted from both by fields", "macroblock=X-=."},
+    {"dual prime", "macroblock=> =."},
+    {"skipped macroblocks", "macroblock=S  ."},
+    {"vectors of 64 and more samples", "f_code[0][0]=5"},
+    {"backward vectors of 64 and more samples", "f_code[1][0]=5"},
     {"zigzag scan", "alternate_scan=0"},
     {"alternate scan", "alternate_scan=1"},
     {"intra coefficients by table B.14", "intra_vlc_format=0"},
@@ -76,9 +75,9 @@ TEST(ToolStreams, UseEveryToolThatTheEncodersHave) {
         if (entry.path().extension() == ".tools") reports.push_back('\n' + ReadText(entry.path()));
     }
     for (const Tool& tool : kTools) {
-        const std::regex line(std::string("\n") + tool.pattern + " [0-9]+\n");
+        const std::string line = std::string("\n") + tool.line + ' ';
         const auto users = std::count_if(reports.begin(), reports.end(), [&](const std::string& inReport) {
-            return std::regex_search(inReport, line);
+            return inReport.find(line) != std::string::npos;
         });
         std::printf("%3d of %zu streams: %s\n", static_cast<int>(users), reports.size(), tool.name);
         EXPECT_GT(users, 0) << tool.name;
