@@ -1,7 +1,6 @@
 // One video gives the same pictures, bit for bit, in any order, packaging and scale, on any number of
 // processors, and through a buffer.
 #include <gtest/gtest.h>
-#include <sched.h>
 
 #include <algorithm>
 #include <cstring>
@@ -10,6 +9,7 @@
 #include <tuple>
 
 #include "Decoding/DecodeChain.h"
+#include "Support/OneProcessor.h"
 #include "Support/StreamBuilder.h"
 
 namespace Vexmora::Test {
@@ -21,26 +21,6 @@ using Pictures = std::vector<Picture420>;
 fs::path Stream(const std::string& inName) {
     return fs::path(VEXMORA_STREAM_DIR) / inName;
 }
-
-/// Confines this thread, and so an executor that is made meanwhile, to one processor.
-class OneProcessor {
-  public:
-    OneProcessor() {
-        EXPECT_EQ(sched_getaffinity(0, sizeof mAll, &mAll), 0);
-        cpu_set_t one;
-        CPU_ZERO(&one);
-        for (std::size_t cpu = 0; CPU_COUNT(&one) == 0; ++cpu) {
-            if (CPU_ISSET(cpu, &mAll)) CPU_SET(cpu, &one);
-        }
-        EXPECT_EQ(sched_setaffinity(0, sizeof one, &one), 0);
-    }
-    ~OneProcessor() { EXPECT_EQ(sched_setaffinity(0, sizeof mAll, &mAll), 0); }
-    OneProcessor(const OneProcessor&) = delete;
-    OneProcessor& operator=(const OneProcessor&) = delete;
-
-  private:
-    cpu_set_t mAll;
-};
 
 /// All pictures, decoded in the order given. Those decoded before are forgotten every inKept pictures.
 Pictures Decode(const fs::path& inMedia, const Scale& inScale, const std::vector<std::size_t>& inOrder,

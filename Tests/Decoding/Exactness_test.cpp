@@ -9,7 +9,7 @@
 #include <cstdio>
 #include <set>
 
-#include "Decoding/CodedVideo.h"
+#include "Decoding/WholePictures.h"
 
 namespace Vexmora::Test {
 namespace {
