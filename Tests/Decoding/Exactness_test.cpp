@@ -34,7 +34,7 @@ std::int32_t FrameNumber(const DecodeChain& inChain, std::size_t inFrame) {
 }
 
 /// The largest difference from any sample of the other decoder's coded pictures, each from its references.
-int OneStep(DecodeChain& ioChain, const CodedVideo& inTheirs) {
+int OneStep(DecodeChain& ioChain, const WholePictures& inTheirs) {
     const FileInfo whole = inTheirs.Whole(ioChain.Info());
     const auto theirPlanes = [&](std::int32_t inFrame, Picture420& outPicture) -> FramePlanes {
         if (inFrame == DecodeChain::kNone) return {};
@@ -66,7 +66,7 @@ int OneStep(DecodeChain& ioChain, const CodedVideo& inTheirs) {
 }
 
 /// The visible pictures of a video, frame after frame.
-Samples VisibleFrames(const CodedVideo& inVideo, const DecodeChain& inChain) {
+Samples VisibleFrames(const WholePictures& inVideo, const DecodeChain& inChain) {
     Samples samples;
     Picture420 picture = inChain.NewPicture();
     for (std::size_t frame = 0; frame < inVideo.FrameCount(); ++frame) {
@@ -98,15 +98,12 @@ TEST_P(Exactness, OneStepAndWholeChain) {
     for (const fs::path& media : streams) {
         SCOPED_TRACE(media.filename().string());
         const DeclaredWhole declaredWhole(media);
-        std::vector<Samples> decoded = RunFfmpeg({{declaredWhole.Path(), "faani"},
-                                                  {declaredWhole.Path(), "simple"},
-                                                  {declaredWhole.Path(), "xvid"},
-                                                  {media, "faani"}});
-        const auto whole = [&](std::size_t inDecoding) {
-            return CodedVideo{declaredWhole.Width(), declaredWhole.Height(), std::move(decoded[inDecoding])};
-        };
-        const CodedVideo exact = whole(0);
-        const CodedVideo mpeg2dec = CodedByMpeg2dec(declaredWhole);
+        const std::vector<Samples> decoded = RunFfmpeg({{declaredWhole.Path(), "faani"},
+                                                        {declaredWhole.Path(), "simple"},
+                                                        {declaredWhole.Path(), "xvid"},
+                                                        {media, "faani"}});
+        const WholePictures exact = declaredWhole.Whole(decoded[0]);
+        const WholePictures mpeg2dec = declaredWhole.ByMpeg2dec();
         DecodeChain chain(media);
         ASSERT_NE(chain.Handle(), nullptr);
         ASSERT_EQ(exact.FrameCount(), chain.Header().recordCount);
@@ -121,8 +118,8 @@ TEST_P(Exactness, OneStepAndWholeChain) {
             return Compare(inSamples.data(), visible.data(), visible.size()).meanSquare;
         };
         const double ours = error(OurFrames(chain));
-        const double simple = error(VisibleFrames(whole(1), chain));
-        const double xvid = error(VisibleFrames(whole(2), chain));
+        const double simple = error(VisibleFrames(declaredWhole.Whole(decoded[1]), chain));
+        const double xvid = error(VisibleFrames(declaredWhole.Whole(decoded[2]), chain));
         const double other = error(VisibleFrames(mpeg2dec, chain));
         const double nearest = std::min({simple, xvid, other});
         std::printf("%-24s %6zu | %15d %8d | %17.5f %8.5f %8.5f %8.5f %5.2f\n", media.stem().c_str(),

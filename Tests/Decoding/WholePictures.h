@@ -10,9 +10,26 @@
 #include <vector>
 
 #include "Decoding/DecodeChain.h"
-#include "Decoding/Ffmpeg.h"
+#include "Decoding/Mpeg2dec.h"
 
 namespace Vexmora::Test {
+
+/// Frame after frame, planar 4:2:0, in display order.
+struct WholePictures {
+    std::uint32_t width = 0;
+    std::uint32_t height = 0;
+    Samples samples;
+
+    /// inInfo of the visible picture with the size of the coded one.
+    FileInfo Whole(FileInfo inInfo) const {
+        inInfo.width = width;
+        inInfo.height = height;
+        return inInfo;
+    }
+    std::size_t FrameBytes() const { return std::size_t{width} * height * 3 / 2; }
+    std::size_t FrameCount() const { return samples.size() / FrameBytes(); }
+    const std::uint8_t* Frame(std::size_t inFrame) const { return samples.data() + inFrame * FrameBytes(); }
+};
 
 /// An elementary stream that declares the size that it is coded with: whole macroblocks, in an interlaced
 /// sequence for each field (ISO/IEC 13818-2, 6.3.3), so that decoders show all they decode. It ends with a
@@ -34,8 +51,9 @@ class DeclaredWhole {
     DeclaredWhole& operator=(const DeclaredWhole&) = delete;
 
     const std::filesystem::path& Path() const { return mPath; }
-    std::uint32_t Width() const { return mWidth; }
-    std::uint32_t Height() const { return mHeight; }
+    WholePictures ByMpeg2dec() const { return Whole(RunMpeg2dec(mPath, mWidth, mHeight)); }
+    /// What a decoder showed of this stream.
+    WholePictures Whole(const Samples& inSamples) const { return {mWidth, mHeight, inSamples}; }
 
   private:
     static constexpr std::array<std::uint8_t, 4> kSequenceEndCode{0, 0, 1, 0xB7};
@@ -64,48 +82,5 @@ class DeclaredWhole {
     std::uint32_t mWidth = 0;
     std::uint32_t mHeight = 0;
 };
-
-/// Frame after frame, planar 4:2:0, in display order.
-struct CodedVideo {
-    std::uint32_t width = 0;
-    std::uint32_t height = 0;
-    Samples samples;
-
-    /// inInfo of the visible picture with the size of the coded one.
-    FileInfo Whole(FileInfo inInfo) const {
-        inInfo.width = width;
-        inInfo.height = height;
-        return inInfo;
-    }
-    std::size_t FrameBytes() const { return std::size_t{width} * height * 3 / 2; }
-    std::size_t FrameCount() const { return samples.size() / FrameBytes(); }
-    const std::uint8_t* Frame(std::size_t inFrame) const { return samples.data() + inFrame * FrameBytes(); }
-};
-
-/// mpeg2dec's images show the two chroma planes side by side below the luma plane.
-inline CodedVideo CodedByMpeg2dec(const DeclaredWhole& inMedia) {
-    const Samples images = OutputOf("mpeg2dec -o pgmpipe '" + inMedia.Path().string() + "' 2>/dev/null");
-    CodedVideo video{inMedia.Width(), inMedia.Height(), {}};
-    const std::string header =
-        "P5\n" + std::to_string(video.width) + ' ' + std::to_string(video.height * 3 / 2) + "\n255\n";
-    auto at = images.begin();
-    while (images.end() - at >= static_cast<std::ptrdiff_t>(header.size() + video.FrameBytes())) {
-        EXPECT_TRUE(std::equal(header.begin(), header.end(), at)) << std::string(at, at + 20);
-        at += static_cast<std::ptrdiff_t>(header.size());
-        const auto luma = static_cast<std::ptrdiff_t>(video.width * video.height);
-        video.samples.insert(video.samples.end(), at, at + luma);
-        at += luma;
-        const auto width = static_cast<std::ptrdiff_t>(video.width);
-        for (const std::ptrdiff_t half : {std::ptrdiff_t{0}, width / 2}) {
-            for (std::uint32_t row = 0; row < video.height / 2; ++row) {
-                const auto from = at + row * width + half;
-                video.samples.insert(video.samples.end(), from, from + width / 2);
-            }
-        }
-        at += luma / 2;
-    }
-    EXPECT_EQ(at, images.end());
-    return video;
-}
 
 }  // namespace Vexmora::Test
