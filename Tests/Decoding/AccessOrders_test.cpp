@@ -94,6 +94,8 @@ Pictures DecodeFromBuffer(const fs::path& inMedia, const Scale& inScale, const P
 struct Video {
     const char* name;
     std::vector<std::string> extensions;
+
+    friend void PrintTo(const Video& inVideo, std::ostream* outText) { *outText << inVideo.name; }
 };
 
 class AccessOrders : public testing::TestWithParam<std::tuple<Video, Scale>> {};
@@ -132,7 +134,7 @@ std::string TestName(const testing::TestParamInfo<std::tuple<Video, Scale>>& inI
     const auto& [video, scale] = inInfo.param;
     std::string name = fs::path(video.name).filename().string();
     std::ranges::replace(name, '-', '_');
-    return name + (scale.mode == 0 ? "_Full" : scale.subMode == 0 ? "_HalfWidth" : "_Quarter");
+    return name + '_' + scale.Name();
 }
 
 INSTANTIATE_TEST_SUITE_P(Videos, AccessOrders,

@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <map>
 #include <memory>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -36,6 +37,9 @@ struct Scale {
     std::uint32_t subMode = 0;
     std::uint32_t widthDivisor = 1;
     std::uint32_t heightDivisor = 1;
+
+    const char* Name() const { return mode == 0 ? "Full" : subMode == 0 ? "HalfWidth" : "Quarter"; }
+    friend void PrintTo(const Scale& inScale, std::ostream* outText) { *outText << inScale.Name(); }
 };
 inline constexpr Scale kFullSize{};
 inline constexpr Scale kHalfWidth{1, 0, 2, 1};
