@@ -3,12 +3,14 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <map>
 #include <memory>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -35,30 +37,48 @@ struct Scale {
     std::uint32_t subMode = 0;
     std::uint32_t widthDivisor = 1;
     std::uint32_t heightDivisor = 1;
+
+    const char* Name() const { return mode == 0 ? "Full" : subMode == 0 ? "HalfWidth" : "Quarter"; }
+    friend void PrintTo(const Scale& inScale, std::ostream* outText) { *outText << inScale.Name(); }
 };
 inline constexpr Scale kFullSize{};
 inline constexpr Scale kHalfWidth{1, 0, 2, 1};
 inline constexpr Scale kQuarterSize{1, 1, 2, 2};
 
-/// The visible samples of a picture without padding: Y, Cb, Cr.
-inline std::vector<std::uint8_t> Visible(const Picture420& inPicture, const FileInfo& inInfo,
-                                         const Scale& inScale = kFullSize) {
+/// Calls inVisit(first sample, count) for the visible part of every row: Y, Cb, Cr.
+template <typename Picture, typename Visit>
+void ForEachVisibleRow(Picture& ioPicture, const FileInfo& inInfo, const Scale& inScale, Visit inVisit) {
     const auto padded = [](std::uint32_t in) { return (in + 127) / 128 * 128; };
     const std::uint32_t width = inInfo.width / inScale.widthDivisor;
     const std::uint32_t height = inInfo.height / inScale.heightDivisor;
-    std::vector<std::uint8_t> samples;
-    const auto add = [&](const std::vector<std::uint8_t>& inPlane, std::uint32_t inStep,
-                         std::uint32_t inWidth, std::uint32_t inHeight) {
-        for (std::uint32_t y = 0; y < inHeight; ++y) {
-            const auto row = inPlane.begin() + static_cast<std::ptrdiff_t>(y * inStep);
-            samples.insert(samples.end(), row, row + static_cast<std::ptrdiff_t>(inWidth));
-        }
+    const std::uint32_t pitch = inInfo.pitch / inScale.widthDivisor;
+    const auto visit = [&](auto& ioPlane, std::uint32_t inStep, std::uint32_t inWidth,
+                           std::uint32_t inHeight) {
+        EXPECT_LE(std::size_t{inStep} * inHeight, ioPlane.size());
+        for (std::uint32_t y = 0; y < inHeight; ++y)
+            inVisit(ioPlane.data() + std::size_t{y} * inStep, inWidth);
     };
-    add(inPicture.luma, padded(inInfo.pitch / inScale.widthDivisor), width, height);
-    const std::uint32_t chromaStep = padded(inInfo.pitch / inScale.widthDivisor / 2);
-    add(inPicture.cb, chromaStep, (width + 1) / 2, (height + 1) / 2);
-    add(inPicture.cr, chromaStep, (width + 1) / 2, (height + 1) / 2);
+    visit(ioPicture.luma, padded(pitch), width, height);
+    visit(ioPicture.cb, padded(pitch / 2), (width + 1) / 2, (height + 1) / 2);
+    visit(ioPicture.cr, padded(pitch / 2), (width + 1) / 2, (height + 1) / 2);
+}
+
+/// The visible samples of a picture without padding: Y, Cb, Cr.
+inline std::vector<std::uint8_t> Visible(const Picture420& inPicture, const FileInfo& inInfo,
+                                         const Scale& inScale = kFullSize) {
+    std::vector<std::uint8_t> samples;
+    ForEachVisibleRow(inPicture, inInfo, inScale, [&](const std::uint8_t* inRow, std::uint32_t inCount) {
+        samples.insert(samples.end(), inRow, inRow + inCount);
+    });
     return samples;
+}
+
+/// The opposite: samples as Visible gives them become the visible ones of a full-size picture.
+inline void SetVisible(const std::uint8_t* inSamples, const FileInfo& inInfo, Picture420& outPicture) {
+    ForEachVisibleRow(outPicture, inInfo, kFullSize, [&](std::uint8_t* outRow, std::uint32_t inCount) {
+        std::copy_n(inSamples, inCount, outRow);
+        inSamples += inCount;
+    });
 }
 
 /// A file that was indexed and opened; decoded pictures are kept.
@@ -119,13 +139,18 @@ class DecodeChain {
             FramePlanes future{};
             if (decoded.past != kNone) past = Frame(decoded.past).picture.Planes();
             if (decoded.future != kNone) future = Frame(decoded.future).picture.Planes();
-            const FramePlanes output = decoded.picture.Planes();
-            decoded.status =
-                Vexmora_GetFrame(mHandle, inFrame, &past, &future, &output, mScale.mode, mScale.subMode);
+            decoded.status = Decode(inFrame, past, future, decoded.picture);
         }
         return mPictures.emplace(inFrame, std::move(decoded)).first->second;
     }
     static constexpr std::int32_t kNone = 0x7FFFFFFF;
+
+    /// One picture from references that may be anybody's.
+    Vexmora_Status Decode(std::int32_t inFrame, const FramePlanes& inPast, const FramePlanes& inFuture,
+                          Picture420& outPicture) {
+        const FramePlanes output = outPicture.Planes();
+        return Vexmora_GetFrame(mHandle, inFrame, &inPast, &inFuture, &output, mScale.mode, mScale.subMode);
+    }
 
   private:
     static std::filesystem::path MakeFolder() {

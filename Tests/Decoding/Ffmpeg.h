@@ -2,6 +2,7 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -12,24 +13,57 @@
 #include <string>
 #include <vector>
 
+#include "Support/FolderHost.h"
+
 namespace Vexmora::Test {
 
 using Samples = std::vector<std::uint8_t>;
 
-/// The output of ffmpeg with one of its inverse transforms: frame after frame of planar 4:2:0.
-inline Samples RunFfmpeg(const std::filesystem::path& inMedia, const std::string& inTransform) {
-    const std::string command = "ffmpeg -v error -nostdin -threads 1 -idct " + inTransform + " -i '" +
-                                inMedia.string() +
-                                "' -map 0:v:0 -fps_mode passthrough -f rawvideo -pix_fmt yuv420p -";
+/// What a command writes to its standard output; it must succeed.
+inline Samples OutputOf(const std::string& inCommand) {
     Samples output;
-    FILE* const pipe = popen(command.c_str(), "r");
+    FILE* const pipe = popen(inCommand.c_str(), "r");
     if (pipe == nullptr) return output;
     std::array<std::uint8_t, 65536> piece;
     for (std::size_t got; (got = fread(piece.data(), 1, piece.size(), pipe)) != 0;) {
         output.insert(output.end(), piece.begin(), piece.begin() + static_cast<std::ptrdiff_t>(got));
     }
-    EXPECT_EQ(pclose(pipe), 0) << command;
+    EXPECT_EQ(pclose(pipe), 0) << inCommand;
     return output;
+}
+
+/// A file and the inverse transform that ffmpeg decodes it with.
+struct Decoding {
+    std::filesystem::path media;
+    std::string transform;
+};
+
+/// What ffmpeg decodes, each as frame after frame of planar 4:2:0. Starting it takes longer than most of our
+/// streams.
+inline std::vector<Samples> RunFfmpeg(const std::vector<Decoding>& inDecodings) {
+    std::string inputs;
+    std::string outputs;
+    const auto file = [](std::size_t inNumber) {
+        return std::filesystem::temp_directory_path() /
+               ("vexmora_decoded_" + std::to_string(getpid()) + '_' + std::to_string(inNumber));
+    };
+    for (std::size_t i = 0; i < inDecodings.size(); ++i) {
+        inputs +=
+            " -threads 1 -idct " + inDecodings[i].transform + " -i '" + inDecodings[i].media.string() + "'";
+        outputs += " -map " + std::to_string(i) +
+                   ":v:0 -fps_mode passthrough -f rawvideo -pix_fmt yuv420p '" + file(i).string() + "'";
+    }
+    OutputOf("ffmpeg -v error -nostdin -y" + inputs + outputs);
+    std::vector<Samples> decoded;
+    for (std::size_t i = 0; i < inDecodings.size(); ++i) {
+        decoded.push_back(ReadAll(file(i)));
+        std::filesystem::remove(file(i));
+    }
+    return decoded;
+}
+
+inline Samples RunFfmpeg(const std::filesystem::path& inMedia, const std::string& inTransform) {
+    return RunFfmpeg({{inMedia, inTransform}}).front();
 }
 
 struct Difference {

@@ -1,11 +1,9 @@
-// Reduced pictures, the order of access, and the number of threads.
+// Reduced pictures beside full ones.
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <random>
 
 #include "Decoding/DecodeChain.h"
-#include "Support/OneProcessor.h"
 
 namespace Vexmora::Test {
 namespace {
@@ -53,33 +51,6 @@ TEST(Scales, ReducedPicturesShowWhatFullOnesShow) {
                 worst = std::max(worst, DifferenceFromFull(full, reduced, scale, number));
             }
             EXPECT_LT(worst, full.Info().width < 100 ? 300 : 130);
-        }
-    }
-}
-
-TEST(Scales, AnyOrderAndAnyNumberOfThreadsGiveTheSamePictures) {
-    for (const char* name :
-         {"b3-100x76.ts", "odd-up-352x240.m2v", "enc-bottom-352x256.m2v", "started-open.ts"}) {
-        for (const Scale& scale : {kFullSize, kHalfWidth, kQuarterSize}) {
-            auto one = std::make_unique<OneProcessor>();
-            auto single = std::make_unique<DecodeChain>(Stream(name), scale);
-            std::vector<Picture420> expected;
-            const IndexHeader header = single->Header();
-            for (std::uint32_t frame = header.firstFrame; frame <= header.lastFrame; ++frame) {
-                expected.push_back(single->Frame(static_cast<std::int32_t>(frame)).picture);
-            }
-            single.reset();
-            one.reset();
-
-            DecodeChain several(Stream(name), scale);
-            std::vector<std::uint32_t> order(expected.size());
-            for (std::uint32_t i = 0; i < order.size(); ++i) order[i] = i;
-            std::shuffle(order.begin(), order.end(), std::mt19937(1));
-            for (std::size_t i = 0; i < order.size(); ++i) {
-                if (i % 7 == 0) several.Forget();
-                const auto frame = static_cast<std::int32_t>(header.firstFrame + order[i]);
-                ASSERT_TRUE(several.Frame(frame).picture == expected[order[i]]) << name << " frame " << frame;
-            }
         }
     }
 }

@@ -17,7 +17,7 @@ mkdir -p "$out"
 work=$(mktemp -d "$out/.work.XXXXXX")
 trap 'rm -rf "$work"' EXIT
 
-quiet() { "$@" >"$work/log" 2>&1 || { cat "$work/log" >&2; echo "make_streams.sh: failed: $*" >&2; exit 1; }; }
+. "$(dirname "$0")/encoders.bash"
 
 # stream NAME COMMAND…: runs the command with the output path appended, unless the stream exists.
 stream() {
@@ -35,30 +35,14 @@ stream() {
     echo "$name: $(stat -c %s "$out/$name") bytes, $(wc -l <"$out/$name.pictures") pictures"
 }
 
-exact=(-fflags +bitexact -flags:v +bitexact -flags:a +bitexact -map_metadata -1 -threads 1)
 sound=(-f lavfi -i "sine=frequency=440:sample_rate=48000")
 
-# encode SOURCE SECONDS ENCODER-OPTIONS… OUTPUT: MPEG-2 video of a lavfi source.
-encode() {
-    local source=$1 seconds=$2; shift 2
-    quiet ffmpeg -nostdin -y -f lavfi -i "$source" -t "$seconds" -pix_fmt yuv420p -c:v mpeg2video "${exact[@]}" "$@"
-}
 # encode_av SOURCE SECONDS ENCODER-OPTIONS… OUTPUT: the same with a tone.
 encode_av() {
     local source=$1 seconds=$2; shift 2
     quiet ffmpeg -nostdin -y -f lavfi -i "$source" "${sound[@]}" -t "$seconds" -pix_fmt yuv420p \
         -c:v mpeg2video "${exact[@]}" "$@"
 }
-# mjpeg SOURCE SECONDS ENCODER-OPTIONS… OUTPUT: the same from mpeg2enc; mjpeg_field sets the field order.
-mjpeg_field=prog
-mjpeg() {
-    local source=$1 seconds=$2; shift 2
-    local output=${!#}
-    quiet ffmpeg -nostdin -y -f lavfi -i "$source" -t "$seconds" -pix_fmt yuv420p -vf "setfield=$mjpeg_field" \
-        -f yuv4mpegpipe "$work/source.y4m"
-    quiet mpeg2enc -v 0 -M 1 "${@:1:$#-1}" -o "$output" <"$work/source.y4m"
-}
-mjpeg_interlaced() { mjpeg_field=$1; shift; mjpeg "$@"; mjpeg_field=prog; }
 # multiplex FORMAT VIDEO SECONDS OUTPUT: with mplex; no audio for 0 seconds.
 multiplex() {
     local tracks=("$out/$2")
