@@ -16,20 +16,23 @@ namespace Vexmora::Test {
 
 using Samples = std::vector<std::uint8_t>;
 
-/// The output of ffmpeg with one of its inverse transforms: frame after frame of planar 4:2:0.
-inline Samples RunFfmpeg(const std::filesystem::path& inMedia, const std::string& inTransform) {
-    const std::string command = "ffmpeg -v error -nostdin -threads 1 -idct " + inTransform + " -i '" +
-                                inMedia.string() +
-                                "' -map 0:v:0 -fps_mode passthrough -f rawvideo -pix_fmt yuv420p -";
+/// What a command writes to its standard output; it must succeed.
+inline Samples OutputOf(const std::string& inCommand) {
     Samples output;
-    FILE* const pipe = popen(command.c_str(), "r");
+    FILE* const pipe = popen(inCommand.c_str(), "r");
     if (pipe == nullptr) return output;
     std::array<std::uint8_t, 65536> piece;
     for (std::size_t got; (got = fread(piece.data(), 1, piece.size(), pipe)) != 0;) {
         output.insert(output.end(), piece.begin(), piece.begin() + static_cast<std::ptrdiff_t>(got));
     }
-    EXPECT_EQ(pclose(pipe), 0) << command;
+    EXPECT_EQ(pclose(pipe), 0) << inCommand;
     return output;
+}
+
+/// The output of ffmpeg with one of its inverse transforms: frame after frame of planar 4:2:0.
+inline Samples RunFfmpeg(const std::filesystem::path& inMedia, const std::string& inTransform) {
+    return OutputOf("ffmpeg -v error -nostdin -threads 1 -idct " + inTransform + " -i '" + inMedia.string() +
+                    "' -map 0:v:0 -fps_mode passthrough -f rawvideo -pix_fmt yuv420p -");
 }
 
 struct Difference {
