@@ -142,7 +142,7 @@ void RandomMacroblocks::CountPrediction(const Prediction& inPrediction) {
     features.Count("motion", mContext.where, mPicture.picture_coding_type, motion, inPrediction.directions[0],
                    inPrediction.directions[1]);
     if (inPrediction.motion == Motion::DualPrime) {
-        if (mIsFrame) features.Count("dual prime, top_field_first", mPicture.top_field_first);
+        features.Count("dual prime", mContext.where, mPicture.picture_structure, mPicture.top_field_first);
         return;
     }
     if (mPicture.picture_coding_type != kPictureTypeP || !mPicture.isSecondField) return;

@@ -50,7 +50,9 @@ class SliceWriter {
             int begin = 0;
             while (begin < columns) {
                 int end = columns;
-                if (mContext.random.OneIn(4)) end = mContext.random.Between(begin + 1, columns);
+                if (mContext.picture.hasSeveralSlicesInRow && mContext.random.OneIn(3)) {
+                    end = mContext.random.Between(begin + 1, columns);
+                }
                 if (begin != 0) mContext.features.Count("slice begins in a row");
                 const Bytes slice = WriteSlice(row, begin, end);
                 bytes.insert(bytes.end(), slice.begin(), slice.end());

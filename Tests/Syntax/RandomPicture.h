@@ -53,6 +53,7 @@ struct PictureSyntax {
     bool mayBeDualPrime = false;
     /// There is a reference before the frame, not only the first field.
     bool hasPastFrame = true;
+    bool hasSeveralSlicesInRow = false;
     int skipsOneIn = 4;
     bool skipsFar = false;
 };

@@ -82,8 +82,9 @@ class StreamMaker {
         picture.q_scale_type = mRandom.OneIn(2);
         picture.intra_vlc_format = mRandom.OneIn(2);
         picture.alternate_scan = mRandom.OneIn(2);
+        picture.hasSeveralSlicesInRow = mRandom.OneIn(2);
         if (picture.picture_structure == 3) {
-            picture.top_field_first = mRandom.OneIn(2);
+            picture.top_field_first = mStream.pictures.size() % 2 != 0;
             picture.frame_pred_frame_dct = mRandom.OneIn(5);
             picture.progressive_frame = picture.frame_pred_frame_dct && mRandom.OneIn(2);
         }

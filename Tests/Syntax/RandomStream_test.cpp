@@ -13,6 +13,10 @@ namespace {
 
 namespace fs = std::filesystem;
 
+// The part of the samples that rounding in the inverse transforms may make different. Without mismatch
+// control it is several times as much.
+constexpr double kMostDifferent = 0.015;
+
 // The lines that a picture writes: of a frame, of its top or of its bottom field.
 bool HasLine(unsigned inPictureStructure, std::size_t inLine) {
     return inPictureStructure == 3 || inLine % 2 == inPictureStructure - 1;
@@ -97,11 +101,11 @@ void RandomStreams::CompareEach(const Samples& inFrames, const Decode& inDecode)
                 }
                 count += inCount;
             });
-        std::printf("%zu: type %u structure %u: %d, %.5f\n", i, syntax.picture_coding_type,
-                    syntax.picture_structure, largest,
-                    static_cast<double>(different) / static_cast<double>(count));
-        EXPECT_LE(largest, 1) << "picture " << i << ", type " << syntax.picture_coding_type << ", structure "
-                              << syntax.picture_structure << ", frame " << number;
+        const std::string what =
+            "picture " + std::to_string(i) + ", type " + std::to_string(syntax.picture_coding_type) +
+            ", structure " + std::to_string(syntax.picture_structure) + ", frame " + std::to_string(number);
+        EXPECT_LE(largest, 1) << what;
+        EXPECT_LE(static_cast<double>(different), kMostDifferent * static_cast<double>(count)) << what;
     }
 }
 
@@ -134,36 +138,51 @@ class BufferInstance {
     std::uint8_t* mBuffer = nullptr;
 };
 
-TEST_P(RandomStreams, AreDecodedFromABufferAsByFfmpeg) {
-    const Samples frames = RunFfmpeg(mMedia, "faani");
-    ASSERT_EQ(frames.size() % mLayout.SampleCount(), 0u);
+template <class Predicate>
+std::vector<StreamPlan> PlansWhere(const Predicate& inPredicate) {
+    std::vector<StreamPlan> plans;
+    std::copy_if(kStreamPlans.begin(), kStreamPlans.end(), std::back_inserter(plans), inPredicate);
+    return plans;
+}
+std::string PlanName(const testing::TestParamInfo<StreamPlan>& inInfo) {
+    return inInfo.param.name;
+}
+
+class FromBufferAsByMpeg2dec : public RandomStreams {};
+TEST_P(FromBufferAsByMpeg2dec, EachPictureIsDecoded) {
     BufferInstance instance(mStream.headers);
-    CompareEach(frames, [&](const auto& inPicture, const References& inReferences) {
+    CompareEach(RunMpeg2dec(mMedia, mLayout), [&](const auto& inPicture, const References& inReferences) {
         return instance.Decode(inPicture, inReferences);
     });
 }
+INSTANTIATE_TEST_SUITE_P(AllPlans, FromBufferAsByMpeg2dec, testing::ValuesIn(kStreamPlans), PlanName);
 
-TEST_P(RandomStreams, AreDecodedFromABufferAsByMpeg2dec) {
-    const Samples frames = RunMpeg2dec(mMedia, mLayout);
+// Which does not saturate coefficients (7.4.3).
+class FromBufferAsByFfmpeg : public RandomStreams {};
+TEST_P(FromBufferAsByFfmpeg, EachPictureIsDecoded) {
     BufferInstance instance(mStream.headers);
-    CompareEach(frames, [&](const auto& inPicture, const References& inReferences) {
+    CompareEach(RunFfmpeg(mMedia, "faani"), [&](const auto& inPicture, const References& inReferences) {
         return instance.Decode(inPicture, inReferences);
     });
 }
+INSTANTIATE_TEST_SUITE_P(Unsaturated, FromBufferAsByFfmpeg,
+                         testing::ValuesIn(PlansWhere([](const StreamPlan& in) { return !in.saturates; })),
+                         PlanName);
 
-TEST_P(RandomStreams, AreDecodedFromAFileAsByFfmpeg) {
-    if (GetParam().HasFields()) GTEST_SKIP();
-    const Samples frames = RunFfmpeg(mMedia, "faani");
+// On all processors, where slices fill their rows. Streams of field pictures have no index.
+class FromFileAsByMpeg2dec : public RandomStreams {};
+TEST_P(FromFileAsByMpeg2dec, EachFrameIsDecoded) {
     DecodeChain chain(mMedia);
-    CompareEach(frames, [&](const RandomStream::Picture& inPicture, const References& inReferences) {
+    ASSERT_NE(chain.Handle(), nullptr);
+    CompareEach(RunMpeg2dec(mMedia, mLayout), [&](const auto& inPicture, const References& inReferences) {
         return Vexmora_GetFrame(chain.Handle(),
                                 static_cast<std::int32_t>(inPicture.syntax.temporal_reference),
                                 &inReferences.forward, &inReferences.backward, &inReferences.output, 0, 0);
     });
 }
-
-INSTANTIATE_TEST_SUITE_P(Plans, RandomStreams, testing::ValuesIn(kStreamPlans),
-                         [](const auto& inInfo) { return std::string(inInfo.param.name); });
+INSTANTIATE_TEST_SUITE_P(Frames, FromFileAsByMpeg2dec,
+                         testing::ValuesIn(PlansWhere([](const StreamPlan& in) { return !in.HasFields(); })),
+                         PlanName);
 
 }  // namespace
 }  // namespace Vexmora::Test
