@@ -1,6 +1,7 @@
 // What the pictures of each stream have in common, and what is drawn for each of them.
 #include "Syntax/RandomStream.h"
 
+#include <array>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -78,7 +79,9 @@ class StreamMaker {
     void AddPicture(PictureSyntax inPicture) {
         PictureSyntax& picture = inPicture;
         picture.intra_dc_precision = static_cast<unsigned>(mRandom.Between(0, 3));
-        picture.concealment_motion_vectors = mRandom.OneIn(2);
+        const unsigned count = mCountOfType[picture.picture_coding_type]++;
+        const bool isIntra = picture.picture_coding_type == kPictureTypeI;
+        picture.concealment_motion_vectors = isIntra ? count % 2 != 0 : mRandom.OneIn(2);
         picture.q_scale_type = mRandom.OneIn(2);
         picture.intra_vlc_format = mRandom.OneIn(2);
         picture.alternate_scan = mRandom.OneIn(2);
@@ -88,7 +91,7 @@ class StreamMaker {
             picture.frame_pred_frame_dct = mRandom.OneIn(5);
             picture.progressive_frame = picture.frame_pred_frame_dct && mRandom.OneIn(2);
         }
-        ChooseFCodes(picture);
+        ChooseFCodes(picture, count);
         LoadWeights(picture.loaded, 3);
         if (picture.loaded.intra) mWeights.intra = picture.loaded.intra;
         if (picture.loaded.nonIntra) mWeights.nonIntra = picture.loaded.nonIntra;
@@ -99,17 +102,16 @@ class StreamMaker {
             {picture, WriteRandomPicture(mStream.sequence, picture, mWeights, mRandom, mFeatures)});
     }
 
-    // One after the other, different ones for all components.
-    void ChooseFCodes(PictureSyntax& ioPicture) {
+    // One after the other, different ones for all components; inCount pictures of the type were before.
+    static void ChooseFCodes(PictureSyntax& ioPicture, unsigned inCount) {
         const unsigned type = ioPicture.picture_coding_type;
-        const unsigned count = mPredicted[type == kPictureTypeB ? 1 : 0]++;
         for (unsigned direction : {0u, 1u}) {
             const bool isUsed = direction == 0 ? type != kPictureTypeI || ioPicture.concealment_motion_vectors
                                                : type == kPictureTypeB;
             if (!isUsed) continue;
             for (unsigned component : {0u, 1u}) {
                 ioPicture.f_code[direction][component] =
-                    1 + (count + direction * 4 + component * 2) % kLargestFCode;
+                    1 + (inCount + direction * 4 + component * 2) % kLargestFCode;
             }
         }
     }
@@ -143,7 +145,7 @@ class StreamMaker {
     Features& mFeatures;
     RandomStream mStream;
     WeightsInUse mWeights;
-    unsigned mPredicted[2]{};
+    std::array<unsigned, 4> mCountOfType{};
 };
 
 }  // namespace
