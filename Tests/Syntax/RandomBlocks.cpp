@@ -1,6 +1,5 @@
 // Coefficients (ISO/IEC 13818-2, 6.2.6 and 7.2 to 7.4).
 #include <algorithm>
-#include <cstdlib>
 
 #include "Syntax/RandomMacroblock.h"
 #include "mpeg2/Scan.h"
@@ -40,40 +39,36 @@ void RandomMacroblocks::WriteDc(std::size_t inComponent) {
 void RandomMacroblocks::WriteCoefficients(bool inIsIntra) {
     const CoefficientTable table =
         inIsIntra && mPicture.intra_vlc_format ? CoefficientTable::B15 : CoefficientTable::B14;
-    unsigned position = inIsIntra ? 1 : 0;
-    int sum = mPicture.saturates ? 1 << 20
-              : mRandom.OneIn(8) ? (inIsIntra ? kLargestIntraSum : kLargestSum)
-                                 : mRandom.Between(30, 300);
     const int most = mPicture.saturates ? 1 : mRandom.OneIn(16) ? 64 : 4;
-    int count = mRandom.Between(inIsIntra ? 0 : 1, most);
-    for (; count > 0 && position < 64; --count) {
-        const CoefficientTable used = position == 0 ? CoefficientTable::First : table;
+    int sum = mRandom.Between(30, 300);
+    if (mRandom.OneIn(8)) sum = inIsIntra ? kLargestIntraSum : kLargestSum;
+    unsigned position = inIsIntra ? 1 : 0;
+    for (int left = mRandom.Between(inIsIntra ? 0 : 1, most); left > 0 && position < 64; --left) {
         const bool isFirst = position == 0;
-        const auto& codes = CoefficientCodes(used);
-        const CoefficientCode& code =
-            codes[static_cast<std::size_t>(mRandom.Between(0, static_cast<int>(codes.size()) - 1))];
-        const bool isFromTable = mRandom.OneIn(2) && code.run + position < 64;
-        const unsigned room = 63 - position;
-        const unsigned run =
-            isFromTable ? code.run
-            : count > 8 ? static_cast<unsigned>(mRandom.Between(0, static_cast<int>(room > 2 ? 2 : room)))
-                        : static_cast<unsigned>(mRandom.Between(0, static_cast<int>(room)));
-        const int largest = LargestLevel(inIsIntra, position + run, std::min(sum, kLargestCoefficient));
-        int level = isFromTable        ? code.level
-                    : mRandom.OneIn(4) ? largest
-                                       : mRandom.Between(1, 2 << mRandom.Between(0, 10));
-        level = std::min(level, largest);
-        if (level == 0) {
-            if (!isFirst) break;
-            level = 1;
-        }
-        mWriter.PutCoefficient(used, run, mRandom.OneIn(2) ? level : -level,
-                               !isFromTable && mRandom.OneIn(2));
-        position += run;
+        const CoefficientTable used = isFirst ? CoefficientTable::First : table;
+        Coefficient coefficient = RandomCoefficient(used, 63 - position, left > 8 ? 2 : 63);
+        position += coefficient.run;
+        const int largest = LargestLevel(inIsIntra, position, std::min(sum, kLargestCoefficient));
+        if (largest == 0 && !isFirst) break;
+        const int level = std::clamp(largest, 1, coefficient.level);
+        mWriter.PutCoefficient(used, coefficient.run, mRandom.OneIn(2) ? level : -level,
+                               coefficient.isEscape);
         sum -= Dequantised(inIsIntra, position, level);
         ++position;
     }
     mWriter.PutEndOfBlock(table);
+}
+
+// Half of them have a code in the table. The others have no longer runs than inLongestRun.
+auto RandomMacroblocks::RandomCoefficient(CoefficientTable inTable, unsigned inRoom, unsigned inLongestRun)
+    -> Coefficient {
+    const auto& codes = CoefficientCodes(inTable);
+    const auto index = mRandom.Between(0, static_cast<int>(codes.size()) - 1);
+    const CoefficientCode& code = codes[static_cast<std::size_t>(index)];
+    if (code.run <= inRoom && mRandom.OneIn(2)) return {code.run, code.level, false};
+    const int run = mRandom.Between(0, static_cast<int>(std::min(inRoom, inLongestRun)));
+    const int level = mRandom.OneIn(4) ? kLargestLevel : mRandom.Between(1, 2 << mRandom.Between(0, 9));
+    return {static_cast<unsigned>(run), level, mRandom.OneIn(2)};
 }
 
 // The largest level that gives a coefficient of at most inLimit, 0 if there is none.

@@ -45,6 +45,11 @@ class RandomMacroblocks {
         std::array<std::array<bool, 2>, 2> fromBottomField{};
         Vector dmvector;
     };
+    struct Coefficient {
+        unsigned run = 0;
+        int level = 0;
+        bool isEscape = false;
+    };
 
     int RandomType();
     void ChooseMotion(Prediction& ioPrediction);
@@ -60,6 +65,7 @@ class RandomMacroblocks {
     void WriteIntraBlocks();
     void WriteDc(std::size_t inComponent);
     void WriteCoefficients(bool inIsIntra);
+    Coefficient RandomCoefficient(CoefficientTable inTable, unsigned inRoom, unsigned inLongestRun);
     int LargestLevel(bool inIsIntra, unsigned inPosition, int inLimit) const;
     int Dequantised(bool inIsIntra, unsigned inPosition, int inLevel) const;
     int WeightAt(bool inIsIntra, unsigned inPosition) const;

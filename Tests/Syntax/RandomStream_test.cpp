@@ -68,6 +68,10 @@ class RandomStreams : public testing::TestWithParam<StreamPlan> {
 };
 
 void RandomStreams::CompareEach(const Samples& inFrames, const Decode& inDecode) {
+    const auto frameCount = static_cast<std::size_t>(
+        std::count_if(mStream.pictures.begin(), mStream.pictures.end(),
+                      [](const RandomStream::Picture& in) { return !in.syntax.isSecondField; }));
+    ASSERT_EQ(inFrames.size(), frameCount * mLayout.SampleCount());
     std::map<unsigned, Picture420> references;
     unsigned past = 0;
     unsigned future = 0;
