@@ -63,7 +63,7 @@ struct PictureSyntax {
 Bytes WriteRandomPicture(const Sequence& inSequence, const PictureSyntax& inPicture,
                          const WeightsInUse& inWeights, Random& ioRandom, Features& ioFeatures);
 
-/// The four matrices of a quantiser matrix extension or of a sequence header: load flags and weights.
+/// The load flag of a matrix and, if there is one, the matrix.
 void PutWeights(BitWriter& ioBits, const std::optional<Weights>& inWeights);
 
 }  // namespace Vexmora::Test

@@ -127,12 +127,14 @@ class BufferInstance {
     BufferInstance& operator=(const BufferInstance&) = delete;
 
     template <class References>
-    Vexmora_Status Decode(const RandomStream::Picture& inPicture, const References& inReferences) {
+    Vexmora_Status Decode(const RandomStream::Picture& inPicture, const References& inReferences,
+                          const Scale& inScale = kFullSize) {
         const Bytes data = Join({std::exchange(mHeaders, {}), inPicture.bytes});
         std::memcpy(mBuffer, data.data(), data.size());
         return Vexmora_GetFrameFromBuffer(mHandle, static_cast<std::uint32_t>(data.size()),
                                           inPicture.syntax.picture_coding_type, &inReferences.forward,
-                                          &inReferences.backward, &inReferences.output, 0, 0);
+                                          &inReferences.backward, &inReferences.output, inScale.mode,
+                                          inScale.subMode);
     }
 
   private:
@@ -187,6 +189,46 @@ TEST_P(FromFileAsByMpeg2dec, EachFrameIsDecoded) {
 INSTANTIATE_TEST_SUITE_P(Frames, FromFileAsByMpeg2dec,
                          testing::ValuesIn(PlansWhere([](const StreamPlan& in) { return !in.HasFields(); })),
                          PlanName);
+
+// Every visible sample is written, by what the references and the stream say: at each scale, the frames are
+// the same whatever the planes held before. The planes have no byte to spare.
+class FromBufferAtEachScale : public RandomStreams {
+  protected:
+    std::vector<Samples> AllFrames(const Scale& inScale, std::uint8_t inFill) {
+        const std::size_t pitch = FrameLayout::Padded(mLayout.LumaPitch() / inScale.widthDivisor);
+        const std::size_t chromaPitch = FrameLayout::Padded(mLayout.LumaPitch() / inScale.widthDivisor / 2);
+        const std::size_t height = mLayout.height / inScale.heightDivisor;
+        BufferInstance instance(mStream.headers);
+        std::map<unsigned, Picture420> frames;
+        unsigned past = 0;
+        unsigned future = 0;
+        for (const RandomStream::Picture& picture : mStream.pictures) {
+            const unsigned number = picture.syntax.temporal_reference;
+            if (picture.syntax.picture_coding_type != kPictureTypeB && !picture.syntax.isSecondField) {
+                past = future;
+                future = number;
+            }
+            frames.try_emplace(number, static_cast<std::uint32_t>(pitch * height),
+                               static_cast<std::uint32_t>(chromaPitch * height / 2), inFill);
+            const References planes{frames.at(past).Planes(), frames.at(future).Planes(),
+                                    frames.at(number).Planes()};
+            EXPECT_EQ(instance.Decode(picture, planes, inScale), Vexmora_Ok) << number;
+        }
+        FileInfo info{};
+        info.width = mStream.sequence.width;
+        info.height = mStream.sequence.height;
+        info.pitch = static_cast<std::uint32_t>(mLayout.LumaPitch());
+        std::vector<Samples> visible;
+        for (const auto& [number, frame] : frames) visible.push_back(Visible(frame, info, inScale));
+        return visible;
+    }
+};
+TEST_P(FromBufferAtEachScale, FramesDependOnNothingElse) {
+    for (const Scale& scale : {kFullSize, kHalfWidth, kQuarterSize}) {
+        EXPECT_EQ(AllFrames(scale, 0), AllFrames(scale, 255)) << scale.mode << scale.subMode;
+    }
+}
+INSTANTIATE_TEST_SUITE_P(AllPlans, FromBufferAtEachScale, testing::ValuesIn(kStreamPlans), PlanName);
 
 }  // namespace
 }  // namespace Vexmora::Test
