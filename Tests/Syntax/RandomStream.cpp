@@ -116,9 +116,9 @@ class StreamMaker {
         }
     }
 
-    // What the sequence header loads, a picture may load anew. Weights that it does not load stay the
-    // standard's own in all pictures: a quantiser matrix extension replaces the weights of luminance alone
-    // then.
+    // A picture loads only what the sequence header has loaded before it. In 4:2:0 the matrices of an
+    // extension are meant for chrominance, too (6.3.11), and the other decoders take them so; here
+    // chrominance follows only where the sequence header made both use the same matrix.
     void LoadWeights(WeightsInUse& outWeights, int inOneIn) {
         if (mPlan.loadsIntra && mRandom.OneIn(inOneIn)) {
             outWeights.intra = RandomWeights(255);
