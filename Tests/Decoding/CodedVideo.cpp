@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "Decoding/RandomVideo.h"
+#include "Syntax/RandomStream.h"
 
 namespace Vexmora::Test {
 namespace {
@@ -162,27 +162,18 @@ CodedVideo CutIntoPictures(const Bytes& inStream) {
     return video;
 }
 
-Bytes MakeRandomStream(unsigned inSeed, bool inAsFields) {
-    std::mt19937 random(inSeed);
-    const unsigned height = inAsFields ? 72 : kRandomSequence.height;  // 72: an odd number of rows
-    Bytes stream = RandomVideoHeaders(height);
-    const auto add = [&](unsigned inReference, unsigned inType) {
-        CodedPicture picture;
-        picture.temporal_reference = inReference;
-        picture.picture_coding_type = inType;
-        picture.height = height;
-        for (const unsigned structure : inAsFields ? std::vector{1u, 2u} : std::vector{3u}) {
-            picture.picture_structure = structure;
-            AddRandomSlices(random, picture);
-            stream.insert(stream.end(), picture.bytes.begin(), picture.bytes.end());
-        }
+Bytes MakeSmallStream(unsigned inSeed, bool inAsFields) {
+    const bool hasDualPrime = inSeed % 3 == 2;
+    const StreamPlan plan{
+        .name = "small",
+        .width = 96,
+        .height = inAsFields ? 72U : 128U,  // 72: an odd number of rows
+        .types = hasDualPrime ? "IPPPPPP" : "IPBPBPB",
+        .structure = inAsFields ? StreamPlan::Structure::TopFirst : StreamPlan::Structure::Frames,
+        .hasDualPrime = hasDualPrime,
     };
-    add(0, 1);
-    for (unsigned reference = 2; reference < 8; reference += 2) {
-        add(reference, 2);
-        add(reference - 1, 3);
-    }
-    return Join({stream, SequenceEnd()});
+    Features features;
+    return MakeRandomStream(plan, inSeed, features).All();
 }
 
 BufferInstance::BufferInstance(const HostServices& inServices, const Scale& inScale) : mScale(inScale) {

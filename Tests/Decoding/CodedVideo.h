@@ -28,8 +28,8 @@ struct CodedVideo {
 unsigned TemporalReference(const Bytes& inPicture);
 /// Cuts an undamaged elementary stream.
 CodedVideo CutIntoPictures(const Bytes& inStream);
-/// Random frames or fields, in which every kind of prediction occurs.
-Bytes MakeRandomStream(unsigned inSeed, bool inAsFields);
+/// Random frames or fields, in which every kind of prediction occurs: dual prime for every third seed.
+Bytes MakeSmallStream(unsigned inSeed, bool inAsFields);
 
 /// A buffer instance, closed at the end.
 class BufferInstance {

@@ -185,7 +185,7 @@ Bytes ReadStream(const char* inName) {
 
 TEST_F(Damage, PicturesInBuffersHarmNoOthers) {
     std::vector<Original> originals;
-    for (const Bytes& stream : {MakeRandomStream(1, false), MakeRandomStream(2, true),
+    for (const Bytes& stream : {MakeSmallStream(1, false), MakeSmallStream(2, true),
                                 ReadStream("tiny-odd-96x80.m2v"), ReadStream("tiny-64x48.m2v")}) {
         for (const Scale& scale : kScales) originals.emplace_back(mHost.Services(), stream, scale);
     }
@@ -204,7 +204,7 @@ TEST_F(Damage, PicturesInBuffersHarmNoOthers) {
 TEST_F(Damage, FilesGiveStatusesAndTheFramesThatItSpared) {
     std::vector<OriginalFile> files;
     for (const Bytes& stream :
-         {MakeRandomStream(1, false), ReadStream("tiny-odd-96x80.m2v"), ReadStream("tiny-64x48.m2v"),
+         {MakeSmallStream(1, false), ReadStream("tiny-odd-96x80.m2v"), ReadStream("tiny-64x48.m2v"),
           ReadStream("tiny-64x48.ts"), ReadStream("tiny-100x76.mpg")}) {
         for (const Scale& scale : kScales) files.push_back(MakeOriginalFile(stream, scale));
     }

@@ -4,15 +4,19 @@
 
 #include <algorithm>
 #include <cstring>
-#include <random>
 
 #include "Decoding/DecodeChain.h"
-#include "Decoding/RandomVideo.h"
+#include "Syntax/RandomPicture.h"
 
 namespace Vexmora::Test {
 namespace {
 
 constexpr FramePlanes kNoPlanes{};
+constexpr Sequence kSequence{.width = 96, .height = 128};
+
+Bytes VideoHeaders() {
+    return Join({SequenceHeader(kSequence), SequenceExtension(kSequence)});
+}
 
 class FrameAccess : public testing::Test {
   protected:
@@ -28,12 +32,13 @@ class FrameAccess : public testing::Test {
         std::filesystem::remove_all(mFolder);
     }
 
-    CodedPicture RandomFrame(unsigned inReference, unsigned inType) {
-        CodedPicture picture;
+    Bytes RandomFrame(unsigned inReference, unsigned inType) {
+        PictureSyntax picture;
         picture.temporal_reference = inReference;
         picture.picture_coding_type = inType;
-        AddRandomSlices(mRandom, picture);
-        return picture;
+        picture.f_code[0] = {3, 3};
+        Features unused;
+        return WriteRandomPicture(kSequence, picture, {}, mRandom, unused);
     }
     void Open(const Bytes& inVideo, const IndexHeader& inHeader, const std::vector<FrameRecord>& inRecords) {
         WriteAll(mFolder / "media", inVideo);
@@ -46,18 +51,18 @@ class FrameAccess : public testing::Test {
         return Vexmora_GetFrame(mHandle, inFrame, &inForward, &inBackward, &output, 0, 0);
     }
 
-    std::mt19937 mRandom{3};
+    Random mRandom{3};
     std::filesystem::path mFolder;
     ExactHost mHost;
     Vexmora_Handle mHandle = nullptr;
-    Picture420 mPicture{128 * kRandomSequence.height, 128 * kRandomSequence.height / 2};
+    Picture420 mPicture{128 * kSequence.height, 128 * kSequence.height / 2};
 };
 
 TEST_F(FrameAccess, EachWayOfNotGettingAPictureHasItsStatus) {
-    const Bytes first = RandomFrame(0, 1).bytes;
-    const Bytes second = RandomFrame(1, 2).bytes;
-    const Bytes headers = RandomVideoHeaders();
-    const Bytes video = Join({headers, first, second, RandomFrame(2, 1).bytes, SequenceEnd()});
+    const Bytes first = RandomFrame(0, 1);
+    const Bytes second = RandomFrame(1, 2);
+    const Bytes headers = VideoHeaders();
+    const Bytes video = Join({headers, first, second, RandomFrame(2, 1), SequenceEnd()});
     const auto record = [](std::size_t inOffset, std::uint32_t inSize, unsigned inReference,
                            unsigned inType) {
         return FrameRecord{inOffset, inSize, static_cast<std::uint16_t>(inReference | inType << 13), 0, 0, 0};
@@ -75,7 +80,7 @@ TEST_F(FrameAccess, EachWayOfNotGettingAPictureHasItsStatus) {
     Open(video, header, records);
     EXPECT_EQ(Get(0, kNoPlanes, kNoPlanes), Vexmora_Ok);
     const Picture420 intra = mPicture;
-    EXPECT_NE(intra, Picture420(128 * kRandomSequence.height, 128 * kRandomSequence.height / 2));
+    EXPECT_NE(intra, Picture420(128 * kSequence.height, 128 * kSequence.height / 2));
     EXPECT_EQ(Get(1, kNoPlanes, kNoPlanes), Vexmora_Ok) << "the output stands in for the reference";
     EXPECT_EQ(Get(2, kNoPlanes, kNoPlanes), Vexmora_EmptyRecord);
     EXPECT_EQ(Get(3, kNoPlanes, kNoPlanes), Vexmora_NoCodedPicture);
@@ -106,7 +111,7 @@ TEST_F(FrameAccess, AMacroblockInErrorIsRedAtEveryScale) {
     for (const Scale& scale : {kFullSize, kHalfWidth, kQuarterSize}) {
         Vexmora_CloseFile(mHandle);
         ASSERT_EQ(Vexmora_OpenBufferInstance(mHost.Services(), 65536, &mHandle, &buffer), Vexmora_Ok);
-        const Bytes data = Join({RandomVideoHeaders(), picture});
+        const Bytes data = Join({VideoHeaders(), picture});
         std::memcpy(buffer, data.data(), data.size());
         std::fill(mPicture.luma.begin(), mPicture.luma.end(), 7);
         const FramePlanes output = mPicture.Planes();
@@ -135,21 +140,20 @@ TEST_F(FrameAccess, ABufferInstanceTakesAPictureAtATime) {
         return Vexmora_GetFrameFromBuffer(mHandle, static_cast<std::uint32_t>(inData.size()), inType,
                                           &inForward, &kNoPlanes, &output, 0, 0);
     };
-    const Bytes intra = RandomFrame(0, 1).bytes;
-    const Bytes predicted = RandomFrame(1, 2).bytes;
-    EXPECT_EQ(get(Join({RandomVideoHeaders(), intra}), 1, kNoPlanes), Vexmora_Ok);
+    const Bytes intra = RandomFrame(0, 1);
+    const Bytes predicted = RandomFrame(1, 2);
+    EXPECT_EQ(get(Join({VideoHeaders(), intra}), 1, kNoPlanes), Vexmora_Ok);
     EXPECT_EQ(get(predicted, 3, output), Vexmora_NoSuchFrame) << "another type";
     EXPECT_EQ(get(predicted, 2, kNoPlanes), Vexmora_NoSuchFrame) << "no reference";
     EXPECT_EQ(get(predicted, 2, output), Vexmora_Ok);
     FileInfo info{};
     EXPECT_EQ(Vexmora_GetFileInfo(mHandle, &info), Vexmora_Ok);
-    EXPECT_EQ(info.width, kRandomSequence.width);
+    EXPECT_EQ(info.width, kSequence.width);
 
     Vexmora_CloseFile(mHandle);
     ASSERT_EQ(Vexmora_OpenBufferInstance(mHost.Services(), 65536, &mHandle, &buffer), Vexmora_Ok);
     EXPECT_EQ(get(intra, 1, kNoPlanes), Vexmora_NoSuchFrame) << "no sequence header";
-    EXPECT_EQ(get(Join({RandomVideoHeaders(), intra}), 1, kNoPlanes), Vexmora_NoSuchFrame)
-        << "looked for once";
+    EXPECT_EQ(get(Join({VideoHeaders(), intra}), 1, kNoPlanes), Vexmora_NoSuchFrame) << "looked for once";
 }
 
 }  // namespace

@@ -1,0 +1,69 @@
+// Pictures of random macroblocks in which every kind of prediction and coefficient occurs; no encoder at hand
+// makes all of them.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <random>
+
+#include "Syntax/SyntaxWriter.h"
+
+namespace Vexmora::Test {
+
+class Random {
+  public:
+    explicit Random(std::uint32_t inSeed) : mEngine(inSeed) {}
+    int Between(int inLeast, int inMost) {
+        return inLeast + static_cast<int>(mEngine() % static_cast<std::uint32_t>(inMost - inLeast + 1));
+    }
+    bool OneIn(int inCount) { return Between(1, inCount) == 1; }
+
+  private:
+    std::mt19937 mEngine;
+};
+
+/// Weights in raster order.
+using Weights = std::array<std::uint8_t, 64>;
+struct WeightsInUse {
+    std::optional<Weights> intra;  // none: the standard's own, and 16
+    std::optional<Weights> nonIntra;
+};
+
+/// One coded picture, a frame or a field: its header, its extensions, and what its macroblocks are like.
+struct PictureSyntax {
+    unsigned temporal_reference = 0;
+    unsigned picture_coding_type = kPictureTypeI;
+    unsigned picture_structure = 3;
+    bool isSecondField = false;
+    std::array<std::array<unsigned, 2>, 2> f_code{{{15, 15}, {15, 15}}};
+    unsigned intra_dc_precision = 0;
+    bool top_field_first = false;
+    bool frame_pred_frame_dct = false;
+    bool concealment_motion_vectors = false;
+    bool q_scale_type = false;
+    bool intra_vlc_format = false;
+    bool alternate_scan = false;
+    bool progressive_frame = false;
+    /// In a quantiser matrix extension.
+    WeightsInUse loaded;
+
+    /// Coefficients and what becomes of them may leave their range.
+    bool saturates = false;
+    bool mayBeDualPrime = false;
+    /// There is a reference before the frame, not only the first field.
+    bool hasPastFrame = true;
+    bool hasSeveralSlicesInRow = false;
+    int skipsOneIn = 4;
+    bool skipsFar = false;
+};
+
+/// The picture from its start code on, for a sequence of that size, of whole macroblocks, two rows at a time.
+/// All vectors stay inside the references. inWeights are those in use for the picture.
+Bytes WriteRandomPicture(const Sequence& inSequence, const PictureSyntax& inPicture,
+                         const WeightsInUse& inWeights, Random& ioRandom, Features& ioFeatures);
+
+/// The load flag of a matrix and, if there is one, the matrix.
+void PutWeights(BitWriter& ioBits, const std::optional<Weights>& inWeights);
+
+}  // namespace Vexmora::Test

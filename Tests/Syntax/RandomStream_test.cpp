@@ -1,0 +1,234 @@
+// Random frame and field pictures, each decoded from the references of independent decoders and held against
+// theirs.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <map>
+
+#include "Syntax/RandomStream.h"
+#include "Syntax/Rival.h"
+
+namespace Vexmora::Test {
+namespace {
+
+namespace fs = std::filesystem;
+
+// The part of the samples that rounding in the inverse transforms may make different. Without mismatch
+// control it is several times as much.
+constexpr double kMostDifferent = 0.015;
+
+// The lines that a picture writes: of a frame, of its top or of its bottom field.
+bool HasLine(unsigned inPictureStructure, std::size_t inLine) {
+    return inPictureStructure == 3 || inLine % 2 == inPictureStructure - 1;
+}
+
+class RandomStreams : public testing::TestWithParam<StreamPlan> {
+  protected:
+    void SetUp() override {
+        Features features;
+        mStream = MakeRandomStream(GetParam(), SyntaxSeed(), features);
+        mLayout = {mStream.sequence.width, mStream.sequence.height};
+        std::string folder = (fs::temp_directory_path() / "vexmora_syntax_XXXXXX").string();
+        mFolder = mkdtemp(folder.data());
+        mMedia = mFolder / "random.m2v";
+        WriteAll(mMedia, mStream.All());
+    }
+    void TearDown() override { fs::remove_all(mFolder); }
+
+    struct References {
+        FramePlanes forward{};
+        FramePlanes backward{};
+        FramePlanes output{};
+    };
+    using Decode = std::function<Vexmora_Status(const RandomStream::Picture&, const References&)>;
+
+    // Decodes every picture from what inFrames has for its references, and compares it with what they have.
+    void CompareEach(const Samples& inFrames, const Decode& inDecode);
+    Picture420 FrameOf(const Samples& inFrames, unsigned inNumber) const {
+        Picture420 picture = mLayout.NewPicture();
+        mLayout.VisitRows(picture, inNumber * mLayout.SampleCount(),
+                          [&](std::size_t, std::uint8_t* outRow, std::size_t inSample, std::size_t inCount) {
+                              std::copy_n(inFrames.begin() + static_cast<std::ptrdiff_t>(inSample), inCount,
+                                          outRow);
+                          });
+        return picture;
+    }
+    // Only the first field of a frame is there when the second one is decoded.
+    void ForgetLines(Picture420& ioPicture, unsigned inPictureStructure) const {
+        mLayout.VisitRows(ioPicture, 0,
+                          [&](std::size_t inLine, std::uint8_t* outRow, std::size_t, std::size_t inCount) {
+                              if (HasLine(inPictureStructure, inLine)) std::fill_n(outRow, inCount, 0x55);
+                          });
+    }
+
+    RandomStream mStream;
+    FrameLayout mLayout;
+    fs::path mFolder;
+    fs::path mMedia;
+};
+
+void RandomStreams::CompareEach(const Samples& inFrames, const Decode& inDecode) {
+    const auto frameCount = static_cast<std::size_t>(
+        std::count_if(mStream.pictures.begin(), mStream.pictures.end(),
+                      [](const RandomStream::Picture& in) { return !in.syntax.isSecondField; }));
+    ASSERT_EQ(inFrames.size(), frameCount * mLayout.SampleCount());
+    std::map<unsigned, Picture420> references;
+    unsigned past = 0;
+    unsigned future = 0;
+    for (std::size_t i = 0; i < mStream.pictures.size(); ++i) {
+        const PictureSyntax& syntax = mStream.pictures[i].syntax;
+        const unsigned number = syntax.temporal_reference;
+        if (syntax.picture_coding_type != kPictureTypeB && !syntax.isSecondField) {
+            past = future;
+            future = number;
+            references.emplace(number, FrameOf(inFrames, number));
+        }
+        Picture420 output = FrameOf(inFrames, number);
+        ForgetLines(output, syntax.isSecondField ? syntax.picture_structure : 3);
+        References planes;
+        if (i > 1 || (i == 1 && !syntax.isSecondField)) planes.forward = references.at(past).Planes();
+        planes.backward = references.at(future).Planes();
+        planes.output = output.Planes();
+        ASSERT_EQ(inDecode(mStream.pictures[i], planes), Vexmora_Ok) << "picture " << i;
+
+        int largest = 0;
+        std::size_t different = 0;
+        std::size_t count = 0;
+        mLayout.VisitRows(
+            output, number * mLayout.SampleCount(),
+            [&](std::size_t inLine, std::uint8_t* inRow, std::size_t inSample, std::size_t inCount) {
+                if (!HasLine(syntax.picture_structure, inLine)) return;
+                for (std::size_t x = 0; x < inCount; ++x) {
+                    const int d = std::abs(inRow[x] - inFrames[inSample + x]);
+                    largest = std::max(largest, d);
+                    different += d != 0;
+                }
+                count += inCount;
+            });
+        const std::string what =
+            "picture " + std::to_string(i) + ", type " + std::to_string(syntax.picture_coding_type) +
+            ", structure " + std::to_string(syntax.picture_structure) + ", frame " + std::to_string(number);
+        EXPECT_LE(largest, 1) << what;
+        EXPECT_LE(static_cast<double>(different), kMostDifferent * static_cast<double>(count)) << what;
+    }
+}
+
+class BufferInstance {
+  public:
+    explicit BufferInstance(const Bytes& inHeaders) : mHeaders(inHeaders) {
+        Vexmora_Startup();
+        EXPECT_EQ(Vexmora_OpenBufferInstance(mHost.Services(), 1 << 20, &mHandle, &mBuffer), Vexmora_Ok);
+    }
+    ~BufferInstance() {
+        Vexmora_CloseFile(mHandle);
+        Vexmora_Shutdown();
+    }
+    BufferInstance(const BufferInstance&) = delete;
+    BufferInstance& operator=(const BufferInstance&) = delete;
+
+    template <class References>
+    Vexmora_Status Decode(const RandomStream::Picture& inPicture, const References& inReferences,
+                          const Scale& inScale = kFullSize) {
+        const Bytes data = Join({std::exchange(mHeaders, {}), inPicture.bytes});
+        std::memcpy(mBuffer, data.data(), data.size());
+        return Vexmora_GetFrameFromBuffer(mHandle, static_cast<std::uint32_t>(data.size()),
+                                          inPicture.syntax.picture_coding_type, &inReferences.forward,
+                                          &inReferences.backward, &inReferences.output, inScale.mode,
+                                          inScale.subMode);
+    }
+
+  private:
+    const ExactHost mHost;
+    Bytes mHeaders;
+    Vexmora_Handle mHandle = nullptr;
+    std::uint8_t* mBuffer = nullptr;
+};
+
+template <class Predicate>
+std::vector<StreamPlan> PlansWhere(const Predicate& inPredicate) {
+    std::vector<StreamPlan> plans;
+    std::copy_if(kStreamPlans.begin(), kStreamPlans.end(), std::back_inserter(plans), inPredicate);
+    return plans;
+}
+std::string PlanName(const testing::TestParamInfo<StreamPlan>& inInfo) {
+    return inInfo.param.name;
+}
+
+class FromBufferAsByMpeg2dec : public RandomStreams {};
+TEST_P(FromBufferAsByMpeg2dec, EachPictureIsDecoded) {
+    BufferInstance instance(mStream.headers);
+    CompareEach(RunMpeg2dec(mMedia, mLayout), [&](const auto& inPicture, const References& inReferences) {
+        return instance.Decode(inPicture, inReferences);
+    });
+}
+INSTANTIATE_TEST_SUITE_P(AllPlans, FromBufferAsByMpeg2dec, testing::ValuesIn(kStreamPlans), PlanName);
+
+// Which does not saturate coefficients (7.4.3).
+class FromBufferAsByFfmpeg : public RandomStreams {};
+TEST_P(FromBufferAsByFfmpeg, EachPictureIsDecoded) {
+    BufferInstance instance(mStream.headers);
+    CompareEach(RunFfmpeg(mMedia, "faani"), [&](const auto& inPicture, const References& inReferences) {
+        return instance.Decode(inPicture, inReferences);
+    });
+}
+INSTANTIATE_TEST_SUITE_P(Unsaturated, FromBufferAsByFfmpeg,
+                         testing::ValuesIn(PlansWhere([](const StreamPlan& in) { return !in.saturates; })),
+                         PlanName);
+
+// On all processors, where slices fill their rows. Streams of field pictures have no index.
+class FromFileAsByMpeg2dec : public RandomStreams {};
+TEST_P(FromFileAsByMpeg2dec, EachFrameIsDecoded) {
+    DecodeChain chain(mMedia);
+    ASSERT_NE(chain.Handle(), nullptr);
+    CompareEach(RunMpeg2dec(mMedia, mLayout), [&](const auto& inPicture, const References& inReferences) {
+        return Vexmora_GetFrame(chain.Handle(),
+                                static_cast<std::int32_t>(inPicture.syntax.temporal_reference),
+                                &inReferences.forward, &inReferences.backward, &inReferences.output, 0, 0);
+    });
+}
+INSTANTIATE_TEST_SUITE_P(Frames, FromFileAsByMpeg2dec,
+                         testing::ValuesIn(PlansWhere([](const StreamPlan& in) { return !in.HasFields(); })),
+                         PlanName);
+
+// Every visible sample is written, by what the references and the stream say: at each scale, the frames are
+// the same whatever the planes held before. The planes have no byte to spare.
+class FromBufferAtEachScale : public RandomStreams {
+  protected:
+    std::vector<Samples> AllFrames(const Scale& inScale, std::uint8_t inFill) {
+        const std::size_t pitch = FrameLayout::Padded(mLayout.LumaPitch() / inScale.widthDivisor);
+        const std::size_t chromaPitch = FrameLayout::Padded(mLayout.LumaPitch() / inScale.widthDivisor / 2);
+        const std::size_t height = mLayout.height / inScale.heightDivisor;
+        BufferInstance instance(mStream.headers);
+        std::map<unsigned, Picture420> frames;
+        unsigned past = 0;
+        unsigned future = 0;
+        for (const RandomStream::Picture& picture : mStream.pictures) {
+            const unsigned number = picture.syntax.temporal_reference;
+            if (picture.syntax.picture_coding_type != kPictureTypeB && !picture.syntax.isSecondField) {
+                past = future;
+                future = number;
+            }
+            frames.try_emplace(number, static_cast<std::uint32_t>(pitch * height),
+                               static_cast<std::uint32_t>(chromaPitch * height / 2), inFill);
+            const References planes{frames.at(past).Planes(), frames.at(future).Planes(),
+                                    frames.at(number).Planes()};
+            EXPECT_EQ(instance.Decode(picture, planes, inScale), Vexmora_Ok) << number;
+        }
+        FileInfo info{};
+        info.width = mStream.sequence.width;
+        info.height = mStream.sequence.height;
+        info.pitch = static_cast<std::uint32_t>(mLayout.LumaPitch());
+        std::vector<Samples> visible;
+        for (const auto& [number, frame] : frames) visible.push_back(Visible(frame, info, inScale));
+        return visible;
+    }
+};
+TEST_P(FromBufferAtEachScale, FramesDependOnNothingElse) {
+    for (const Scale& scale : {kFullSize, kHalfWidth, kQuarterSize}) {
+        EXPECT_EQ(AllFrames(scale, 0), AllFrames(scale, 255)) << scale.mode << scale.subMode;
+    }
+}
+INSTANTIATE_TEST_SUITE_P(AllPlans, FromBufferAtEachScale, testing::ValuesIn(kStreamPlans), PlanName);
+
+}  // namespace
+}  // namespace Vexmora::Test
