@@ -16,6 +16,9 @@ namespace Vexmora {
 /// An 8 x 8 inverse transform, or a reduced one, into pixels that are clipped to 0..255; step in bytes.
 using TransformToPixels = PrimitiveStatus (*)(const CoefficientBlock& inBlock, std::uint8_t* outPixels,
                                               std::ptrdiff_t inStep);
+/// The same on top of pixels; the sums are clipped.
+using TransformAddToPixels = PrimitiveStatus (*)(const CoefficientBlock& inBlock, std::uint8_t* ioPixels,
+                                                 std::ptrdiff_t inStep);
 /// The same into a residual, unclipped.
 using TransformToResidual = PrimitiveStatus (*)(const CoefficientBlock& inBlock, std::int16_t* outResidual,
                                                 std::ptrdiff_t inStepBytes);
@@ -52,14 +55,17 @@ struct PrimitiveTable {
     PrimitiveStatus (*decodeNonIntraBlock)(BitPosition& ioPosition, const NonIntraBlockCoding& inCoding,
                                            CoefficientBlock& outBlock);
 
-    /// The inverse 8 x 8 transform (7.5), with the accuracy of Annex A. Coefficients are -2048 to 2047.
+    /// The inverse 8 x 8 transform (7.5), with the accuracy of Annex A and better. Coefficients are -2048 to 2047.
     TransformToPixels inverseDctToPixels;
+    TransformAddToPixels inverseDctAddToPixels;
     TransformToResidual inverseDctToResidual;
     /// Its values at columns 0, 2, 4, 6, from coefficient columns 0 to 3: 4 wide, 8 rows.
     TransformToPixels reducedIdctToPixels;
+    TransformAddToPixels reducedIdctAddToPixels;
     TransformToResidual reducedIdctToResidual;
     /// The rows 0, 2, 4, 6 of that: 4 x 4.
     TransformToPixels quarterIdctToPixels;
+    TransformAddToPixels quarterIdctAddToPixels;
     TransformToResidual quarterIdctToResidual;
 
     /// Copies an area of bytes to one that does not overlap it.

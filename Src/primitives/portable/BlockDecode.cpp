@@ -107,21 +107,18 @@ class BlockBuilder {
 
     void Set(unsigned inPosition, std::int32_t inValue) {
         mBlock.values[inPosition] = static_cast<std::int16_t>(inValue);
-        mNonZero |= std::uint64_t{1} << inPosition;
+        mReach |= inPosition;
         mParity ^= inValue;
     }
     /// Mismatch control: makes the sum of all coefficients odd.
     void Finish() {
-        if ((mParity & 1) == 0) {
-            mBlock.values[63] = static_cast<std::int16_t>(mBlock.values[63] ^ 1);
-            mNonZero |= std::uint64_t{1} << 63;
-        }
-        mBlock.nonZero = mNonZero;
+        if ((mParity & 1) == 0) mBlock.values[63] = static_cast<std::int16_t>(mBlock.values[63] ^ 1);
+        mBlock.reach = mReach;
     }
 
   private:
     CoefficientBlock& mBlock;
-    std::uint64_t mNonZero = 0;
+    std::uint32_t mReach = 0;
     std::int32_t mParity = 0;
 };
 

@@ -29,14 +29,20 @@ PrimitiveStatus DecodeNonIntraBlock_Portable(BitPosition& ioPosition, const NonI
 
 PrimitiveStatus InverseDctToPixels_Portable(const CoefficientBlock& inBlock, std::uint8_t* outPixels,
                                             std::ptrdiff_t inStep);
+PrimitiveStatus InverseDctAddToPixels_Portable(const CoefficientBlock& inBlock, std::uint8_t* ioPixels,
+                                               std::ptrdiff_t inStep);
 PrimitiveStatus InverseDctToResidual_Portable(const CoefficientBlock& inBlock, std::int16_t* outResidual,
                                               std::ptrdiff_t inStepBytes);
 PrimitiveStatus ReducedIdctToPixels_Portable(const CoefficientBlock& inBlock, std::uint8_t* outPixels,
                                              std::ptrdiff_t inStep);
+PrimitiveStatus ReducedIdctAddToPixels_Portable(const CoefficientBlock& inBlock, std::uint8_t* ioPixels,
+                                               std::ptrdiff_t inStep);
 PrimitiveStatus ReducedIdctToResidual_Portable(const CoefficientBlock& inBlock, std::int16_t* outResidual,
                                                std::ptrdiff_t inStepBytes);
 PrimitiveStatus QuarterIdctToPixels_Portable(const CoefficientBlock& inBlock, std::uint8_t* outPixels,
                                              std::ptrdiff_t inStep);
+PrimitiveStatus QuarterIdctAddToPixels_Portable(const CoefficientBlock& inBlock, std::uint8_t* ioPixels,
+                                               std::ptrdiff_t inStep);
 PrimitiveStatus QuarterIdctToResidual_Portable(const CoefficientBlock& inBlock, std::int16_t* outResidual,
                                                std::ptrdiff_t inStepBytes);
 
