@@ -11,8 +11,8 @@ namespace Vexmora {
 struct CoefficientBlock {
     /// Column by column, so that vertical frequencies lie side by side; each -2048 to 2047.
     alignas(32) std::int16_t values[64];
-    /// The bitwise or of the positions of all values that are not 0, but for what mismatch control does to the
-    /// last one: 0 says that the DC coefficient stands alone.
+    /// The bitwise or of the positions of all values that are not 0, but for what mismatch control does to
+    /// the last one: 0 says that the DC coefficient stands alone.
     std::uint32_t reach;
 };
 

@@ -55,7 +55,8 @@ struct PrimitiveTable {
     PrimitiveStatus (*decodeNonIntraBlock)(BitPosition& ioPosition, const NonIntraBlockCoding& inCoding,
                                            CoefficientBlock& outBlock);
 
-    /// The inverse 8 x 8 transform (7.5), with the accuracy of Annex A and better. Coefficients are -2048 to 2047.
+    /// The inverse 8 x 8 transform (7.5), with the accuracy of Annex A and better. Coefficients are -2048 to
+    /// 2047.
     TransformToPixels inverseDctToPixels;
     TransformAddToPixels inverseDctAddToPixels;
     TransformToResidual inverseDctToResidual;

@@ -11,10 +11,10 @@ namespace Vexmora {
 struct CoefficientBlock;
 
 PrimitiveStatus InverseDctToPixels_Avx(const CoefficientBlock& inBlock, std::uint8_t* outPixels,
-                                      std::ptrdiff_t inStep);
+                                       std::ptrdiff_t inStep);
 PrimitiveStatus InverseDctAddToPixels_Avx(const CoefficientBlock& inBlock, std::uint8_t* ioPixels,
-                                         std::ptrdiff_t inStep);
+                                          std::ptrdiff_t inStep);
 PrimitiveStatus InverseDctToResidual_Avx(const CoefficientBlock& inBlock, std::int16_t* outResidual,
-                                        std::ptrdiff_t inStepBytes);
+                                         std::ptrdiff_t inStepBytes);
 
 }  // namespace Vexmora

@@ -14,10 +14,10 @@ std::size_t FindStartCodePrefix_Avx2(const std::uint8_t* inBytes, std::size_t in
 void SwapWords_Avx2(std::uint8_t* ioBytes, std::size_t inWords);
 
 PrimitiveStatus InverseDctToPixels_Avx2(const CoefficientBlock& inBlock, std::uint8_t* outPixels,
-                                      std::ptrdiff_t inStep);
+                                        std::ptrdiff_t inStep);
 PrimitiveStatus InverseDctAddToPixels_Avx2(const CoefficientBlock& inBlock, std::uint8_t* ioPixels,
-                                         std::ptrdiff_t inStep);
+                                           std::ptrdiff_t inStep);
 PrimitiveStatus InverseDctToResidual_Avx2(const CoefficientBlock& inBlock, std::int16_t* outResidual,
-                                        std::ptrdiff_t inStepBytes);
+                                          std::ptrdiff_t inStepBytes);
 
 }  // namespace Vexmora

@@ -1,4 +1,5 @@
-// The inverse 8 x 8 transform with eight values a register. Included by files that are compiled for AVX or more.
+// The inverse 8 x 8 transform with eight values a register. Included by files that are compiled for AVX or
+// more.
 #pragma once
 
 #include <immintrin.h>
@@ -45,8 +46,8 @@ inline void Transpose(__m256 (&ioValues)[8]) {
 inline void InverseDct(const CoefficientBlock& inBlock, __m256i (&outRows)[8]) {
     __m256 values[8];
     for (int u = 0; u < 8; ++u) {
-        values[u] = _mm256_mul_ps(LoadColumn(inBlock.values + u * 8),
-                                  _mm256_load_ps(kCoefficientWeights.values[u]));
+        values[u] =
+            _mm256_mul_ps(LoadColumn(inBlock.values + u * 8), _mm256_load_ps(kCoefficientWeights.values[u]));
     }
     values[0] = _mm256_add_ps(values[0], _mm256_setr_ps(kTieBias, 0, 0, 0, 0, 0, 0, 0));
     InverseDctPass(values);

@@ -4,8 +4,8 @@
 #include <cfloat>
 #include <cstdint>
 
-// Everything is local to the file that includes this: each is compiled for its own processors, and no copy made
-// for one of them may serve the others.
+// Everything is local to the file that includes this: each is compiled for its own processors, and no copy
+// made for one of them may serve the others.
 namespace Vexmora {
 namespace {
 
@@ -37,15 +37,15 @@ constexpr CoefficientWeights MakeCoefficientWeights() {
 constexpr CoefficientWeights kCoefficientWeights = MakeCoefficientWeights();
 
 /// Added to the weighted DC coefficient and thus to every sample. Rounding to the nearest integer, ties to
-/// even, then rounds ties up, as a block of the DC coefficient alone has them. It exceeds the errors there and
-/// is too small to matter elsewhere.
+/// even, then rounds ties up, as a block of the DC coefficient alone has them. It exceeds the errors there
+/// and is too small to matter elsewhere.
 constexpr float kTieBias = 1.0F / 4096;
 
 /// Transforms ioValues[0] to ioValues[7], each of which holds inputs of several transforms.
 template <typename Values>
 inline void InverseDctPass(Values (&ioValues)[8]) {
-    constexpr float kSqrt2 = 1.4142135623730951F;              // 2 cos(4 pi / 16)
-    constexpr float kTwiceCos2 = 1.8477590650225735F;          // 2 cos(2 pi / 16)
+    constexpr float kSqrt2 = 1.4142135623730951F;               // 2 cos(4 pi / 16)
+    constexpr float kTwiceCos2 = 1.8477590650225735F;           // 2 cos(2 pi / 16)
     constexpr float kTwiceCos2MinusCos6 = 1.0823922002923940F;  // 2 (cos(2 pi / 16) - cos(6 pi / 16))
     constexpr float kTwiceCos2PlusCos6 = 2.6131259297527530F;   // 2 (cos(2 pi / 16) + cos(6 pi / 16))
 

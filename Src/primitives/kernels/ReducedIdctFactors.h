@@ -47,9 +47,9 @@ constexpr std::int32_t kTan2 = 27146;
 constexpr std::int32_t kTan3Less1 = 43790 - 65536;
 constexpr std::int32_t kCos4Less1 = 46341 - 65536;
 
-/// Whether the samples of the reduced transforms are all equal to (the DC coefficient + 4) >> 3. inColumns are
-/// the four columns of coefficients that count. The rounding constants of rows 1 and 2 would lower rows 3 and 4
-/// of a flat block by 1 where the DC lies half way between two levels; flat blocks stay flat.
+/// Whether the samples of the reduced transforms are all equal to (the DC coefficient + 4) >> 3. inColumns
+/// are the four columns of coefficients that count. The rounding constants of rows 1 and 2 would lower rows 3
+/// and 4 of a flat block by 1 where the DC lies half way between two levels; flat blocks stay flat.
 inline bool IsReducedFlat(const std::int16_t* inColumns) {
     std::uint32_t seen = 0;
     for (int i = 1; i < kColumns * kRows; ++i) seen |= static_cast<std::uint16_t>(inColumns[i]);

@@ -36,13 +36,13 @@ PrimitiveStatus InverseDctToResidual_Portable(const CoefficientBlock& inBlock, s
 PrimitiveStatus ReducedIdctToPixels_Portable(const CoefficientBlock& inBlock, std::uint8_t* outPixels,
                                              std::ptrdiff_t inStep);
 PrimitiveStatus ReducedIdctAddToPixels_Portable(const CoefficientBlock& inBlock, std::uint8_t* ioPixels,
-                                               std::ptrdiff_t inStep);
+                                                std::ptrdiff_t inStep);
 PrimitiveStatus ReducedIdctToResidual_Portable(const CoefficientBlock& inBlock, std::int16_t* outResidual,
                                                std::ptrdiff_t inStepBytes);
 PrimitiveStatus QuarterIdctToPixels_Portable(const CoefficientBlock& inBlock, std::uint8_t* outPixels,
                                              std::ptrdiff_t inStep);
 PrimitiveStatus QuarterIdctAddToPixels_Portable(const CoefficientBlock& inBlock, std::uint8_t* ioPixels,
-                                               std::ptrdiff_t inStep);
+                                                std::ptrdiff_t inStep);
 PrimitiveStatus QuarterIdctToResidual_Portable(const CoefficientBlock& inBlock, std::int16_t* outResidual,
                                                std::ptrdiff_t inStepBytes);
 

@@ -125,7 +125,7 @@ PrimitiveStatus ReducedIdctToPixels_Portable(const CoefficientBlock& inBlock, st
 }
 
 PrimitiveStatus ReducedIdctAddToPixels_Portable(const CoefficientBlock& inBlock, std::uint8_t* ioPixels,
-                                               std::ptrdiff_t inStep) {
+                                                std::ptrdiff_t inStep) {
     return ToPixels<Target::Add>(inBlock, ioPixels, inStep, 1);
 }
 
@@ -140,7 +140,7 @@ PrimitiveStatus QuarterIdctToPixels_Portable(const CoefficientBlock& inBlock, st
 }
 
 PrimitiveStatus QuarterIdctAddToPixels_Portable(const CoefficientBlock& inBlock, std::uint8_t* ioPixels,
-                                               std::ptrdiff_t inStep) {
+                                                std::ptrdiff_t inStep) {
     return ToPixels<Target::Add>(inBlock, ioPixels, inStep, 2);
 }
 

@@ -1,8 +1,8 @@
 // The inverse 8 x 8 transform with four float values a register.
-#include "primitives/sse2/Sse2.h"
 #include "primitives/BlockDecode.h"
 #include "primitives/kernels/InverseDctOutput.h"
 #include "primitives/kernels/InverseDctPass.h"
+#include "primitives/sse2/Sse2.h"
 
 namespace Vexmora {
 namespace {
@@ -51,7 +51,7 @@ void InverseDct(const CoefficientBlock& inBlock, SampleRows& outRows) {
 }  // namespace
 
 PrimitiveStatus InverseDctToPixels_Sse2(const CoefficientBlock& inBlock, std::uint8_t* outPixels,
-                                       std::ptrdiff_t inStep) {
+                                        std::ptrdiff_t inStep) {
     if (outPixels == nullptr) return PrimitiveStatus::NullPointer;
     SampleRows rows;
     InverseDct(inBlock, rows);
@@ -60,7 +60,7 @@ PrimitiveStatus InverseDctToPixels_Sse2(const CoefficientBlock& inBlock, std::ui
 }
 
 PrimitiveStatus InverseDctAddToPixels_Sse2(const CoefficientBlock& inBlock, std::uint8_t* ioPixels,
-                                          std::ptrdiff_t inStep) {
+                                           std::ptrdiff_t inStep) {
     if (ioPixels == nullptr) return PrimitiveStatus::NullPointer;
     SampleRows rows;
     InverseDct(inBlock, rows);
@@ -70,7 +70,7 @@ PrimitiveStatus InverseDctAddToPixels_Sse2(const CoefficientBlock& inBlock, std:
 }
 
 PrimitiveStatus InverseDctToResidual_Sse2(const CoefficientBlock& inBlock, std::int16_t* outResidual,
-                                         std::ptrdiff_t inStepBytes) {
+                                          std::ptrdiff_t inStepBytes) {
     if (outResidual == nullptr) return PrimitiveStatus::NullPointer;
     SampleRows rows;
     InverseDct(inBlock, rows);

@@ -13,10 +13,10 @@ struct CoefficientBlock;
 std::size_t FindStartCodePrefix_Sse2(const std::uint8_t* inBytes, std::size_t inPositions);
 
 PrimitiveStatus InverseDctToPixels_Sse2(const CoefficientBlock& inBlock, std::uint8_t* outPixels,
-                                      std::ptrdiff_t inStep);
+                                        std::ptrdiff_t inStep);
 PrimitiveStatus InverseDctAddToPixels_Sse2(const CoefficientBlock& inBlock, std::uint8_t* ioPixels,
-                                         std::ptrdiff_t inStep);
+                                           std::ptrdiff_t inStep);
 PrimitiveStatus InverseDctToResidual_Sse2(const CoefficientBlock& inBlock, std::int16_t* outResidual,
-                                        std::ptrdiff_t inStepBytes);
+                                          std::ptrdiff_t inStepBytes);
 
 }  // namespace Vexmora
