@@ -10,6 +10,8 @@
 namespace Vexmora {
 namespace {
 
+#define VEXMORA_SIZE(inFunction, inWidth, inHeight) inFunction<inWidth, inHeight>,
+
 constexpr PrimitiveTable kPortable{
     .findStartCodePrefix = FindStartCodePrefix_Portable,
     .swapWords = SwapWords_Portable,
@@ -28,14 +30,8 @@ constexpr PrimitiveTable kPortable{
     .copyBlock = CopyBlock_Portable,
     .copyBytes = CopyBytes_Portable,
     .fillBlock = FillBlock_Portable,
-    .predictBlock = {PredictBlock_Portable<16, 16>, PredictBlock_Portable<16, 8>,
-                     PredictBlock_Portable<8, 16>, PredictBlock_Portable<8, 8>, PredictBlock_Portable<8, 4>,
-                     PredictBlock_Portable<4, 8>, PredictBlock_Portable<4, 4>, PredictBlock_Portable<4, 2>},
-    .predictBlockBidirectional =
-        {PredictBlockBidirectional_Portable<16, 16>, PredictBlockBidirectional_Portable<16, 8>,
-         PredictBlockBidirectional_Portable<8, 16>, PredictBlockBidirectional_Portable<8, 8>,
-         PredictBlockBidirectional_Portable<8, 4>, PredictBlockBidirectional_Portable<4, 8>,
-         PredictBlockBidirectional_Portable<4, 4>, PredictBlockBidirectional_Portable<4, 2>},
+    .predictBlock = {VEXMORA_FOR_BLOCK_SIZES(VEXMORA_SIZE, PredictBlock_Portable)},
+    .predictBlockBidirectional = {VEXMORA_FOR_BLOCK_SIZES(VEXMORA_SIZE, PredictBlockBidirectional_Portable)},
 };
 
 #if defined(__x86_64__)
@@ -46,6 +42,8 @@ constexpr PrimitiveTable MakeSse2() {
     table.inverseDctToPixels = InverseDctToPixels_Sse2;
     table.inverseDctAddToPixels = InverseDctAddToPixels_Sse2;
     table.inverseDctToResidual = InverseDctToResidual_Sse2;
+    table.predictBlock = {VEXMORA_FOR_BLOCK_SIZES(VEXMORA_SIZE, PredictBlock_Sse2)};
+    table.predictBlockBidirectional = {VEXMORA_FOR_BLOCK_SIZES(VEXMORA_SIZE, PredictBlockBidirectional_Sse2)};
     return table;
 }
 
@@ -54,6 +52,8 @@ constexpr PrimitiveTable MakeAvx() {
     table.inverseDctToPixels = InverseDctToPixels_Avx;
     table.inverseDctAddToPixels = InverseDctAddToPixels_Avx;
     table.inverseDctToResidual = InverseDctToResidual_Avx;
+    table.predictBlock = {VEXMORA_FOR_BLOCK_SIZES(VEXMORA_SIZE, PredictBlock_Avx)};
+    table.predictBlockBidirectional = {VEXMORA_FOR_BLOCK_SIZES(VEXMORA_SIZE, PredictBlockBidirectional_Avx)};
     return table;
 }
 

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "primitives/Prediction.h"
 #include "primitives/PrimitiveStatus.h"
 
 namespace Vexmora {
@@ -16,5 +17,12 @@ PrimitiveStatus InverseDctAddToPixels_Avx(const CoefficientBlock& inBlock, std::
                                           std::ptrdiff_t inStep);
 PrimitiveStatus InverseDctToResidual_Avx(const CoefficientBlock& inBlock, std::int16_t* outResidual,
                                          std::ptrdiff_t inStepBytes);
+
+template <std::size_t kWidth, std::size_t kHeight>
+PrimitiveStatus PredictBlock_Avx(const ReferenceBlock& inReference, const ResidualBlock& inResidual,
+                                 const PixelBlock& outPixels);
+template <std::size_t kWidth, std::size_t kHeight>
+PrimitiveStatus PredictBlockBidirectional_Avx(const ReferenceBlock& inFirst, const ReferenceBlock& inSecond,
+                                              const ResidualBlock& inResidual, const PixelBlock& outPixels);
 
 }  // namespace Vexmora
