@@ -177,12 +177,10 @@ DecodeStatus MacroblockBlocks<kScale>::DecodeIntraBlock(const IntraBlockCoding& 
                                                         std::int16_t& ioDcPredictor, std::uint8_t* outSamples,
                                                         std::ptrdiff_t inStep) {
     const PrimitiveTable& primitives = mPicture.primitives;
-    BitPosition position = mReader.Position();
-    if (primitives.decodeIntraBlock(position, inCoding, ioDcPredictor, mCoefficients) !=
+    if (primitives.decodeIntraBlock(mReader.Bits(), inCoding, ioDcPredictor, mCoefficients) !=
         PrimitiveStatus::Ok) {
         return DecodeStatus::Failed;
     }
-    mReader.Resume(position);
     const PrimitiveStatus status = (primitives.*Traits::kToPixels)(mCoefficients, outSamples, inStep);
     return status == PrimitiveStatus::Ok ? DecodeStatus::Ok : DecodeStatus::Failed;
 }
@@ -191,11 +189,9 @@ template <DecodeScale kScale>
 DecodeStatus MacroblockBlocks<kScale>::AddNonIntraBlock(const NonIntraBlockCoding& inCoding,
                                                         std::uint8_t* ioSamples, std::ptrdiff_t inStep) {
     const PrimitiveTable& primitives = mPicture.primitives;
-    BitPosition position = mReader.Position();
-    if (primitives.decodeNonIntraBlock(position, inCoding, mCoefficients) != PrimitiveStatus::Ok) {
+    if (primitives.decodeNonIntraBlock(mReader.Bits(), inCoding, mCoefficients) != PrimitiveStatus::Ok) {
         return DecodeStatus::Failed;
     }
-    mReader.Resume(position);
     const PrimitiveStatus status = (primitives.*Traits::kAddToPixels)(mCoefficients, ioSamples, inStep);
     return status == PrimitiveStatus::Ok ? DecodeStatus::Ok : DecodeStatus::Failed;
 }

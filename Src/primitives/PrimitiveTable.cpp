@@ -15,7 +15,6 @@ namespace {
 constexpr PrimitiveTable kPortable{
     .findStartCodePrefix = FindStartCodePrefix_Portable,
     .swapWords = SwapWords_Portable,
-    .decodeVlcSymbol = DecodeVlcSymbol_Portable,
     .decodeIntraBlock = DecodeIntraBlock_Portable,
     .decodeNonIntraBlock = DecodeNonIntraBlock_Portable,
     .inverseDctToPixels = InverseDctToPixels_Portable,

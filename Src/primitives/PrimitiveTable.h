@@ -5,11 +5,10 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "primitives/BitPosition.h"
+#include "primitives/BitWindow.h"
 #include "primitives/BlockDecode.h"
 #include "primitives/Prediction.h"
 #include "primitives/PrimitiveStatus.h"
-#include "primitives/VlcTable.h"
 
 namespace Vexmora {
 
@@ -41,18 +40,13 @@ struct PrimitiveTable {
     /// Reverses the four bytes of each of inWords words from ioBytes on; no alignment is needed.
     void (*swapWords)(std::uint8_t* ioBytes, std::size_t inWords);
 
-    /// Decodes one code and moves behind it. BadCode if the table has no such code, OutOfData if it ends
-    /// behind the data; position and value are then left as they were.
-    PrimitiveStatus (*decodeVlcSymbol)(BitPosition& ioPosition, const VlcTable& inTable,
-                                       std::int32_t& outValue);
-
     /// Decodes an intra block: DC differential, run-level codes up to the end of block, inverse scan and
     /// quantisation, saturation, mismatch control (ISO/IEC 13818-2, 7.2 to 7.4). Any failure (BadCode,
-    /// TooManyCoefficients, OutOfData) leaves position and predictor as they were and the block undefined.
-    PrimitiveStatus (*decodeIntraBlock)(BitPosition& ioPosition, const IntraBlockCoding& inCoding,
+    /// TooManyCoefficients, OutOfData) leaves place and predictor as they were and the block undefined.
+    PrimitiveStatus (*decodeIntraBlock)(BitWindow& ioBits, const IntraBlockCoding& inCoding,
                                         std::int16_t& ioDcPredictor, CoefficientBlock& outBlock);
     /// The same for a non-intra block, all of whose coefficients are run-level codes.
-    PrimitiveStatus (*decodeNonIntraBlock)(BitPosition& ioPosition, const NonIntraBlockCoding& inCoding,
+    PrimitiveStatus (*decodeNonIntraBlock)(BitWindow& ioBits, const NonIntraBlockCoding& inCoding,
                                            CoefficientBlock& outBlock);
 
     /// The inverse 8 x 8 transform (7.5), with the accuracy of Annex A and better. Coefficients are -2048 to

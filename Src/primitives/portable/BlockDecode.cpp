@@ -3,90 +3,26 @@
 #include "primitives/BlockDecode.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <cstring>
 
-#include "primitives/BitPosition.h"
+#include "primitives/BitWindow.h"
+#include "primitives/VlcSymbol.h"
 #include "primitives/portable/Portable.h"
 
 namespace Vexmora {
 namespace {
 
-constexpr std::size_t kWordBits = 32;
-constexpr std::size_t kWindowBits = 64;
-
-/// The next bits of coded data in one register, 32 to 63 of them between calls; zeros behind the data.
-class BitWindow {
-  public:
-    explicit BitWindow(const BitPosition& inPosition)
-        : mData(inPosition.data),
-          mWordCount(inPosition.wordCount),
-          mNextWord(inPosition.nextBit / kWordBits) {
-        Refill();
-        Skip(inPosition.nextBit % kWordBits);
-    }
-
-    /// The next bits from the top of the word down.
-    std::uint64_t Bits() const { return mWindow; }
-    std::uint32_t Show(unsigned inCount) const {
-        return static_cast<std::uint32_t>(mWindow >> (kWindowBits - inCount));
-    }
-    /// Passes over inCount bits, 0 to 32.
-    void Skip(std::size_t inCount) {
-        mWindow <<= inCount;
-        mValidBits -= inCount;
-        Refill();
-    }
-    /// Gives the place reached back, or OutOfData if it lies behind the data.
-    PrimitiveStatus Store(BitPosition& ioPosition) const {
-        const std::size_t next = mNextWord * kWordBits - mValidBits;
-        if (next > mWordCount * kWordBits) return PrimitiveStatus::OutOfData;
-        ioPosition.nextBit = next;
-        return PrimitiveStatus::Ok;
-    }
-
-  private:
-    /// Puts the next word's bits in place and counts the word once it fits as a whole: no branch hangs on the
-    /// lengths of codes. A word put in place without being counted is put there again, unchanged.
-    void Refill() {
-        std::uint32_t word = 0;
-        if (mNextWord < mWordCount) [[likely]] {
-            std::memcpy(&word, mData + mNextWord * sizeof word, sizeof word);
+RunLevelEntry LookUp(const RunLevelEntry* inEntries, std::int32_t inFirstBits, std::uint64_t inBits) {
+    constexpr std::int32_t kAllBits = BitWindow::kWindowBits;
+    std::int32_t bits = inFirstBits;
+    RunLevelEntry entry = inEntries[inBits >> (kAllBits - bits)];
+    while (entry.length < 0) [[unlikely]] {
+            inBits <<= bits;
+            bits = entry.run;
+            entry = inEntries[static_cast<std::uint64_t>(entry.level) + (inBits >> (kAllBits - bits))];
         }
-        mWindow |= (std::uint64_t{word} << kWordBits) >> mValidBits;
-        const std::size_t fits = mValidBits < kWordBits ? 1 : 0;
-        mNextWord += fits;
-        mValidBits += fits * kWordBits;
-    }
-
-    const std::uint8_t* mData;
-    std::size_t mWordCount;
-    std::size_t mNextWord;
-    std::uint64_t mWindow = 0;
-    std::size_t mValidBits = 0;
-};
-
-VlcEntry LookUp(const VlcTable& inTable, std::uint64_t inBits) {
-    std::int32_t bits = inTable.firstBits;
-    VlcEntry entry = inTable.entries[inBits >> (kWindowBits - static_cast<unsigned>(bits))];
-    while (entry.length < 0) {
-        inBits <<= bits;
-        bits = -entry.length;
-        entry = inTable.entries[static_cast<std::size_t>(entry.value) +
-                                (inBits >> (kWindowBits - static_cast<unsigned>(bits)))];
-    }
-    return entry;
-}
-
-RunLevelEntry LookUp(const RunLevelTable& inTable, std::uint64_t inBits) {
-    std::int32_t bits = inTable.firstBits;
-    RunLevelEntry entry = inTable.entries[inBits >> (kWindowBits - static_cast<unsigned>(bits))];
-    while (entry.length < 0) {
-        inBits <<= bits;
-        bits = entry.run;
-        entry = inTable.entries[static_cast<std::size_t>(entry.level) +
-                                (inBits >> (kWindowBits - static_cast<unsigned>(bits)))];
-    }
     return entry;
 }
 
@@ -97,6 +33,13 @@ bool IsUsable(const Table* inTable) {
 
 constexpr std::int32_t kMaximum = 2047;
 constexpr std::int32_t kMinimum = -2048;
+constexpr unsigned kCoefficients = 64;
+
+constexpr auto kFlatWeights = [] {
+    std::array<std::uint16_t, kCoefficients> weights;
+    weights.fill(16);
+    return weights;
+}();
 
 /// Collects the coefficients of a block.
 class BlockBuilder {
@@ -112,7 +55,7 @@ class BlockBuilder {
     }
     /// Mismatch control: makes the sum of all coefficients odd.
     void Finish() {
-        if ((mParity & 1) == 0) mBlock.values[63] = static_cast<std::int16_t>(mBlock.values[63] ^ 1);
+        mBlock.values[63] = static_cast<std::int16_t>(mBlock.values[63] ^ (~mParity & 1));
         mBlock.reach = mReach;
     }
 
@@ -124,7 +67,6 @@ class BlockBuilder {
 
 /// What the two kinds of blocks have in common for their run-level codes.
 struct AcCoding {
-    const RunLevelTable& firstTable;
     const RunLevelTable& table;
     const std::uint8_t* scan;
     const std::uint16_t* weights;
@@ -136,48 +78,51 @@ enum class Kind { Intra, NonIntra };
 /// Inverse quantisation of one level, and its saturation. inWeight is the weight times the quantiser scale.
 template <Kind kKind>
 std::int32_t Dequantise(std::int32_t inLevel, std::uint32_t inWeight) {
-    const std::uint32_t doubled = 2 * static_cast<std::uint32_t>(std::abs(inLevel));
+    const std::int32_t sign = inLevel >> 31;  // -1 or 0
+    const std::uint32_t doubled = 2 * static_cast<std::uint32_t>((inLevel ^ sign) - sign);
     const std::uint32_t magnitude = ((kKind == Kind::Intra ? doubled : doubled + 1) * inWeight) / 32;
-    return inLevel < 0 ? -static_cast<std::int32_t>(std::min<std::uint32_t>(magnitude, -kMinimum))
-                       : static_cast<std::int32_t>(std::min<std::uint32_t>(magnitude, kMaximum));
+    const std::uint32_t largest = static_cast<std::uint32_t>(kMaximum - sign);
+    const auto saturated = static_cast<std::int32_t>(magnitude < largest ? magnitude : largest);
+    return (saturated ^ sign) - sign;
 }
 
 /// The fixed-length part of an escaped coefficient: 6 bits of run, 12 of level. Levels 0 and -2048 are
 /// forbidden.
-PrimitiveStatus ReadEscape(BitWindow& ioBits, std::int32_t& outRun, std::int32_t& outLevel) {
+PrimitiveStatus ReadEscape(BitWindow& ioBits, std::uint32_t& outRun, std::int32_t& outLevel) {
     const std::uint32_t bits = ioBits.Show(18);
     ioBits.Skip(18);
-    outRun = static_cast<std::int32_t>(bits >> 12);
+    outRun = bits >> 12;
     outLevel = static_cast<std::int32_t>(bits << 20) >> 20;
     return outLevel == 0 || outLevel == kMinimum ? PrimitiveStatus::BadCode : PrimitiveStatus::Ok;
 }
 
-/// Decodes run-level codes up to the end of the block. inIndex is the last coefficient decoded before.
+/// Decodes run-level codes up to the end of the block. inNext is the number of the first coefficient that
+/// they stand for, inFirstTable where the first code is looked up.
 template <Kind kKind>
-PrimitiveStatus DecodeRunLevels(BitWindow& ioBits, const AcCoding& inCoding, std::int32_t inIndex,
-                                BlockBuilder& ioBlock) {
-    constexpr std::int32_t kLast = 63;
-    const RunLevelTable* table = &inCoding.firstTable;
-    for (std::int32_t index = inIndex;;) {
-        const RunLevelEntry entry = LookUp(*table, ioBits.Bits());
-        table = &inCoding.table;
-        ioBits.Skip(static_cast<std::size_t>(entry.length));
+PrimitiveStatus DecodeRunLevels(BitWindow& ioBits, const RunLevelTable& inFirstTable,
+                                const AcCoding& inCoding, std::uint32_t inNext, BlockBuilder& ioBlock) {
+    const RunLevelEntry* const entries = inCoding.table.entries.data();
+    const std::int32_t first_bits = inCoding.table.firstBits;
+    RunLevelEntry entry = LookUp(inFirstTable.entries.data(), inFirstTable.firstBits, ioBits.Bits());
+    for (std::uint32_t next = inNext;;) {
+        ioBits.Skip(static_cast<unsigned>(entry.length));
         std::int32_t level = entry.level;
-        std::int32_t run = entry.run;
-        if (index + run >= kLast) [[unlikely]] {
-            if (run == kRunEndOfBlock) return PrimitiveStatus::Ok;
-            if (run == kRunNoCode) return PrimitiveStatus::BadCode;
-            if (run == kRunEscape) {
+        std::uint32_t index = next + entry.run;
+        if (index >= kCoefficients) [[unlikely]] {
+            if (entry.run == kRunEndOfBlock) return PrimitiveStatus::Ok;
+            if (entry.run == kRunNoCode) return PrimitiveStatus::BadCode;
+            if (entry.run == kRunEscape) {
+                std::uint32_t run = 0;
                 const PrimitiveStatus status = ReadEscape(ioBits, run, level);
                 if (status != PrimitiveStatus::Ok) return status;
+                index = next + run;
             }
-            if (index + run >= kLast) return PrimitiveStatus::TooManyCoefficients;
+            if (index >= kCoefficients) return PrimitiveStatus::TooManyCoefficients;
         }
-        index += run + 1;
+        next = index + 1;
+        entry = LookUp(entries, first_bits, ioBits.Bits());
         const unsigned position = inCoding.scan[index];
-        const std::uint32_t weight = kKind == Kind::NonIntra && inCoding.weights == nullptr
-                                         ? 16U
-                                         : std::uint32_t{inCoding.weights[position]};
+        const std::uint32_t weight = inCoding.weights[position];
         ioBlock.Set(position, Dequantise<kKind>(level, weight * inCoding.quantiserScale));
     }
 }
@@ -185,9 +130,9 @@ PrimitiveStatus DecodeRunLevels(BitWindow& ioBits, const AcCoding& inCoding, std
 /// The differential of a DC coefficient, whose top bit clear means that it is negative.
 PrimitiveStatus ReadDcDifferential(BitWindow& ioBits, const VlcTable& inSizeTable,
                                    std::int32_t& outDifferential) {
-    const VlcEntry entry = LookUp(inSizeTable, ioBits.Bits());
+    const VlcEntry entry = FindCode(inSizeTable, ioBits.Bits());
     if (entry.length == 0) return PrimitiveStatus::BadCode;
-    ioBits.Skip(static_cast<std::size_t>(entry.length));
+    ioBits.Skip(static_cast<unsigned>(entry.length));
     outDifferential = 0;
     if (entry.value == 0) return PrimitiveStatus::Ok;
     const unsigned size = static_cast<unsigned>(entry.value);
@@ -199,57 +144,47 @@ PrimitiveStatus ReadDcDifferential(BitWindow& ioBits, const VlcTable& inSizeTabl
 
 }  // namespace
 
-PrimitiveStatus DecodeVlcSymbol_Portable(BitPosition& ioPosition, const VlcTable& inTable,
-                                         std::int32_t& outValue) {
-    if (ioPosition.data == nullptr || !IsUsable(&inTable)) return PrimitiveStatus::NullPointer;
-    BitWindow bits(ioPosition);
-    const VlcEntry entry = LookUp(inTable, bits.Bits());
-    if (entry.length == 0) return PrimitiveStatus::BadCode;
-    bits.Skip(static_cast<std::size_t>(entry.length));
-    const PrimitiveStatus status = bits.Store(ioPosition);
-    if (status == PrimitiveStatus::Ok) outValue = entry.value;
-    return status;
-}
-
-PrimitiveStatus DecodeIntraBlock_Portable(BitPosition& ioPosition, const IntraBlockCoding& inCoding,
+PrimitiveStatus DecodeIntraBlock_Portable(BitWindow& ioBits, const IntraBlockCoding& inCoding,
                                           std::int16_t& ioDcPredictor, CoefficientBlock& outBlock) {
-    if (ioPosition.data == nullptr || !IsUsable(inCoding.dcSizeTable) || !IsUsable(inCoding.acTable) ||
+    if (ioBits.Data() == nullptr || !IsUsable(inCoding.dcSizeTable) || !IsUsable(inCoding.acTable) ||
         inCoding.scan == nullptr || inCoding.weights == nullptr) {
         return PrimitiveStatus::NullPointer;
     }
-    BitWindow bits(ioPosition);
+    BitWindow bits = ioBits;
     std::int32_t differential = 0;
     PrimitiveStatus status = ReadDcDifferential(bits, *inCoding.dcSizeTable, differential);
     if (status != PrimitiveStatus::Ok) return status;
     const auto predictor = static_cast<std::int16_t>(ioDcPredictor + differential);
     BlockBuilder block(outBlock);
     block.Set(0, std::clamp(predictor * (1 << inCoding.dcShift), kMinimum, kMaximum));
-    const AcCoding ac{*inCoding.acTable, *inCoding.acTable, inCoding.scan, inCoding.weights,
+    const AcCoding ac{*inCoding.acTable, inCoding.scan, inCoding.weights,
                       static_cast<std::uint32_t>(inCoding.quantiserScale)};
-    status = DecodeRunLevels<Kind::Intra>(bits, ac, 0, block);
+    status = DecodeRunLevels<Kind::Intra>(bits, *inCoding.acTable, ac, 1, block);
     if (status != PrimitiveStatus::Ok) return status;
-    status = bits.Store(ioPosition);
-    if (status != PrimitiveStatus::Ok) return status;
+    if (bits.IsBehindEnd()) return PrimitiveStatus::OutOfData;
     block.Finish();
+    ioBits = bits;
     ioDcPredictor = predictor;
     return PrimitiveStatus::Ok;
 }
 
-PrimitiveStatus DecodeNonIntraBlock_Portable(BitPosition& ioPosition, const NonIntraBlockCoding& inCoding,
+PrimitiveStatus DecodeNonIntraBlock_Portable(BitWindow& ioBits, const NonIntraBlockCoding& inCoding,
                                              CoefficientBlock& outBlock) {
-    if (ioPosition.data == nullptr || !IsUsable(inCoding.firstTable) || !IsUsable(inCoding.acTable) ||
+    if (ioBits.Data() == nullptr || !IsUsable(inCoding.firstTable) || !IsUsable(inCoding.acTable) ||
         inCoding.scan == nullptr) {
         return PrimitiveStatus::NullPointer;
     }
-    BitWindow bits(ioPosition);
+    BitWindow bits = ioBits;
     BlockBuilder block(outBlock);
-    const AcCoding ac{*inCoding.firstTable, *inCoding.acTable, inCoding.scan, inCoding.weights,
+    const std::uint16_t* const weights = inCoding.weights != nullptr ? inCoding.weights : kFlatWeights.data();
+    const AcCoding ac{*inCoding.acTable, inCoding.scan, weights,
                       static_cast<std::uint32_t>(inCoding.quantiserScale)};
-    PrimitiveStatus status = DecodeRunLevels<Kind::NonIntra>(bits, ac, -1, block);
+    const PrimitiveStatus status = DecodeRunLevels<Kind::NonIntra>(bits, *inCoding.firstTable, ac, 0, block);
     if (status != PrimitiveStatus::Ok) return status;
-    status = bits.Store(ioPosition);
-    if (status == PrimitiveStatus::Ok) block.Finish();
-    return status;
+    if (bits.IsBehindEnd()) return PrimitiveStatus::OutOfData;
+    block.Finish();
+    ioBits = bits;
+    return PrimitiveStatus::Ok;
 }
 
 }  // namespace Vexmora
