@@ -30,19 +30,19 @@ MacroblockBlocks<kScale>::MacroblockBlocks(const PictureContext& inPicture, BitR
         (parameters.picture.alternateScan != 0 ? kAlternateScanByColumns : kZigzagScanByColumns).data();
 
     mIntraLuma = {
-        .dcSizeTable = &tables.dctDcSizeLuminance,
-        .acTable =
-            parameters.constants.intraTableB15 ? &tables.dctCoefficientAlternative : &tables.dctCoefficient,
+        .dcSizeTable = ViewOf(tables.dctDcSizeLuminance),
+        .acTable = ViewOf(parameters.constants.intraTableB15 ? tables.dctCoefficientAlternative
+                                                             : tables.dctCoefficient),
         .scan = scan,
         .weights = Weights(matrices.intraLuma, mWeights[0]),
         .dcShift = parameters.constants.dcShift,
     };
     mIntraChroma = mIntraLuma;
-    mIntraChroma.dcSizeTable = &tables.dctDcSizeChrominance;
+    mIntraChroma.dcSizeTable = ViewOf(tables.dctDcSizeChrominance);
     mIntraChroma.weights = Weights(matrices.intraChroma, mWeights[1]);
     mNonIntraLuma = {
-        .firstTable = &tables.dctFirstCoefficient,
-        .acTable = &tables.dctCoefficient,
+        .firstTable = ViewOf(tables.dctFirstCoefficient),
+        .acTable = ViewOf(tables.dctCoefficient),
         .scan = scan,
         .weights = Weights(matrices.nonIntraLuma, mWeights[2]),
     };

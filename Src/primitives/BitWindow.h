@@ -8,45 +8,50 @@
 
 namespace Vexmora {
 
+/// What a BitWindow consists of, for primitives that keep it in registers.
+struct BitWindowState {
+    std::uint64_t bits = 0;       // the next bits, from the top; bits that are not valid are right or 0
+    std::uint32_t validBits = 0;  // 32 to 63 between calls
+    std::size_t nextWord = 0;     // the first word that is not in bits; counts on behind the end
+    const std::uint8_t* data = nullptr;
+    std::size_t wordCount = 0;
+};
+
 /// Reads coded data that is stored as 32-bit words in host order, the first bit of the stream in the most
 /// significant bit of the first word. Nothing is read beyond the words; zero bits come there, as many as
 /// asked for. Owns nothing and is cheap to copy.
-class BitWindow {
+class BitWindow : public BitWindowState {
   public:
     static constexpr unsigned kWordBits = 32;
     static constexpr unsigned kWordBytes = 4;
     static constexpr unsigned kWindowBits = 64;
 
     BitWindow(const std::uint8_t* inData, std::size_t inWordCount, std::size_t inBit)
-        : mData(inData), mWordCount(inWordCount) {
+        : BitWindowState{.data = inData, .wordCount = inWordCount} {
         MoveTo(inBit);
     }
 
-    /// The next bits from the top down, 32 of them at least.
-    std::uint64_t Bits() const { return mWindow; }
     /// The next inCount bits, 1 to 32, the first one most significant.
     std::uint32_t Show(unsigned inCount) const {
-        return static_cast<std::uint32_t>(mWindow >> (kWindowBits - inCount));
+        return static_cast<std::uint32_t>(bits >> (kWindowBits - inCount));
     }
     /// Passes over inCount bits, 0 to 32.
     void Skip(unsigned inCount) {
-        mWindow <<= inCount;
-        mValidBits -= inCount;
+        bits <<= inCount;
+        validBits -= inCount;
         Refill();
     }
     /// Number of the next bit: word n / 32, bit 31 - n % 32 of it.
-    std::size_t NextBit() const { return mNextWord * kWordBits - mValidBits; }
+    std::size_t NextBit() const { return nextWord * kWordBits - validBits; }
     void MoveTo(std::size_t inBit) {
-        mNextWord = inBit / kWordBits;
-        mWindow = 0;
-        mValidBits = 0;
+        nextWord = inBit / kWordBits;
+        bits = 0;
+        validBits = 0;
         Refill();
         Skip(static_cast<unsigned>(inBit % kWordBits));
     }
     /// Whether bits were passed over that lie behind the data.
-    bool IsBehindEnd() const { return NextBit() > mWordCount * kWordBits; }
-    const std::uint8_t* Data() const { return mData; }
-    std::size_t WordCount() const { return mWordCount; }
+    bool IsBehindEnd() const { return NextBit() > wordCount * kWordBits; }
 
   private:
     /// Makes at least 32 bits valid. Without a branch on their number, which no processor could predict: when
@@ -54,19 +59,13 @@ class BitWindow {
     /// counted.
     void Refill() {
         std::uint32_t word = 0;
-        if (mNextWord < mWordCount) [[likely]] {
-            std::memcpy(&word, mData + mNextWord * kWordBytes, sizeof word);
+        if (nextWord < wordCount) [[likely]] {
+            std::memcpy(&word, data + nextWord * kWordBytes, sizeof word);
         }
-        mWindow |= (std::uint64_t{word} << kWordBits) >> mValidBits;
-        mNextWord += (~mValidBits / kWordBits) & 1;
-        mValidBits |= kWordBits;
+        bits |= (std::uint64_t{word} << kWordBits) >> validBits;
+        nextWord += (~validBits / kWordBits) & 1;
+        validBits |= kWordBits;
     }
-
-    std::uint64_t mWindow = 0;  // the next bits, from the top; bits that are not valid are right or 0
-    unsigned mValidBits = 0;    // 32 to 63 between calls
-    std::size_t mNextWord = 0;  // the first word that is not in the window; counts on behind the end
-    const std::uint8_t* mData;
-    std::size_t mWordCount;
 };
 
 }  // namespace Vexmora

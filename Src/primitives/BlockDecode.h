@@ -18,8 +18,8 @@ struct CoefficientBlock {
 
 /// How intra blocks of one component are coded. All pointers are borrowed.
 struct IntraBlockCoding {
-    const VlcTable* dcSizeTable = nullptr;
-    const RunLevelTable* acTable = nullptr;
+    VlcTableView<VlcEntry> dcSizeTable;
+    VlcTableView<RunLevelEntry> acTable;
     /// The positions of the 64 coefficients in coding order, counted column by column.
     const std::uint8_t* scan = nullptr;
     /// 64 weights, column by column.
@@ -33,8 +33,8 @@ struct IntraBlockCoding {
 /// The same for non-intra blocks.
 struct NonIntraBlockCoding {
     /// For the first coefficient of a block.
-    const RunLevelTable* firstTable = nullptr;
-    const RunLevelTable* acTable = nullptr;
+    VlcTableView<RunLevelEntry> firstTable;
+    VlcTableView<RunLevelEntry> acTable;
     const std::uint8_t* scan = nullptr;
     /// Null means 16 everywhere.
     const std::uint16_t* weights = nullptr;

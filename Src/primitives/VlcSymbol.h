@@ -6,24 +6,19 @@
 
 namespace Vexmora {
 
-/// The entry that the next bits, from the top of inBits down, lead to. The table is not empty.
-inline VlcEntry FindCode(const VlcTable& inTable, std::uint64_t inBits) {
-    constexpr std::int32_t kAllBits = BitWindow::kWindowBits;
-    const VlcEntry* const entries = inTable.entries.data();
-    std::int32_t bits = inTable.firstBits;
-    VlcEntry entry = entries[inBits >> (kAllBits - bits)];
-    while (entry.length < 0) [[unlikely]] {
-            inBits <<= bits;
-            bits = -entry.length;
-            entry = entries[static_cast<std::uint64_t>(entry.value) + (inBits >> (kAllBits - bits))];
-        }
-    return entry;
-}
-
 /// Decodes one code and moves behind it. BadCode if the table has no such code, OutOfData if it ends behind
-/// the data; place and value are then left as they were.
+/// the data; place and value are then left as they were. The table is not empty.
 inline PrimitiveStatus DecodeVlcSymbol(BitWindow& ioBits, const VlcTable& inTable, std::int32_t& outValue) {
-    const VlcEntry entry = FindCode(inTable, ioBits.Bits());
+    constexpr std::int32_t kAllBits = BitWindow::kWindowBits;
+    std::uint64_t bits = ioBits.bits;
+    std::int32_t stageBits = inTable.firstBits;
+    VlcEntry entry = inTable.entries[bits >> (kAllBits - stageBits)];
+    while (entry.length < 0) [[unlikely]] {
+            bits <<= stageBits;
+            stageBits = -entry.length;
+            entry =
+                inTable.entries[static_cast<std::uint64_t>(entry.value) + (bits >> (kAllBits - stageBits))];
+        }
     if (entry.length == 0) return PrimitiveStatus::BadCode;
     BitWindow behind = ioBits;
     behind.Skip(static_cast<unsigned>(entry.length));

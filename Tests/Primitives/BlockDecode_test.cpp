@@ -61,9 +61,12 @@ class BlockDecode : public ::testing::Test {
     }
 
     IntraBlockCoding Intra(bool inAlternative = false) const {
-        return {&mDcSize, inAlternative ? &mAlternative : &mAc, mScan.data(), mWeights.data(), 2, 3};
+        return {
+            ViewOf(mDcSize), ViewOf(inAlternative ? mAlternative : mAc), mScan.data(), mWeights.data(), 2, 3};
     }
-    NonIntraBlockCoding NonIntra() const { return {&mFirst, &mAc, mScan.data(), mWeights.data(), 2}; }
+    NonIntraBlockCoding NonIntra() const {
+        return {ViewOf(mFirst), ViewOf(mAc), mScan.data(), mWeights.data(), 2};
+    }
 
     /// The coefficients of a block by the formulas of 7.4, given its DC coefficient if it is an intra block.
     std::array<int, 64> Reconstruct(const std::vector<RunLevel>& inCodes, std::optional<int> inDc,
@@ -137,7 +140,7 @@ TEST_F(BlockDecode, EveryRunAndLevelInEveryTable) {
                                   PrimitiveStatus::Ok);
                         ExpectBlock(block, Reconstruct({{run, level}}, 9 * 8, 2));
                     }
-                    ASSERT_EQ((position.NextBit() + 31) / 32, position.WordCount());
+                    ASSERT_EQ((position.NextBit() + 31) / 32, position.wordCount);
                 }
             }
         }
@@ -180,7 +183,7 @@ TEST_F(BlockDecode, RandomBlocksOneAfterTheOther) {
                           PrimitiveStatus::Ok);
                 ExpectBlock(block, values);
             }
-            ASSERT_EQ((position.NextBit() + 31) / 32, position.WordCount());
+            ASSERT_EQ((position.NextBit() + 31) / 32, position.wordCount);
         }
     }
 }
@@ -319,7 +322,7 @@ TEST_F(BlockDecode, MissingTablesAreRefused) {
         EXPECT_EQ(table.primitives->decodeIntraBlock(position, intra, predictor, block),
                   PrimitiveStatus::NullPointer);
         NonIntraBlockCoding non_intra = NonIntra();
-        non_intra.acTable = &empty;
+        non_intra.acTable = ViewOf(empty);
         EXPECT_EQ(table.primitives->decodeNonIntraBlock(position, non_intra, block),
                   PrimitiveStatus::NullPointer);
     }
