@@ -136,10 +136,10 @@ bool AddStage(std::span<const Code<Entry>> inCodes, std::span<const std::int32_t
 }
 
 template <typename Entry, typename Table>
-PrimitiveStatus Build(VlcList inList, Table& outTable) {
+PrimitiveStatus Build(VlcList inList, std::size_t inMostStages, Table& outTable) {
     outTable = {};
     ParsedList<Entry> parsed;
-    if (!Parse(inList, parsed)) return PrimitiveStatus::BadTable;
+    if (!Parse(inList, parsed) || parsed.stages.size() > inMostStages) return PrimitiveStatus::BadTable;
     std::vector<Entry> entries;
     if (!AddStage<Entry>(parsed.codes, parsed.stages, 0, entries)) return PrimitiveStatus::BadTable;
     outTable = {std::move(entries), parsed.stages.front()};
@@ -149,11 +149,11 @@ PrimitiveStatus Build(VlcList inList, Table& outTable) {
 }  // namespace
 
 PrimitiveStatus BuildVlcTable(VlcList inList, VlcTable& outTable) {
-    return Build<VlcEntry>(inList, outTable);
+    return Build<VlcEntry>(inList, kMaximumLength, outTable);
 }
 
 PrimitiveStatus BuildRunLevelTable(VlcList inList, RunLevelTable& outTable) {
-    return Build<RunLevelEntry>(inList, outTable);
+    return Build<RunLevelEntry>(inList, 2, outTable);
 }
 
 void FreeVlcTable(VlcTable& ioTable) {

@@ -74,7 +74,7 @@ inline VlcTableView<RunLevelEntry> ViewOf(const RunLevelTable& inTable) {
 
 /// Builds outTable from a list; on failure (BadTable) it is left empty. Throws std::bad_alloc.
 PrimitiveStatus BuildVlcTable(VlcList inList, VlcTable& outTable);
-/// The same for a run-level list.
+/// The same for a run-level list, which has two stages at most.
 PrimitiveStatus BuildRunLevelTable(VlcList inList, RunLevelTable& outTable);
 
 /// Releases the table's memory and leaves a table that decodes nothing.

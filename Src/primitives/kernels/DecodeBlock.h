@@ -132,29 +132,44 @@ inline std::int32_t Dequantise(std::int32_t inLevel, std::uint32_t inWeight) {
     return (saturated ^ sign) - sign;
 }
 
+inline std::uint32_t RunOf(RunLevelEntry inEntry) {
+    return inEntry >> 8 & 0xFF;
+}
+
+/// The entry of a code that is longer than a first stage of inFirstBits.
+template <Words kWords>
+inline RunLevelEntry FollowLink(RunLevelEntry inLink, const RunLevelEntry* inEntries, unsigned inFirstBits,
+                                const BlockBits<kWords>& inBits) {
+    return inEntries[(inLink >> 16) + inBits.Show(inFirstBits, inLink & 0xFF)];
+}
+
+template <Words kWords>
+inline RunLevelEntry LookUp(const VlcTableView<RunLevelEntry>& inTable, const BlockBits<kWords>& inBits) {
+    const auto first_bits = static_cast<unsigned>(inTable.firstBits);
+    const RunLevelEntry entry = inTable.entries[inBits.Show(0, first_bits)];
+    return RunOf(entry) == kRunLink ? FollowLink(entry, inTable.entries, first_bits, inBits) : entry;
+}
+
 /// Decodes run-level codes up to the end of the block. inNext is the number of the first coefficient that
-/// they stand for.
+/// they stand for. Tables have two stages at most.
 template <Kind kKind, Words kWords>
 inline PrimitiveStatus DecodeRunLevels(BlockBits<kWords>& ioBits, const AcCoding& inCoding,
                                        std::uint32_t inNext, BlockBuilder& ioBlock) {
     const RunLevelEntry* const entries = inCoding.table.entries;
     const unsigned shift = 64 - static_cast<unsigned>(inCoding.table.firstBits);
-    std::uint32_t stageBits = static_cast<std::uint32_t>(inCoding.firstTable.firstBits);
-    const RunLevelEntry* stageEntries = inCoding.firstTable.entries;
-    RunLevelEntry entry = stageEntries[ioBits.Bits() >> (64 - stageBits)];
+    RunLevelEntry entry = LookUp(inCoding.firstTable, ioBits);
     for (std::uint32_t next = inNext;;) {
         std::uint32_t length = entry;  // with other bits above
         std::int32_t level = static_cast<std::int32_t>(entry) >> 16;
-        std::uint32_t index = next + (entry >> 8 & 0xFF);
+        std::uint32_t index = next + RunOf(entry);
         if (index >= kCoefficients) [[unlikely]] {
-            const std::uint32_t run = entry >> 8 & 0xFF;
+            const std::uint32_t run = RunOf(entry);
             if (run == kRunEndOfBlock) {
                 ioBits.Skip(length);
                 return PrimitiveStatus::Ok;
             }
             if (run == kRunLink) {
-                const std::uint32_t bits = entry & 0xFF;
-                entry = stageEntries[static_cast<std::uint32_t>(level) + ioBits.Show(stageBits, bits)];
+                entry = FollowLink(entry, entries, 64 - shift, ioBits);
                 continue;
             }
             if (run == kRunNoCode) return PrimitiveStatus::BadCode;
@@ -170,8 +185,6 @@ inline PrimitiveStatus DecodeRunLevels(BlockBits<kWords>& ioBits, const AcCoding
         ioBits.Skip(length);
         next = index + 1;
         entry = entries[ioBits.Bits() >> shift];
-        stageEntries = entries;
-        stageBits = 64 - shift;
         const unsigned position = inCoding.scan[index];
         const std::uint32_t weight = inCoding.weights[position];
         ioBlock.Set(position, Dequantise<kKind>(level, weight * inCoding.quantiserScale));

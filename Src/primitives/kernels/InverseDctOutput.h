@@ -15,7 +15,7 @@ inline void StoreClipped(const SampleRows& inRows, std::uint8_t* outPixels, std:
     for (int y = 0; y < 8; y += 2, outPixels += 2 * inStep) {
         const __m128i two = _mm_packus_epi16(inRows[y], inRows[y + 1]);
         _mm_storel_epi64(reinterpret_cast<__m128i*>(outPixels), two);
-        _mm_storeh_pd(reinterpret_cast<double*>(outPixels + inStep), _mm_castsi128_pd(two));
+        _mm_storeh_pi(reinterpret_cast<__m64*>(outPixels + inStep), _mm_castsi128_ps(two));
     }
 }
 

@@ -26,7 +26,8 @@ inline __m128i LoadRows(const std::uint8_t* inFrom, std::ptrdiff_t inStep) {
         return _mm_loadu_si128(reinterpret_cast<const __m128i*>(inFrom));
     } else if constexpr (kWidth == 8) {
         const __m128i upper = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(inFrom));
-        return _mm_unpacklo_epi64(upper, _mm_loadl_epi64(reinterpret_cast<const __m128i*>(inFrom + inStep)));
+        return _mm_castps_si128(
+            _mm_loadh_pi(_mm_castsi128_ps(upper), reinterpret_cast<const __m64*>(inFrom + inStep)));
     } else {
         return _mm_unpacklo_epi32(LoadFour(inFrom), LoadFour(inFrom + inStep));
     }
@@ -38,7 +39,7 @@ inline void StoreRows(__m128i inRows, std::uint8_t* outTo, std::ptrdiff_t inStep
         _mm_storeu_si128(reinterpret_cast<__m128i*>(outTo), inRows);
     } else if constexpr (kWidth == 8) {
         _mm_storel_epi64(reinterpret_cast<__m128i*>(outTo), inRows);
-        _mm_storeh_pd(reinterpret_cast<double*>(outTo + inStep), _mm_castsi128_pd(inRows));
+        _mm_storeh_pi(reinterpret_cast<__m64*>(outTo + inStep), _mm_castsi128_ps(inRows));
     } else {
         _mm_storeu_si32(outTo, inRows);
         _mm_storeu_si32(outTo + inStep, _mm_srli_epi64(inRows, 32));
@@ -60,28 +61,32 @@ enum class Output { Replace, Average };
 /// Writes the prediction, or its average with what is there.
 template <std::size_t kWidth, std::size_t kHeight, Output kOutput>
 inline void Interpolate(const ReferenceBlock& inReference, const PixelBlock& ioPixels) {
+    // Pixels might be anything, so what is not local would be loaded again behind each of them.
     const std::ptrdiff_t step = inReference.step;
+    const std::ptrdiff_t target_step = ioPixels.step;
     const auto load = [step](const std::uint8_t* inFrom) { return LoadRows<kWidth>(inFrom, step); };
-    const auto fill = [&](auto inRowsAt) {
-        const std::uint8_t* from = inReference.samples;
-        std::uint8_t* to = ioPixels.samples;
+    const std::uint8_t* from = inReference.samples;
+    std::uint8_t* to = ioPixels.samples;
+    auto fill = [from, to, step, target_step](auto inRowsAt) mutable {
+        constexpr auto kRows = static_cast<std::ptrdiff_t>(kRowsAtOnce<kWidth>);
         for (std::size_t y = 0; y < kHeight; y += kRowsAtOnce<kWidth>) {
             __m128i rows = inRowsAt(from);
-            if (kOutput == Output::Average) rows = _mm_avg_epu8(rows, LoadRows<kWidth>(to, ioPixels.step));
-            StoreRows<kWidth>(rows, to, ioPixels.step);
-            from += static_cast<std::ptrdiff_t>(kRowsAtOnce<kWidth>) * step;
-            to += static_cast<std::ptrdiff_t>(kRowsAtOnce<kWidth>) * ioPixels.step;
+            if (kOutput == Output::Average) rows = _mm_avg_epu8(rows, LoadRows<kWidth>(to, target_step));
+            StoreRows<kWidth>(rows, to, target_step);
+            from += kRows * step;
+            to += kRows * target_step;
         }
     };
     switch (inReference.halfSampleType) {
         case HalfSampleType::Full:
             return fill(load);
         case HalfSampleType::HalfHorizontal:
-            return fill([&](const std::uint8_t* in) { return _mm_avg_epu8(load(in), load(in + 1)); });
+            return fill([load](const std::uint8_t* in) { return _mm_avg_epu8(load(in), load(in + 1)); });
         case HalfSampleType::HalfVertical:
-            return fill([&](const std::uint8_t* in) { return _mm_avg_epu8(load(in), load(in + step)); });
+            return fill(
+                [load, step](const std::uint8_t* in) { return _mm_avg_epu8(load(in), load(in + step)); });
         case HalfSampleType::HalfBoth:
-            return fill([&](const std::uint8_t* in) {
+            return fill([load, step](const std::uint8_t* in) {
                 return AverageFour(load(in), load(in + 1), load(in + step), load(in + step + 1));
             });
     }
