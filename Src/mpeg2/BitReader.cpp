@@ -5,7 +5,9 @@ namespace Vexmora {
 
 namespace {
 
-constexpr std::size_t kStartCodeBits = 32;
+constexpr unsigned kWordBits = BitWindow::kWordBits;
+constexpr unsigned kWordBytes = BitWindow::kWordBytes;
+constexpr unsigned kStartCodeBits = 32;
 
 /// Number of a start code's first bit.
 std::size_t BitOf(std::size_t inWordOffset, std::int32_t inBitIndex) {
@@ -15,24 +17,14 @@ std::size_t BitOf(std::size_t inWordOffset, std::int32_t inBitIndex) {
 }  // namespace
 
 BitReader::BitReader(const CodedPictureBuffer& inBuffer)
-    : mData(inBuffer.Data()),
-      mWordCount((std::size_t{inBuffer.Size()} + kWordBytes - 1) / kWordBytes),
+    : mBits(inBuffer.Data(), (std::size_t{inBuffer.Size()} + kWordBytes - 1) / kWordBytes,
+            BitOf(inBuffer.Start().wordOffset, inBuffer.Start().bitIndex)),
       mSize(inBuffer.Size()),
       mNextCode(inBuffer.Start().nextCode),
-      mTable(&inBuffer.StartCodes()) {
-    MoveTo(BitOf(inBuffer.Start().wordOffset, inBuffer.Start().bitIndex));
-}
-
-void BitReader::MoveTo(std::size_t inBit) {
-    mNextWord = inBit / kWordBits;
-    mWindow = 0;
-    mValidBits = 0;
-    Refill();
-    SkipBits(static_cast<unsigned>(inBit % kWordBits));
-}
+      mTable(&inBuffer.StartCodes()) {}
 
 std::int64_t BitReader::BytesLeft() const {
-    const std::size_t bit = NextBit();
+    const std::size_t bit = mBits.NextBit();
     const auto wordOffset = static_cast<std::int64_t>(bit / kWordBits * kWordBytes);
     const auto bitIndex = static_cast<std::int64_t>(kWordBits - 1 - bit % kWordBits);
     return std::int64_t{mSize} - wordOffset - ((bitIndex + 7) >> 3);
@@ -45,7 +37,7 @@ const StartCodeRecord* BitReader::NextRecord() const {
 std::uint32_t BitReader::PeekStartCode() {
     const StartCodeRecord* const record = NextRecord();
     if (record == nullptr) return 0;
-    MoveTo(BitOf(record->wordOffset, record->bitIndex));
+    mBits.MoveTo(BitOf(record->wordOffset, record->bitIndex));
     return record->code;
 }
 
@@ -58,15 +50,15 @@ std::uint32_t BitReader::ConsumeStartCode() {
 }
 
 void BitReader::UnconsumeStartCode() {
-    if (mNextCode == 0 || NextBit() < kStartCodeBits) return;
+    if (mNextCode == 0 || mBits.NextBit() < kStartCodeBits) return;
     --mNextCode;
-    MoveTo(NextBit() - kStartCodeBits);
+    mBits.MoveTo(mBits.NextBit() - kStartCodeBits);
 }
 
 std::int32_t BitReader::NextStartCode() {
     const StartCodeRecord* const record = NextRecord();
     if (record == nullptr) return kNoStartCode;
-    MoveTo(BitOf(record->wordOffset, record->bitIndex) + kStartCodeBits);
+    mBits.MoveTo(BitOf(record->wordOffset, record->bitIndex) + kStartCodeBits);
     ++mNextCode;
     return static_cast<std::int32_t>(record->code);
 }
@@ -75,7 +67,7 @@ void BitReader::UngetStartCode() {
     if (mNextCode == 0) return;
     --mNextCode;
     const StartCodeRecord& record = mTable->records[mNextCode];
-    MoveTo(BitOf(record.wordOffset, record.bitIndex) + kStartCodeBits);
+    mBits.MoveTo(BitOf(record.wordOffset, record.bitIndex) + kStartCodeBits);
 }
 
 }  // namespace Vexmora

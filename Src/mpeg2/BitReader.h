@@ -6,7 +6,7 @@
 #include <cstring>
 
 #include "CodedPicture/CodedPictureBuffer.h"
-#include "primitives/PrimitiveTable.h"
+#include "primitives/VlcSymbol.h"
 
 namespace Vexmora {
 
@@ -19,15 +19,9 @@ class BitReader {
     explicit BitReader(const CodedPictureBuffer& inBuffer);
 
     /// The next inCount bits, 1 to 32, the first one most significant.
-    std::uint32_t ShowBits(unsigned inCount) const {
-        return static_cast<std::uint32_t>(mWindow >> (kWindowBits - inCount));
-    }
+    std::uint32_t ShowBits(unsigned inCount) const { return mBits.Show(inCount); }
     /// Passes over inCount bits, 0 to 32.
-    void SkipBits(unsigned inCount) {
-        mWindow <<= inCount;
-        mValidBits -= inCount;
-        Refill();
-    }
+    void SkipBits(unsigned inCount) { mBits.Skip(inCount); }
     /// ShowBits, then SkipBits.
     std::uint32_t GetBits(unsigned inCount) {
         const std::uint32_t bits = ShowBits(inCount);
@@ -37,17 +31,12 @@ class BitReader {
 
     /// Decodes one variable-length code and passes over it. False, without moving, if the table has no such
     /// code or it ends behind the data.
-    bool GetCode(const PrimitiveTable& inPrimitives, const VlcTable& inTable, std::int32_t& outValue) {
-        BitPosition position = Position();
-        if (inPrimitives.decodeVlcSymbol(position, inTable, outValue) != PrimitiveStatus::Ok) return false;
-        MoveTo(position.nextBit);
-        return true;
+    bool GetCode(const VlcTable& inTable, std::int32_t& outValue) {
+        return DecodeVlcSymbol(mBits, inTable, outValue) == PrimitiveStatus::Ok;
     }
 
-    /// Where the next bit is, for primitives that read on from there.
-    BitPosition Position() const { return {mData, mWordCount, NextBit()}; }
-    /// Goes on where a primitive has stopped.
-    void Resume(const BitPosition& inPosition) { MoveTo(inPosition.nextBit); }
+    /// The next bits, for primitives that read on from there.
+    BitWindow& Bits() { return mBits; }
 
     /// The bytes held, less the offset of the word with the next bit, less the bytes of that word in which
     /// bits are left, a byte of which only one bit is left not counted. Slices end where it is 0.
@@ -70,33 +59,9 @@ class BitReader {
     void UngetStartCode();
 
   private:
-    static constexpr unsigned kWordBits = 32;
-    static constexpr unsigned kWordBytes = 4;
-    static constexpr unsigned kWindowBits = 64;
-
-    /// Makes at least 32 bits valid. Without a branch on their number, which no processor could predict: when
-    /// there are enough already, the next word's first bits are put in place early, and once more when it is
-    /// counted.
-    void Refill() {
-        std::uint32_t word = 0;
-        if (mNextWord < mWordCount) [[likely]] {
-            std::memcpy(&word, mData + mNextWord * kWordBytes, sizeof word);
-        }
-        mWindow |= (std::uint64_t{word} << kWordBits) >> mValidBits;
-        const unsigned words = (kWindowBits - 1 - mValidBits) / kWordBits;
-        mNextWord += words;
-        mValidBits += words * kWordBits;
-    }
-    void MoveTo(std::size_t inBit);
-    /// Number of the next bit, from the beginning of the data.
-    std::size_t NextBit() const { return mNextWord * kWordBits - mValidBits; }
     const StartCodeRecord* NextRecord() const;
 
-    std::uint64_t mWindow = 0;  // the next bits, from the top; bits that are not valid are right or 0
-    unsigned mValidBits = 0;    // 32 to 63 between calls
-    std::size_t mNextWord = 0;  // the first word that is not in the window; counts on behind the end
-    const std::uint8_t* mData;
-    std::size_t mWordCount;
+    BitWindow mBits;
     std::uint32_t mSize;
     std::uint32_t mNextCode;
     const StartCodeTable* mTable;

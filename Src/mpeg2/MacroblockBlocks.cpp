@@ -1,7 +1,7 @@
 // Block layer of macroblocks (ISO/IEC 13818-2, 7.2 to 7.5), and the colour of macroblocks in error.
 #include "mpeg2/MacroblockBlocks.h"
 
-#include <algorithm>
+#include <cstring>
 
 #include "mpeg2/QuantiserScale.h"
 #include "mpeg2/Scan.h"
@@ -11,19 +11,12 @@ namespace {
 
 // coded_block_pattern
 constexpr std::uint32_t kPatternFirstLuma = 32;
-constexpr std::uint32_t kPatternAllLuma = 60;
 constexpr std::uint32_t kPatternCb = 2;
 constexpr std::uint32_t kPatternCr = 1;
 
 constexpr std::uint8_t kErrorLuma = 81;
 constexpr std::uint8_t kErrorCb = 90;
 constexpr std::uint8_t kErrorCr = 239;
-
-// Null stands for 16 everywhere where that is allowed.
-const std::uint16_t* WeightsOf(const QuantiserMatrices& inMatrices, MatrixSource inSource) {
-    const QuantiserMatrix* const matrix = inMatrices.Find(inSource);
-    return matrix != nullptr ? matrix->data() : nullptr;
-}
 
 }  // namespace
 
@@ -34,28 +27,38 @@ MacroblockBlocks<kScale>::MacroblockBlocks(const PictureContext& inPicture, BitR
     const DecodingParameters& parameters = inPicture.parameters;
     const QuantiserMatrices& matrices = parameters.matrices;
     const std::uint8_t* const scan =
-        parameters.picture.alternateScan != 0 ? kAlternateScan.data() : kZigzagScan.data();
+        (parameters.picture.alternateScan != 0 ? kAlternateScanByColumns : kZigzagScanByColumns).data();
 
     mIntraLuma = {
-        .dcSizeTable = &tables.dctDcSizeLuminance,
-        .acTable =
-            parameters.constants.intraTableB15 ? &tables.dctCoefficientAlternative : &tables.dctCoefficient,
+        .dcSizeTable = ViewOf(tables.dctDcSizeLuminance),
+        .acTable = ViewOf(parameters.constants.intraTableB15 ? tables.dctCoefficientAlternative
+                                                             : tables.dctCoefficient),
         .scan = scan,
-        .weights = WeightsOf(matrices, matrices.intraLuma),
+        .weights = Weights(matrices.intraLuma, mWeights[0]),
         .dcShift = parameters.constants.dcShift,
     };
     mIntraChroma = mIntraLuma;
-    mIntraChroma.dcSizeTable = &tables.dctDcSizeChrominance;
-    mIntraChroma.weights = WeightsOf(matrices, matrices.intraChroma);
+    mIntraChroma.dcSizeTable = ViewOf(tables.dctDcSizeChrominance);
+    mIntraChroma.weights = Weights(matrices.intraChroma, mWeights[1]);
     mNonIntraLuma = {
-        .firstTable = &tables.dctFirstCoefficient,
-        .acTable = &tables.dctCoefficient,
+        .firstTable = ViewOf(tables.dctFirstCoefficient),
+        .acTable = ViewOf(tables.dctCoefficient),
         .scan = scan,
-        .weights = WeightsOf(matrices, matrices.nonIntraLuma),
+        .weights = Weights(matrices.nonIntraLuma, mWeights[2]),
     };
     mNonIntraChroma = mNonIntraLuma;
-    mNonIntraChroma.weights = WeightsOf(matrices, matrices.nonIntraChroma);
+    mNonIntraChroma.weights = Weights(matrices.nonIntraChroma, mWeights[3]);
     ResetDcPredictors();
+}
+
+// Null stands for 16 everywhere where that is allowed.
+template <DecodeScale kScale>
+const std::uint16_t* MacroblockBlocks<kScale>::Weights(MatrixSource inSource,
+                                                       std::array<std::uint16_t, 64>& outByColumns) const {
+    const QuantiserMatrix* const matrix = mPicture.parameters.matrices.Find(inSource);
+    if (matrix == nullptr) return nullptr;
+    for (std::size_t i = 0; i < 64; ++i) outByColumns[i] = (*matrix)[i % 8 * 8 + i / 8];
+    return outByColumns.data();
 }
 
 template <DecodeScale kScale>
@@ -82,38 +85,55 @@ DecodeStatus MacroblockBlocks<kScale>::DecodeIntra(const MacroblockPosition& inP
 }
 
 template <DecodeScale kScale>
-DecodeStatus MacroblockBlocks<kScale>::DecodeResidual(std::uint32_t inPattern, bool inIsFieldDct,
-                                                      MacroblockResidual& outResidual) {
-    constexpr std::ptrdiff_t kChromaStepBytes = kBlockWidth * sizeof(std::int16_t);
-    constexpr std::ptrdiff_t kLumaStepBytes = 2 * kChromaStepBytes;
-    outResidual = {};
-    if ((inPattern & kPatternAllLuma) != 0) {
-        for (std::size_t block = 0; block < kLumaBlocks; ++block) {
-            const BlockPlace place = PlaceOf(block, inIsFieldDct);
-            if ((inPattern & (kPatternFirstLuma >> block)) == 0) {
-                ClearBlock(mLumaResidual.data(), place);
-                continue;
+DecodeStatus MacroblockBlocks<kScale>::AddResidual(std::uint32_t inPattern,
+                                                   const MacroblockPosition& inPosition, bool inIsFieldDct,
+                                                   const UnpredictedLines& inUnpredicted) {
+    const Target target = TargetAt(inPosition);
+    if (!inUnpredicted.Any()) [[likely]]
+        return AddBlocks(inPattern, target, inIsFieldDct);
+
+    constexpr std::size_t kWidth = 2 * kBlockWidth;
+    constexpr std::size_t kHeight = 2 * kBlockHeight;
+    const std::array<PixelBlock, 3> planes{target.luma, target.cb, target.cr};
+    std::uint8_t kept[3][kHeight][kWidth];
+    const auto forEachLine = [&](auto inWork) {
+        for (std::size_t plane = 0; plane < 3; ++plane) {
+            const std::size_t width = plane == 0 ? kWidth : kWidth / 2;
+            const std::size_t height = plane == 0 ? kHeight : kHeight / 2;
+            for (std::size_t line = 0; line < height; ++line) {
+                std::uint8_t* const samples =
+                    planes[plane].samples + static_cast<std::ptrdiff_t>(line) * planes[plane].step;
+                if (inUnpredicted.Holds(line, height)) inWork(samples, kept[plane][line], width);
             }
-            const DecodeStatus status = DecodeNonIntraBlock(
-                mNonIntraLuma, mLumaResidual.data() + place.line * 2 * kBlockWidth + place.column,
-                place.lineStep * kLumaStepBytes);
-            if (status != DecodeStatus::Ok) return status;
         }
-        outResidual.luma = mLumaResidual.data();
+    };
+    forEachLine([](const std::uint8_t* in, std::uint8_t* out, std::size_t inCount) {
+        std::memcpy(out, in, inCount);
+    });
+    const DecodeStatus status = AddBlocks(inPattern, target, inIsFieldDct);
+    forEachLine([](std::uint8_t* out, const std::uint8_t* in, std::size_t inCount) {
+        std::memcpy(out, in, inCount);
+    });
+    return status;
+}
+
+template <DecodeScale kScale>
+DecodeStatus MacroblockBlocks<kScale>::AddBlocks(std::uint32_t inPattern, const Target& inTarget,
+                                                 bool inIsFieldDct) {
+    for (std::size_t block = 0; block < kLumaBlocks; ++block) {
+        if ((inPattern & (kPatternFirstLuma >> block)) == 0) continue;
+        const BlockPlace place = PlaceOf(block, inIsFieldDct);
+        const DecodeStatus status = AddNonIntraBlock(
+            mNonIntraLuma, inTarget.luma.samples + place.line * inTarget.luma.step + place.column,
+            place.lineStep * inTarget.luma.step);
+        if (status != DecodeStatus::Ok) return status;
     }
     if ((inPattern & kPatternCb) != 0) {
-        const DecodeStatus status =
-            DecodeNonIntraBlock(mNonIntraChroma, mCbResidual.data(), kChromaStepBytes);
+        const DecodeStatus status = AddNonIntraBlock(mNonIntraChroma, inTarget.cb.samples, inTarget.cb.step);
         if (status != DecodeStatus::Ok) return status;
-        outResidual.cb = mCbResidual.data();
     }
-    if ((inPattern & kPatternCr) != 0) {
-        const DecodeStatus status =
-            DecodeNonIntraBlock(mNonIntraChroma, mCrResidual.data(), kChromaStepBytes);
-        if (status != DecodeStatus::Ok) return status;
-        outResidual.cr = mCrResidual.data();
-    }
-    return DecodeStatus::Ok;
+    if ((inPattern & kPatternCr) == 0) return DecodeStatus::Ok;
+    return AddNonIntraBlock(mNonIntraChroma, inTarget.cr.samples, inTarget.cr.step);
 }
 
 template <DecodeScale kScale>
@@ -157,37 +177,23 @@ DecodeStatus MacroblockBlocks<kScale>::DecodeIntraBlock(const IntraBlockCoding& 
                                                         std::int16_t& ioDcPredictor, std::uint8_t* outSamples,
                                                         std::ptrdiff_t inStep) {
     const PrimitiveTable& primitives = mPicture.primitives;
-    BitPosition position = mReader.Position();
-    if (primitives.decodeIntraBlock(position, inCoding, ioDcPredictor, mCoefficients) !=
+    if (primitives.decodeIntraBlock(mReader.Bits(), inCoding, ioDcPredictor, mCoefficients) !=
         PrimitiveStatus::Ok) {
         return DecodeStatus::Failed;
     }
-    mReader.Resume(position);
     const PrimitiveStatus status = (primitives.*Traits::kToPixels)(mCoefficients, outSamples, inStep);
     return status == PrimitiveStatus::Ok ? DecodeStatus::Ok : DecodeStatus::Failed;
 }
 
 template <DecodeScale kScale>
-DecodeStatus MacroblockBlocks<kScale>::DecodeNonIntraBlock(const NonIntraBlockCoding& inCoding,
-                                                           std::int16_t* outSamples,
-                                                           std::ptrdiff_t inStepBytes) {
+DecodeStatus MacroblockBlocks<kScale>::AddNonIntraBlock(const NonIntraBlockCoding& inCoding,
+                                                        std::uint8_t* ioSamples, std::ptrdiff_t inStep) {
     const PrimitiveTable& primitives = mPicture.primitives;
-    BitPosition position = mReader.Position();
-    if (primitives.decodeNonIntraBlock(position, inCoding, mCoefficients) != PrimitiveStatus::Ok) {
+    if (primitives.decodeNonIntraBlock(mReader.Bits(), inCoding, mCoefficients) != PrimitiveStatus::Ok) {
         return DecodeStatus::Failed;
     }
-    mReader.Resume(position);
-    const PrimitiveStatus status = (primitives.*Traits::kToResidual)(mCoefficients, outSamples, inStepBytes);
+    const PrimitiveStatus status = (primitives.*Traits::kAddToPixels)(mCoefficients, ioSamples, inStep);
     return status == PrimitiveStatus::Ok ? DecodeStatus::Ok : DecodeStatus::Failed;
-}
-
-template <DecodeScale kScale>
-void MacroblockBlocks<kScale>::ClearBlock(std::int16_t* outSamples, const BlockPlace& inPlace) {
-    constexpr std::ptrdiff_t kLumaStep = 2 * kBlockWidth;
-    std::int16_t* row = outSamples + inPlace.line * kLumaStep + inPlace.column;
-    for (int y = 0; y < kBlockHeight; ++y, row += inPlace.lineStep * kLumaStep) {
-        std::fill_n(row, kBlockWidth, std::int16_t{0});
-    }
 }
 
 template class MacroblockBlocks<DecodeScale::Full>;

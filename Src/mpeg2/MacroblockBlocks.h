@@ -1,4 +1,4 @@
-// The coded blocks of a macroblock: from their bits to samples of the output picture or to a residual.
+// The coded blocks of a macroblock: from their bits to samples of the output picture.
 #pragma once
 
 #include <array>
@@ -26,8 +26,10 @@ class MacroblockBlocks {
 
     /// Decodes six intra blocks and writes them to the output.
     DecodeStatus DecodeIntra(const MacroblockPosition& inPosition, bool inIsFieldDct);
-    /// Decodes the blocks named by inPattern, a coded_block_pattern. The residual lives until the next call.
-    DecodeStatus DecodeResidual(std::uint32_t inPattern, bool inIsFieldDct, MacroblockResidual& outResidual);
+    /// Decodes the blocks named by inPattern, a coded_block_pattern, and adds them to the prediction that the
+    /// output holds. Lines without one stay as they are.
+    DecodeStatus AddResidual(std::uint32_t inPattern, const MacroblockPosition& inPosition, bool inIsFieldDct,
+                             const UnpredictedLines& inUnpredicted);
     /// Makes the macroblock a saturated red.
     DecodeStatus PaintError(const MacroblockPosition& inPosition) const;
 
@@ -35,7 +37,6 @@ class MacroblockBlocks {
     using Traits = ScaleTraits<kScale>;
     static constexpr int kBlockWidth = Traits::kBlockWidth;
     static constexpr int kBlockHeight = Traits::kBlockHeight;
-    static constexpr std::size_t kBlockSamples = kBlockWidth * kBlockHeight;
     static constexpr std::size_t kLumaBlocks = 4;
 
     // The macroblock's samples in the output.
@@ -55,9 +56,10 @@ class MacroblockBlocks {
     static BlockPlace PlaceOf(std::size_t inLumaBlock, bool inIsFieldDct);
     DecodeStatus DecodeIntraBlock(const IntraBlockCoding& inCoding, std::int16_t& ioDcPredictor,
                                   std::uint8_t* outSamples, std::ptrdiff_t inStep);
-    DecodeStatus DecodeNonIntraBlock(const NonIntraBlockCoding& inCoding, std::int16_t* outSamples,
-                                     std::ptrdiff_t inStepBytes);
-    static void ClearBlock(std::int16_t* outSamples, const BlockPlace& inPlace);
+    DecodeStatus AddNonIntraBlock(const NonIntraBlockCoding& inCoding, std::uint8_t* ioSamples,
+                                  std::ptrdiff_t inStep);
+    DecodeStatus AddBlocks(std::uint32_t inPattern, const Target& inTarget, bool inIsFieldDct);
+    const std::uint16_t* Weights(MatrixSource inSource, std::array<std::uint16_t, 64>& outByColumns) const;
 
     const PictureContext& mPicture;
     BitReader& mReader;
@@ -66,11 +68,9 @@ class MacroblockBlocks {
     NonIntraBlockCoding mNonIntraLuma;
     NonIntraBlockCoding mNonIntraChroma;
     std::array<std::int16_t, 3> mDcPredictors{};
+    std::array<std::array<std::uint16_t, 64>, 4> mWeights;  // of the four kinds of blocks, column by column
 
     CoefficientBlock mCoefficients;
-    alignas(32) std::array<std::int16_t, kLumaBlocks * kBlockSamples> mLumaResidual;
-    alignas(32) std::array<std::int16_t, kBlockSamples> mCbResidual;
-    alignas(32) std::array<std::int16_t, kBlockSamples> mCrResidual;
 };
 
 }  // namespace Vexmora

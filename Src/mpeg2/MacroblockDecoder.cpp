@@ -119,7 +119,8 @@ DecodeStatus MacroblockDecoder<kScale>::ReconstructSkipped() {
         prediction.fromBottomField[0][direction] =
             mPicture.parameters.picture.pictureStructure == kBottomField;
     }
-    return mMotionCompensation.Predict(prediction, mPosition, {});
+    UnpredictedLines unpredicted;
+    return mMotionCompensation.Predict(prediction, mPosition, unpredicted);
 }
 
 template <DecodeScale kScale>
@@ -193,11 +194,11 @@ DecodeStatus MacroblockDecoder<kScale>::DecodeNonIntra(const Modes& inModes, Pre
         !GetCode(mPicture.tables.codedBlockPattern, coded_block_pattern)) {
         return DecodeStatus::Failed;
     }
-    MacroblockResidual residual;
-    const DecodeStatus status =
-        mBlocks.DecodeResidual(static_cast<std::uint32_t>(coded_block_pattern), inModes.isFieldDct, residual);
+    UnpredictedLines unpredicted;
+    const DecodeStatus status = mMotionCompensation.Predict(ioPrediction, mPosition, unpredicted);
     if (status != DecodeStatus::Ok) return status;
-    return mMotionCompensation.Predict(ioPrediction, mPosition, residual);
+    return mBlocks.AddResidual(static_cast<std::uint32_t>(coded_block_pattern), mPosition, inModes.isFieldDct,
+                               unpredicted);
 }
 
 template class MacroblockDecoder<DecodeScale::Full>;

@@ -48,7 +48,7 @@ class MacroblockDecoder {
     DecodeStatus DecodeIntra(const Modes& inModes);
     DecodeStatus DecodeNonIntra(const Modes& inModes, Prediction& ioPrediction);
     bool GetCode(const VlcTable& inTable, std::int32_t& outValue) {
-        return mReader.GetCode(mPicture.primitives, inTable, outValue);
+        return mReader.GetCode(inTable, outValue);
     }
     void MoveTo(std::int64_t inAddress);
 

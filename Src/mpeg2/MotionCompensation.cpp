@@ -26,47 +26,42 @@ template <DecodeScale kScale>
 MotionCompensation<kScale>::MotionCompensation(const PictureContext& inPicture)
     : mPicture(inPicture),
       mLines(LinesOf(inPicture.parameters.picture)),
-      mPitches(PitchesAt(kScale, inPicture.output.pitch)),
-      mPlaneRows(static_cast<std::int32_t>(PlaneMacroblockRows(inPicture.parameters.sequence))) {}
+      mForward(PlanesOf(inPicture.forward)),
+      mBackward(PlanesOf(inPicture.backward)),
+      mOutput(PlanesOf(inPicture.output)) {}
 
 template <DecodeScale kScale>
 DecodeStatus MotionCompensation<kScale>::Predict(const Prediction& inPrediction,
                                                  const MacroblockPosition& inPosition,
-                                                 const MacroblockResidual& inResidual) const {
-    if (mLines == Lines::Frame) return PredictFrameMacroblock(inPrediction, inPosition, inResidual);
-    return PredictFieldMacroblock(inPrediction, inPosition, inResidual);
+                                                 UnpredictedLines& outUnpredicted) const {
+    if (mLines == Lines::Frame) return PredictFrameMacroblock(inPrediction, inPosition, outUnpredicted);
+    return PredictFieldMacroblock(inPrediction, inPosition, outUnpredicted);
 }
 
 template <DecodeScale kScale>
 DecodeStatus MotionCompensation<kScale>::PredictFrameMacroblock(const Prediction& inPrediction,
                                                                 const MacroblockPosition& inPosition,
-                                                                const MacroblockResidual& inResidual) const {
+                                                                UnpredictedLines& outUnpredicted) const {
     if (inPrediction.type == MotionType::Whole) {
         Part part{.halfRow = inPosition.row * 2};
         for (const Direction direction : {kForward, kBackward}) {
             if (!inPrediction.directions[direction]) continue;
-            const YV12Frame& frame = direction == kForward ? mPicture.forward : mPicture.backward;
-            part.sources[part.sourceCount++] = {&frame, Lines::Frame, inPrediction.vectors[0][direction]};
+            part.Add(direction == kForward ? mForward : mBackward, Lines::Frame,
+                     inPrediction.vectors[0][direction]);
         }
-        return PredictPart(part, inPosition, inResidual);
+        return PredictWhole(part, inPosition, outUnpredicted);
     }
-    for (const std::int32_t field : {0, 1}) {
-        const auto vector = static_cast<std::size_t>(field);
+    outUnpredicted.areFields = true;
+    for (const std::size_t field : {0U, 1U}) {
         const Lines lines = FieldLines(field == 1);
-        Part part{.lines = lines,
-                  .halfRow = inPosition.row,
-                  .isHalf = true,
-                  .firstResidualLine = field,
-                  .residualLineStep = 2};
+        Part part{.lines = lines, .halfRow = inPosition.row, .isHalf = true};
         if (inPrediction.type == MotionType::DualPrime) {
-            part.sources = {
-                Source{&mPicture.forward, lines, inPrediction.vectors[0][kForward]},
-                Source{&mPicture.forward, OtherField(lines), inPrediction.dualPrimeVectors[vector]}};
-            part.sourceCount = 2;
+            part.Add(mForward, lines, inPrediction.vectors[0][kForward]);
+            part.Add(mForward, OtherField(lines), inPrediction.dualPrimeVectors[field]);
         } else {
-            AddFieldSources(inPrediction, vector, part);
+            AddFieldSources(inPrediction, field, part);
         }
-        const DecodeStatus status = PredictPart(part, inPosition, inResidual);
+        const DecodeStatus status = PredictPart(part, inPosition, outUnpredicted.parts[field]);
         if (status != DecodeStatus::Ok) return status;
     }
     return DecodeStatus::Ok;
@@ -75,26 +70,23 @@ DecodeStatus MotionCompensation<kScale>::PredictFrameMacroblock(const Prediction
 template <DecodeScale kScale>
 DecodeStatus MotionCompensation<kScale>::PredictFieldMacroblock(const Prediction& inPrediction,
                                                                 const MacroblockPosition& inPosition,
-                                                                const MacroblockResidual& inResidual) const {
-    Part part{.lines = mLines, .halfRow = inPosition.row * 2};
-    if (inPrediction.type == MotionType::DualPrime) {
-        const Lines other = OtherField(mLines);
-        part.sources = {Source{&mPicture.forward, mLines, inPrediction.vectors[0][kForward]},
-                        Source{&ForwardField(other), other, inPrediction.dualPrimeVectors[0]}};
-        part.sourceCount = 2;
-        return PredictPart(part, inPosition, inResidual);
+                                                                UnpredictedLines& outUnpredicted) const {
+    if (inPrediction.type != MotionType::Halves) {
+        Part part{.lines = mLines, .halfRow = inPosition.row * 2};
+        if (inPrediction.type == MotionType::DualPrime) {
+            const Lines other = OtherField(mLines);
+            part.Add(mForward, mLines, inPrediction.vectors[0][kForward]);
+            part.Add(ForwardField(other), other, inPrediction.dualPrimeVectors[0]);
+        } else {
+            AddFieldSources(inPrediction, 0, part);
+        }
+        return PredictWhole(part, inPosition, outUnpredicted);
     }
-    if (inPrediction.type == MotionType::Whole) {
-        AddFieldSources(inPrediction, 0, part);
-        return PredictPart(part, inPosition, inResidual);
-    }
-    part.isHalf = true;
-    for (const std::int32_t half : {0, 1}) {
-        part.halfRow = inPosition.row * 2 + half;
-        part.firstResidualLine = half * Traits::kBlockHeight;
-        part.sourceCount = 0;
-        AddFieldSources(inPrediction, static_cast<std::size_t>(half), part);
-        const DecodeStatus status = PredictPart(part, inPosition, inResidual);
+    for (const std::size_t half : {0U, 1U}) {
+        Part part{
+            .lines = mLines, .halfRow = inPosition.row * 2 + static_cast<std::int32_t>(half), .isHalf = true};
+        AddFieldSources(inPrediction, half, part);
+        const DecodeStatus status = PredictPart(part, inPosition, outUnpredicted.parts[half]);
         if (status != DecodeStatus::Ok) return status;
     }
     return DecodeStatus::Ok;
@@ -106,52 +98,62 @@ void MotionCompensation<kScale>::AddFieldSources(const Prediction& inPrediction,
     for (const Direction direction : {kForward, kBackward}) {
         if (!inPrediction.directions[direction]) continue;
         const Lines field = FieldLines(inPrediction.fromBottomField[inVector][direction]);
-        const YV12Frame& frame = direction == kForward ? ForwardField(field) : mPicture.backward;
-        ioPart.sources[ioPart.sourceCount++] = {&frame, field, inPrediction.vectors[inVector][direction]};
+        ioPart.Add(direction == kForward ? ForwardField(field) : mBackward, field,
+                   inPrediction.vectors[inVector][direction]);
     }
 }
 
 // The second field of a P frame is predicted from the first one, too, which is already in the output.
 template <DecodeScale kScale>
-const YV12Frame& MotionCompensation<kScale>::ForwardField(Lines inField) const {
+auto MotionCompensation<kScale>::ForwardField(Lines inField) const -> const FramePlanesByLines& {
     const bool isFirstFieldOfFrame = mPicture.parameters.secondField && mLines != Lines::Frame &&
                                      inField != mLines &&
                                      mPicture.parameters.picture.pictureCodingType == kPictureTypeP;
-    return isFirstFieldOfFrame ? mPicture.output : mPicture.forward;
+    return isFirstFieldOfFrame ? mOutput : mForward;
 }
 
 template <DecodeScale kScale>
 DecodeStatus MotionCompensation<kScale>::CopySkipped(const MacroblockPosition& inPosition) const {
-    if (!mPicture.forward.HasPlanes()) return DecodeStatus::Failed;
+    const Part part{.lines = mLines, .halfRow = inPosition.row * 2};
+    const Planes& sources = mForward[static_cast<std::size_t>(mLines)];
+    const Planes& targets = mOutput[static_cast<std::size_t>(mLines)];
+    if (!HasPlanes(sources)) return DecodeStatus::Failed;
     for (const Component component : {kLuma, kCb, kCr}) {
-        const Plane source = PlaneOf(mPicture.forward, mLines, component);
-        const Plane target = PlaneOf(mPicture.output, mLines, component);
+        const Plane& source = sources[component];
+        const Plane& target = targets[component];
         if (source.samples == target.samples) continue;  // a picture that stands in for its own reference
-        const std::int32_t blocks = component == kLuma ? 2 : 1;
-        const std::int32_t width = blocks * Traits::kBlockWidth;
-        const std::int32_t height = blocks * Traits::kBlockHeight;
-        const std::ptrdiff_t offset = inPosition.row * height * source.step + inPosition.column * width;
-        const PrimitiveStatus status = mPicture.primitives.copyBlock(
-            source.samples + offset, source.step, target.samples + offset, target.step, width, height);
+        const Area area = AreaOf(component, part, inPosition);
+        const std::ptrdiff_t offset = area.y * source.step + area.x;
+        const PrimitiveStatus status =
+            mPicture.primitives.copyBlock(source.samples + offset, source.step, target.samples + offset,
+                                          target.step, area.width, area.height);
         if (status != PrimitiveStatus::Ok) return DecodeStatus::Failed;
     }
     return DecodeStatus::Ok;
 }
 
 template <DecodeScale kScale>
+DecodeStatus MotionCompensation<kScale>::PredictWhole(const Part& inPart,
+                                                      const MacroblockPosition& inPosition,
+                                                      UnpredictedLines& outUnpredicted) const {
+    const DecodeStatus status = PredictPart(inPart, inPosition, outUnpredicted.parts[0]);
+    outUnpredicted.parts[1] = outUnpredicted.parts[0];
+    return status;
+}
+
+template <DecodeScale kScale>
 DecodeStatus MotionCompensation<kScale>::PredictPart(const Part& inPart, const MacroblockPosition& inPosition,
-                                                     const MacroblockResidual& inResidual) const {
+                                                     bool& outIsUnpredicted) const {
+    outIsUnpredicted = true;
     if (inPart.sourceCount == 0) return DecodeStatus::Ok;
     References references;
     for (std::size_t source = 0; source < inPart.sourceCount; ++source) {
-        if (!inPart.sources[source].frame->HasPlanes()) return DecodeStatus::Failed;
+        if (!HasPlanes(*inPart.sources[source].planes)) return DecodeStatus::Failed;
         if (!Locate(inPart.sources[source], inPart, inPosition, references[source])) return DecodeStatus::Ok;
     }
-    const std::array<const std::int16_t*, kComponents> residuals{inResidual.luma, inResidual.cb,
-                                                                 inResidual.cr};
+    outIsUnpredicted = false;
     for (const Component component : {kLuma, kCb, kCr}) {
-        const DecodeStatus status =
-            WriteBlock(component, inPart, inPosition, references, residuals[component]);
+        const DecodeStatus status = WriteBlock(component, inPart, inPosition, references);
         if (status != DecodeStatus::Ok) return status;
     }
     return DecodeStatus::Ok;
@@ -161,13 +163,13 @@ DecodeStatus MotionCompensation<kScale>::PredictPart(const Part& inPart, const M
 template <DecodeScale kScale>
 bool MotionCompensation<kScale>::Locate(const Source& inSource, const Part& inPart,
                                         const MacroblockPosition& inPosition,
-                                        std::array<ReferenceBlock, kComponents>& outBlocks) const {
+                                        std::array<ReferenceBlock, kComponents>& outBlocks) {
     const MotionVector lumaVector = ScaleVector<kScale>(inSource.vector);
     for (const Component component : {kLuma, kCb, kCr}) {
         const MotionVector vector = component == kLuma ? lumaVector : ChromaVector(lumaVector);
-        const Plane plane = PlaneOf(*inSource.frame, inSource.lines, component);
+        const Plane& plane = (*inSource.planes)[component];
         const Area area = AreaOf(component, inPart, inPosition);
-        const std::ptrdiff_t firstLine = inSource.lines == Lines::BottomField ? plane.step / 2 : 0;
+        const std::ptrdiff_t firstLine = inSource.isBottomField ? plane.step / 2 : 0;
         const std::ptrdiff_t offset =
             firstLine + (area.y + (vector.y >> 1)) * plane.step + area.x + (vector.x >> 1);
         if (offset < 0) return false;
@@ -184,30 +186,19 @@ bool MotionCompensation<kScale>::Locate(const Source& inSource, const Part& inPa
 template <DecodeScale kScale>
 DecodeStatus MotionCompensation<kScale>::WriteBlock(Component inComponent, const Part& inPart,
                                                     const MacroblockPosition& inPosition,
-                                                    const References& inReferences,
-                                                    const std::int16_t* inResidual) const {
-    const Plane plane = PlaneOf(mPicture.output, inPart.lines, inComponent);
+                                                    const References& inReferences) const {
+    const Plane& plane = mOutput[static_cast<std::size_t>(inPart.lines)][inComponent];
     const Area area = AreaOf(inComponent, inPart, inPosition);
     const PixelBlock pixels{plane.samples + area.y * plane.step + area.x, plane.step};
-    ResidualBlock residual;
-    if (inResidual != nullptr) {
-        // Chroma has half the lines of luma; a field begins in line 1 of both.
-        const std::int32_t line = inComponent == kLuma || inPart.residualLineStep != 1
-                                      ? inPart.firstResidualLine
-                                      : inPart.firstResidualLine / 2;
-        residual.samples = inResidual + line * area.width;
-        residual.stepBytes =
-            area.width * inPart.residualLineStep * static_cast<std::ptrdiff_t>(sizeof *inResidual);
-    }
     const BlockSize size = inComponent == kLuma
                                ? (inPart.isHalf ? Traits::kHalfLuma : Traits::kWholeLuma)
                                : (inPart.isHalf ? Traits::kHalfChroma : Traits::kWholeChroma);
     const auto index = static_cast<std::size_t>(size);
     const ReferenceBlock& first = inReferences[0][inComponent];
     const PrimitiveStatus status = inPart.sourceCount == 1
-                                       ? mPicture.primitives.predictBlock[index](first, residual, pixels)
+                                       ? mPicture.primitives.predictBlock[index](first, {}, pixels)
                                        : mPicture.primitives.predictBlockBidirectional[index](
-                                             first, inReferences[1][inComponent], residual, pixels);
+                                             first, inReferences[1][inComponent], {}, pixels);
     return status == PrimitiveStatus::Ok ? DecodeStatus::Ok : DecodeStatus::Failed;
 }
 
@@ -222,18 +213,30 @@ auto MotionCompensation<kScale>::AreaOf(Component inComponent, const Part& inPar
 }
 
 template <DecodeScale kScale>
-auto MotionCompensation<kScale>::PlaneOf(const YV12Frame& inFrame, Lines inLines, Component inComponent) const
-    -> Plane {
-    const std::array<std::uint8_t*, kComponents> planes{inFrame.luma, inFrame.cb, inFrame.cr};
-    const std::int32_t blocks = inComponent == kLuma ? 2 : 1;
-    Plane plane{planes[inComponent], inComponent == kLuma ? mPitches.luma : mPitches.chroma,
-                mPicture.MacroblockColumns() * blocks * Traits::kBlockWidth,
-                mPlaneRows * blocks * Traits::kBlockHeight};
-    if (inLines == Lines::Frame) return plane;
-    if (inLines == Lines::BottomField) plane.samples += plane.step;
-    plane.step *= 2;
-    plane.height /= 2;
-    return plane;
+auto MotionCompensation<kScale>::PlanesOf(const YV12Frame& inFrame) const -> FramePlanesByLines {
+    if (!inFrame.HasPlanes()) return {};
+    const PlanePitches pitches = PitchesAt(kScale, inFrame.pitch);
+    const auto rows = static_cast<std::int32_t>(PlaneMacroblockRows(mPicture.parameters.sequence));
+    const auto plane = [&](std::uint8_t* inSamples, std::ptrdiff_t inPitch, std::int32_t inBlocks) {
+        return Plane{inSamples, inPitch, mPicture.MacroblockColumns() * inBlocks * Traits::kBlockWidth,
+                     rows * inBlocks * Traits::kBlockHeight};
+    };
+    const auto fieldOf = [](Planes ioPlanes, bool inIsBottom) {
+        for (Plane& field : ioPlanes) {
+            if (inIsBottom) field.samples += field.step;
+            field.step *= 2;
+            field.height /= 2;
+        }
+        return ioPlanes;
+    };
+    const Planes frame{plane(inFrame.luma, pitches.luma, 2), plane(inFrame.cb, pitches.chroma, 1),
+                       plane(inFrame.cr, pitches.chroma, 1)};
+    return {frame, fieldOf(frame, false), fieldOf(frame, true)};  // in the order of Lines
+}
+
+template <DecodeScale kScale>
+bool MotionCompensation<kScale>::HasPlanes(const Planes& inPlanes) {
+    return inPlanes[kLuma].samples != nullptr;
 }
 
 template class MotionCompensation<DecodeScale::Full>;

@@ -11,12 +11,16 @@
 
 namespace Vexmora {
 
-/// What is added to the prediction of a macroblock. The samples of each plane lie without gaps; a plane
-/// without any has a null pointer.
-struct MacroblockResidual {
-    const std::int16_t* luma = nullptr;
-    const std::int16_t* cb = nullptr;
-    const std::int16_t* cr = nullptr;
+/// Lines of a macroblock that no prediction could be formed for: in halves, or one field's in a frame.
+struct UnpredictedLines {
+    std::array<bool, 2> parts{};
+    bool areFields = false;
+
+    bool Any() const { return parts[0] || parts[1]; }
+    /// Whether line inLine of inHeight ones is among them.
+    bool Holds(std::size_t inLine, std::size_t inHeight) const {
+        return parts[areFields ? inLine % 2 : inLine * 2 / inHeight];
+    }
 };
 
 /// Predicts the macroblocks of one picture at one scale. A block that would begin before its reference plane
@@ -29,16 +33,29 @@ class MotionCompensation {
     /// Predicts and writes the macroblock at inPosition, which lies in the picture. Failed if a reference is
     /// missing.
     DecodeStatus Predict(const Prediction& inPrediction, const MacroblockPosition& inPosition,
-                         const MacroblockResidual& inResidual) const;
+                         UnpredictedLines& outUnpredicted) const;
     /// Writes a skipped macroblock of a P picture. Failed if the reference is missing.
     DecodeStatus CopySkipped(const MacroblockPosition& inPosition) const;
 
   private:
     using Traits = ScaleTraits<kScale>;
+    // One plane of a frame or of a field of it, in samples.
+    struct Plane {
+        std::uint8_t* samples;
+        std::ptrdiff_t step;
+        std::int32_t width;
+        std::int32_t height;
+    };
+    enum Component : std::size_t { kLuma, kCb, kCr };
+    static constexpr std::size_t kComponents = 3;
+    // The planes of a frame, or of one of its fields.
+    using Planes = std::array<Plane, kComponents>;
+    // A frame's planes, indexed by Lines.
+    using FramePlanesByLines = std::array<Planes, 3>;
     // One piece of a reference that a block is predicted from.
     struct Source {
-        const YV12Frame* frame = nullptr;
-        Lines lines = Lines::Frame;
+        const Planes* planes = nullptr;
+        bool isBottomField = false;
         MotionVector vector;
     };
     // A part of the macroblock that is predicted as one block a plane.
@@ -47,18 +64,13 @@ class MotionCompensation {
         // First line, counted in those lines, in halves of a macroblock.
         std::int32_t halfRow = 0;
         bool isHalf = false;
-        // The part's place in the residual of the macroblock.
-        std::int32_t firstResidualLine = 0;
-        std::int32_t residualLineStep = 1;
         std::array<Source, 2> sources{};
         std::size_t sourceCount = 0;
-    };
-    // One plane of a frame or of a field of it, in samples.
-    struct Plane {
-        std::uint8_t* samples;
-        std::ptrdiff_t step;
-        std::int32_t width;
-        std::int32_t height;
+
+        void Add(const FramePlanesByLines& inFrame, Lines inLines, const MotionVector& inVector) {
+            sources[sourceCount++] = {&inFrame[static_cast<std::size_t>(inLines)],
+                                      inLines == Lines::BottomField, inVector};
+        }
     };
     // A block in a plane, in samples and lines of the plane.
     struct Area {
@@ -67,30 +79,32 @@ class MotionCompensation {
         std::int32_t width;
         std::int32_t height;
     };
-    enum Component : std::size_t { kLuma, kCb, kCr };
-    static constexpr std::size_t kComponents = 3;
     using References = std::array<std::array<ReferenceBlock, kComponents>, 2>;
 
     DecodeStatus PredictFrameMacroblock(const Prediction& inPrediction, const MacroblockPosition& inPosition,
-                                        const MacroblockResidual& inResidual) const;
+                                        UnpredictedLines& outUnpredicted) const;
     DecodeStatus PredictFieldMacroblock(const Prediction& inPrediction, const MacroblockPosition& inPosition,
-                                        const MacroblockResidual& inResidual) const;
+                                        UnpredictedLines& outUnpredicted) const;
     void AddFieldSources(const Prediction& inPrediction, std::size_t inVector, Part& ioPart) const;
-    const YV12Frame& ForwardField(Lines inField) const;
+    const FramePlanesByLines& ForwardField(Lines inField) const;
 
+    DecodeStatus PredictWhole(const Part& inPart, const MacroblockPosition& inPosition,
+                              UnpredictedLines& outUnpredicted) const;
     DecodeStatus PredictPart(const Part& inPart, const MacroblockPosition& inPosition,
-                             const MacroblockResidual& inResidual) const;
-    bool Locate(const Source& inSource, const Part& inPart, const MacroblockPosition& inPosition,
-                std::array<ReferenceBlock, kComponents>& outBlocks) const;
+                             bool& outIsUnpredicted) const;
+    static bool Locate(const Source& inSource, const Part& inPart, const MacroblockPosition& inPosition,
+                       std::array<ReferenceBlock, kComponents>& outBlocks);
     DecodeStatus WriteBlock(Component inComponent, const Part& inPart, const MacroblockPosition& inPosition,
-                            const References& inReferences, const std::int16_t* inResidual) const;
+                            const References& inReferences) const;
     static Area AreaOf(Component inComponent, const Part& inPart, const MacroblockPosition& inPosition);
-    Plane PlaneOf(const YV12Frame& inFrame, Lines inLines, Component inComponent) const;
+    FramePlanesByLines PlanesOf(const YV12Frame& inFrame) const;
+    static bool HasPlanes(const Planes& inPlanes);
 
     const PictureContext& mPicture;
     const Lines mLines;
-    const PlanePitches mPitches;
-    const std::int32_t mPlaneRows;  // of macroblocks
+    const FramePlanesByLines mForward;
+    const FramePlanesByLines mBackward;
+    const FramePlanesByLines mOutput;
 };
 
 }  // namespace Vexmora

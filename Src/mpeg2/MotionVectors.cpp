@@ -59,7 +59,7 @@ DecodeStatus MotionVectorDecoder::DecodeComponent(std::uint32_t inFCode, std::in
                                                   std::int16_t& outComponent) {
     if (inFCode == 0) return DecodeStatus::InvalidData;  // no header gave one
     std::int32_t motion_code = 0;
-    if (!mReader.GetCode(mPicture.primitives, mPicture.tables.motionCode, motion_code)) {
+    if (!mReader.GetCode(mPicture.tables.motionCode, motion_code)) {
         return DecodeStatus::Failed;
     }
     const std::uint32_t r_size = inFCode - 1;

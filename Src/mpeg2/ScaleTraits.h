@@ -20,7 +20,8 @@ struct ScaleTraits<DecodeScale::Full> {
     static constexpr BlockSize kHalfLuma = BlockSize::k16x8;
     static constexpr BlockSize kHalfChroma = BlockSize::k8x4;
     static constexpr TransformToPixels PrimitiveTable::*kToPixels = &PrimitiveTable::inverseDctToPixels;
-    static constexpr TransformToResidual PrimitiveTable::*kToResidual = &PrimitiveTable::inverseDctToResidual;
+    static constexpr TransformAddToPixels PrimitiveTable::*kAddToPixels =
+        &PrimitiveTable::inverseDctAddToPixels;
 };
 
 template <>
@@ -32,8 +33,8 @@ struct ScaleTraits<DecodeScale::HalfWidth> {
     static constexpr BlockSize kHalfLuma = BlockSize::k8x8;
     static constexpr BlockSize kHalfChroma = BlockSize::k4x4;
     static constexpr TransformToPixels PrimitiveTable::*kToPixels = &PrimitiveTable::reducedIdctToPixels;
-    static constexpr TransformToResidual PrimitiveTable::*kToResidual =
-        &PrimitiveTable::reducedIdctToResidual;
+    static constexpr TransformAddToPixels PrimitiveTable::*kAddToPixels =
+        &PrimitiveTable::reducedIdctAddToPixels;
 };
 
 template <>
@@ -45,8 +46,8 @@ struct ScaleTraits<DecodeScale::Quarter> {
     static constexpr BlockSize kHalfLuma = BlockSize::k8x4;
     static constexpr BlockSize kHalfChroma = BlockSize::k4x2;
     static constexpr TransformToPixels PrimitiveTable::*kToPixels = &PrimitiveTable::quarterIdctToPixels;
-    static constexpr TransformToResidual PrimitiveTable::*kToResidual =
-        &PrimitiveTable::quarterIdctToResidual;
+    static constexpr TransformAddToPixels PrimitiveTable::*kAddToPixels =
+        &PrimitiveTable::quarterIdctAddToPixels;
 };
 
 }  // namespace Vexmora

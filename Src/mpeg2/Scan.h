@@ -2,6 +2,7 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 
 namespace Vexmora {
@@ -31,6 +32,17 @@ constexpr bool VisitsAllPositions(const ScanOrder& inScan) {
     for (const std::uint8_t position : inScan) visited |= std::uint64_t{1} << position;
     return visited == ~std::uint64_t{0};
 }
+/// The same order for coefficients that lie column by column.
+constexpr ScanOrder ByColumns(const ScanOrder& inScan) {
+    ScanOrder scan{};
+    for (std::size_t i = 0; i < scan.size(); ++i) {
+        scan[i] = static_cast<std::uint8_t>(inScan[i] % 8 * 8 + inScan[i] / 8);
+    }
+    return scan;
+}
+inline constexpr ScanOrder kZigzagScanByColumns = ByColumns(kZigzagScan);
+inline constexpr ScanOrder kAlternateScanByColumns = ByColumns(kAlternateScan);
+
 static_assert(VisitsAllPositions(kZigzagScan) && VisitsAllPositions(kAlternateScan));
 
 }  // namespace Vexmora

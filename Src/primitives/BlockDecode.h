@@ -9,19 +9,20 @@ namespace Vexmora {
 
 /// The dequantised coefficients of one block of 8 x 8.
 struct CoefficientBlock {
-    /// Row by row, each -2048 to 2047.
+    /// Column by column, so that vertical frequencies lie side by side; each -2048 to 2047.
     alignas(32) std::int16_t values[64];
-    /// Bit p is clear only if values[p] is 0: transforms pass over what is clear.
-    std::uint64_t nonZero;
+    /// The bitwise or of the positions of all values that are not 0, but for what mismatch control does to
+    /// the last one: 0 says that the DC coefficient stands alone.
+    std::uint32_t reach;
 };
 
 /// How intra blocks of one component are coded. All pointers are borrowed.
 struct IntraBlockCoding {
-    const VlcTable* dcSizeTable = nullptr;
-    const RunLevelTable* acTable = nullptr;
-    /// 64 raster positions in coding order.
+    VlcTableView<VlcEntry> dcSizeTable;
+    VlcTableView<RunLevelEntry> acTable;
+    /// The positions of the 64 coefficients in coding order, counted column by column.
     const std::uint8_t* scan = nullptr;
-    /// 64 weights in raster order.
+    /// 64 weights, column by column.
     const std::uint16_t* weights = nullptr;
     /// quantiser_scale, 0 to 112.
     std::int32_t quantiserScale = 0;
@@ -32,8 +33,8 @@ struct IntraBlockCoding {
 /// The same for non-intra blocks.
 struct NonIntraBlockCoding {
     /// For the first coefficient of a block.
-    const RunLevelTable* firstTable = nullptr;
-    const RunLevelTable* acTable = nullptr;
+    VlcTableView<RunLevelEntry> firstTable;
+    VlcTableView<RunLevelEntry> acTable;
     const std::uint8_t* scan = nullptr;
     /// Null means 16 everywhere.
     const std::uint16_t* weights = nullptr;

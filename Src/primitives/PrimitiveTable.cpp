@@ -2,6 +2,7 @@
 #include "primitives/PrimitiveTable.h"
 
 #include "primitives/Variant.h"
+#include "primitives/avx/Avx.h"
 #include "primitives/avx2/Avx2.h"
 #include "primitives/portable/Portable.h"
 #include "primitives/sse2/Sse2.h"
@@ -9,29 +10,27 @@
 namespace Vexmora {
 namespace {
 
+#define VEXMORA_SIZE(inFunction, inWidth, inHeight) inFunction<inWidth, inHeight>,
+
 constexpr PrimitiveTable kPortable{
     .findStartCodePrefix = FindStartCodePrefix_Portable,
     .swapWords = SwapWords_Portable,
-    .decodeVlcSymbol = DecodeVlcSymbol_Portable,
     .decodeIntraBlock = DecodeIntraBlock_Portable,
     .decodeNonIntraBlock = DecodeNonIntraBlock_Portable,
     .inverseDctToPixels = InverseDctToPixels_Portable,
+    .inverseDctAddToPixels = InverseDctAddToPixels_Portable,
     .inverseDctToResidual = InverseDctToResidual_Portable,
     .reducedIdctToPixels = ReducedIdctToPixels_Portable,
+    .reducedIdctAddToPixels = ReducedIdctAddToPixels_Portable,
     .reducedIdctToResidual = ReducedIdctToResidual_Portable,
     .quarterIdctToPixels = QuarterIdctToPixels_Portable,
+    .quarterIdctAddToPixels = QuarterIdctAddToPixels_Portable,
     .quarterIdctToResidual = QuarterIdctToResidual_Portable,
     .copyBlock = CopyBlock_Portable,
     .copyBytes = CopyBytes_Portable,
     .fillBlock = FillBlock_Portable,
-    .predictBlock = {PredictBlock_Portable<16, 16>, PredictBlock_Portable<16, 8>,
-                     PredictBlock_Portable<8, 16>, PredictBlock_Portable<8, 8>, PredictBlock_Portable<8, 4>,
-                     PredictBlock_Portable<4, 8>, PredictBlock_Portable<4, 4>, PredictBlock_Portable<4, 2>},
-    .predictBlockBidirectional =
-        {PredictBlockBidirectional_Portable<16, 16>, PredictBlockBidirectional_Portable<16, 8>,
-         PredictBlockBidirectional_Portable<8, 16>, PredictBlockBidirectional_Portable<8, 8>,
-         PredictBlockBidirectional_Portable<8, 4>, PredictBlockBidirectional_Portable<4, 8>,
-         PredictBlockBidirectional_Portable<4, 4>, PredictBlockBidirectional_Portable<4, 2>},
+    .predictBlock = {VEXMORA_FOR_BLOCK_SIZES(VEXMORA_SIZE, PredictBlock_Portable)},
+    .predictBlockBidirectional = {VEXMORA_FOR_BLOCK_SIZES(VEXMORA_SIZE, PredictBlockBidirectional_Portable)},
 };
 
 #if defined(__x86_64__)
@@ -39,13 +38,33 @@ constexpr PrimitiveTable kPortable{
 constexpr PrimitiveTable MakeSse2() {
     PrimitiveTable table = kPortable;
     table.findStartCodePrefix = FindStartCodePrefix_Sse2;
+    table.inverseDctToPixels = InverseDctToPixels_Sse2;
+    table.inverseDctAddToPixels = InverseDctAddToPixels_Sse2;
+    table.inverseDctToResidual = InverseDctToResidual_Sse2;
+    table.predictBlock = {VEXMORA_FOR_BLOCK_SIZES(VEXMORA_SIZE, PredictBlock_Sse2)};
+    table.predictBlockBidirectional = {VEXMORA_FOR_BLOCK_SIZES(VEXMORA_SIZE, PredictBlockBidirectional_Sse2)};
+    return table;
+}
+
+constexpr PrimitiveTable MakeAvx() {
+    PrimitiveTable table = MakeSse2();
+    table.inverseDctToPixels = InverseDctToPixels_Avx;
+    table.inverseDctAddToPixels = InverseDctAddToPixels_Avx;
+    table.inverseDctToResidual = InverseDctToResidual_Avx;
+    table.predictBlock = {VEXMORA_FOR_BLOCK_SIZES(VEXMORA_SIZE, PredictBlock_Avx)};
+    table.predictBlockBidirectional = {VEXMORA_FOR_BLOCK_SIZES(VEXMORA_SIZE, PredictBlockBidirectional_Avx)};
     return table;
 }
 
 constexpr PrimitiveTable MakeAvx2() {
-    PrimitiveTable table = MakeSse2();
+    PrimitiveTable table = MakeAvx();
     table.findStartCodePrefix = FindStartCodePrefix_Avx2;
     table.swapWords = SwapWords_Avx2;
+    table.decodeIntraBlock = DecodeIntraBlock_Avx2;
+    table.decodeNonIntraBlock = DecodeNonIntraBlock_Avx2;
+    table.inverseDctToPixels = InverseDctToPixels_Avx2;
+    table.inverseDctAddToPixels = InverseDctAddToPixels_Avx2;
+    table.inverseDctToResidual = InverseDctToResidual_Avx2;
     return table;
 }
 
@@ -53,8 +72,8 @@ constexpr PrimitiveTable kSse2 = MakeSse2();
 
 // Table 3 also serves processors of table 4 and 5 when its code is asked for, and those may lack MOVBE:
 // nothing in it may use that instruction.
-constexpr std::array<PrimitiveTable, kTableCount> kTables{kSse2, kSse2, kSse2,     kSse2,
-                                                          kSse2, kSse2, MakeAvx2()};
+constexpr std::array<PrimitiveTable, kTableCount> kTables{kSse2, kSse2,     kSse2,     kSse2,
+                                                          kSse2, MakeAvx(), MakeAvx2()};
 
 #else
 

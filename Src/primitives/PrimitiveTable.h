@@ -5,17 +5,19 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "primitives/BitPosition.h"
+#include "primitives/BitWindow.h"
 #include "primitives/BlockDecode.h"
 #include "primitives/Prediction.h"
 #include "primitives/PrimitiveStatus.h"
-#include "primitives/VlcTable.h"
 
 namespace Vexmora {
 
 /// An 8 x 8 inverse transform, or a reduced one, into pixels that are clipped to 0..255; step in bytes.
 using TransformToPixels = PrimitiveStatus (*)(const CoefficientBlock& inBlock, std::uint8_t* outPixels,
                                               std::ptrdiff_t inStep);
+/// The same on top of pixels; the sums are clipped.
+using TransformAddToPixels = PrimitiveStatus (*)(const CoefficientBlock& inBlock, std::uint8_t* ioPixels,
+                                                 std::ptrdiff_t inStep);
 /// The same into a residual, unclipped.
 using TransformToResidual = PrimitiveStatus (*)(const CoefficientBlock& inBlock, std::int16_t* outResidual,
                                                 std::ptrdiff_t inStepBytes);
@@ -38,28 +40,27 @@ struct PrimitiveTable {
     /// Reverses the four bytes of each of inWords words from ioBytes on; no alignment is needed.
     void (*swapWords)(std::uint8_t* ioBytes, std::size_t inWords);
 
-    /// Decodes one code and moves behind it. BadCode if the table has no such code, OutOfData if it ends
-    /// behind the data; position and value are then left as they were.
-    PrimitiveStatus (*decodeVlcSymbol)(BitPosition& ioPosition, const VlcTable& inTable,
-                                       std::int32_t& outValue);
-
     /// Decodes an intra block: DC differential, run-level codes up to the end of block, inverse scan and
     /// quantisation, saturation, mismatch control (ISO/IEC 13818-2, 7.2 to 7.4). Any failure (BadCode,
-    /// TooManyCoefficients, OutOfData) leaves position and predictor as they were and the block undefined.
-    PrimitiveStatus (*decodeIntraBlock)(BitPosition& ioPosition, const IntraBlockCoding& inCoding,
+    /// TooManyCoefficients, OutOfData) leaves place and predictor as they were and the block undefined.
+    PrimitiveStatus (*decodeIntraBlock)(BitWindow& ioBits, const IntraBlockCoding& inCoding,
                                         std::int16_t& ioDcPredictor, CoefficientBlock& outBlock);
     /// The same for a non-intra block, all of whose coefficients are run-level codes.
-    PrimitiveStatus (*decodeNonIntraBlock)(BitPosition& ioPosition, const NonIntraBlockCoding& inCoding,
+    PrimitiveStatus (*decodeNonIntraBlock)(BitWindow& ioBits, const NonIntraBlockCoding& inCoding,
                                            CoefficientBlock& outBlock);
 
-    /// The inverse 8 x 8 transform (7.5), with the accuracy of Annex A. Coefficients are -2048 to 2047.
+    /// The inverse 8 x 8 transform (7.5), with the accuracy of Annex A and better. Coefficients are -2048 to
+    /// 2047.
     TransformToPixels inverseDctToPixels;
+    TransformAddToPixels inverseDctAddToPixels;
     TransformToResidual inverseDctToResidual;
     /// Its values at columns 0, 2, 4, 6, from coefficient columns 0 to 3: 4 wide, 8 rows.
     TransformToPixels reducedIdctToPixels;
+    TransformAddToPixels reducedIdctAddToPixels;
     TransformToResidual reducedIdctToResidual;
     /// The rows 0, 2, 4, 6 of that: 4 x 4.
     TransformToPixels quarterIdctToPixels;
+    TransformAddToPixels quarterIdctAddToPixels;
     TransformToResidual quarterIdctToResidual;
 
     /// Copies an area of bytes to one that does not overlap it.

@@ -56,10 +56,7 @@ bool AddCode(ListReader& ioReader, std::uint32_t inBits, std::int32_t inLength,
     const std::int32_t run = ioReader.Next();
     const std::int32_t level = ioReader.Next();
     const auto add = [&](std::uint32_t inWholeCode, std::int32_t inWholeLength, std::int32_t inSignedLevel) {
-        ioCodes.push_back({inWholeCode,
-                           inWholeLength,
-                           {static_cast<std::int16_t>(inSignedLevel), static_cast<std::uint8_t>(run),
-                            static_cast<std::int8_t>(inWholeLength)}});
+        ioCodes.push_back({inWholeCode, inWholeLength, MakeRunLevelEntry(run, inSignedLevel, inWholeLength)});
     };
     if (run == kRunEndOfBlock || run == kRunEscape) {
         add(inBits, inLength, 0);
@@ -98,8 +95,13 @@ void SetLink(std::size_t inIndex, std::int32_t inBits, VlcEntry& outEntry) {
     outEntry = {static_cast<std::int32_t>(inIndex), -inBits};
 }
 void SetLink(std::size_t inIndex, std::int32_t inBits, RunLevelEntry& outEntry) {
-    outEntry = {static_cast<std::int16_t>(inIndex), static_cast<std::uint8_t>(inBits), -1};
+    outEntry = MakeRunLevelEntry(kRunLink, static_cast<std::int32_t>(inIndex), inBits);
 }
+
+template <typename Entry>
+constexpr Entry kNoCode{};
+template <>
+constexpr RunLevelEntry kNoCode<RunLevelEntry> = MakeRunLevelEntry(kRunNoCode, 0, 0);
 
 /// Adds one stage to ioEntries for codes whose first inPassed bits are the same, and the stages behind it.
 template <typename Entry>
@@ -109,7 +111,7 @@ bool AddStage(std::span<const Code<Entry>> inCodes, std::span<const std::int32_t
     const std::int32_t bits = inStages.front();
     const std::size_t slots = std::size_t{1} << bits;
     if (base > kMaximumIndex) return false;
-    ioEntries.resize(base + slots);
+    ioEntries.resize(base + slots, kNoCode<Entry>);
     std::vector<std::vector<Code<Entry>>> longer(slots);
     for (const Code<Entry>& code : inCodes) {
         const std::int32_t rest = code.length - inPassed;
@@ -120,13 +122,13 @@ bool AddStage(std::span<const Code<Entry>> inCodes, std::span<const std::int32_t
         }
         const std::size_t first = base + (std::size_t{rest_bits} << (bits - rest));
         for (std::size_t at = first; at < first + (std::size_t{1} << (bits - rest)); ++at) {
-            if (ioEntries[at].length != 0) return false;
+            if (ioEntries[at] != kNoCode<Entry>) return false;
             ioEntries[at] = code.entry;
         }
     }
     for (std::size_t slot = 0; slot < slots; ++slot) {
         if (longer[slot].empty()) continue;
-        if (ioEntries[base + slot].length != 0 || inStages.size() == 1) return false;
+        if (ioEntries[base + slot] != kNoCode<Entry> || inStages.size() == 1) return false;
         SetLink(ioEntries.size(), inStages[1], ioEntries[base + slot]);
         if (!AddStage<Entry>(longer[slot], inStages.subspan(1), inPassed + bits, ioEntries)) return false;
     }
@@ -134,10 +136,10 @@ bool AddStage(std::span<const Code<Entry>> inCodes, std::span<const std::int32_t
 }
 
 template <typename Entry, typename Table>
-PrimitiveStatus Build(VlcList inList, Table& outTable) {
+PrimitiveStatus Build(VlcList inList, std::size_t inMostStages, Table& outTable) {
     outTable = {};
     ParsedList<Entry> parsed;
-    if (!Parse(inList, parsed)) return PrimitiveStatus::BadTable;
+    if (!Parse(inList, parsed) || parsed.stages.size() > inMostStages) return PrimitiveStatus::BadTable;
     std::vector<Entry> entries;
     if (!AddStage<Entry>(parsed.codes, parsed.stages, 0, entries)) return PrimitiveStatus::BadTable;
     outTable = {std::move(entries), parsed.stages.front()};
@@ -147,11 +149,11 @@ PrimitiveStatus Build(VlcList inList, Table& outTable) {
 }  // namespace
 
 PrimitiveStatus BuildVlcTable(VlcList inList, VlcTable& outTable) {
-    return Build<VlcEntry>(inList, outTable);
+    return Build<VlcEntry>(inList, kMaximumLength, outTable);
 }
 
 PrimitiveStatus BuildRunLevelTable(VlcList inList, RunLevelTable& outTable) {
-    return Build<RunLevelEntry>(inList, outTable);
+    return Build<RunLevelEntry>(inList, 2, outTable);
 }
 
 void FreeVlcTable(VlcTable& ioTable) {

@@ -24,6 +24,8 @@ inline constexpr std::int32_t kRunEndOfBlock = 64;
 inline constexpr std::int32_t kRunEscape = 65;
 /// Only in decoding tables: no code of the list begins like this.
 inline constexpr std::int32_t kRunNoCode = 66;
+/// Only in decoding tables: a link to the next stage.
+inline constexpr std::int32_t kRunLink = 67;
 
 /// What the bits of a look-up stage lead to.
 struct VlcEntry {
@@ -32,6 +34,8 @@ struct VlcEntry {
     /// Bits of the whole code; 0 where there is no code; in a link the negative number of bits of the next
     /// stage.
     std::int32_t length = 0;
+
+    friend bool operator==(const VlcEntry&, const VlcEntry&) = default;
 };
 
 /// Decoding table of plain codes. Stage one is indexed by the next firstBits bits.
@@ -40,13 +44,14 @@ struct VlcTable {
     std::int32_t firstBits = 0;
 };
 
-/// As VlcEntry for a coefficient code with its sign bit. In a link the level is the index and the run the
-/// number of bits of the next stage, and the length is negative.
-struct RunLevelEntry {
-    std::int16_t level = 0;
-    std::uint8_t run = kRunNoCode;
-    std::int8_t length = 0;
-};
+/// As VlcEntry for a coefficient code with its sign bit, packed into one number: the length in bits 0 to 7,
+/// the run in bits 8 to 15, the signed level above. A link has the run kRunLink, the number of bits of the
+/// next stage as its length and the index as its level.
+using RunLevelEntry = std::uint32_t;
+constexpr RunLevelEntry MakeRunLevelEntry(std::int32_t inRun, std::int32_t inLevel, std::int32_t inLength) {
+    return static_cast<std::uint32_t>(inLevel) << 16 | static_cast<std::uint32_t>(inRun) << 8 |
+           static_cast<std::uint32_t>(inLength);
+}
 
 /// Decoding table of DCT coefficient codes.
 struct RunLevelTable {
@@ -54,9 +59,22 @@ struct RunLevelTable {
     std::int32_t firstBits = 0;
 };
 
+/// A table without its memory, as block decoding takes it; of one that is not built it has a null pointer.
+template <typename Entry>
+struct VlcTableView {
+    const Entry* entries = nullptr;
+    std::int32_t firstBits = 0;
+};
+inline VlcTableView<VlcEntry> ViewOf(const VlcTable& inTable) {
+    return {inTable.entries.data(), inTable.firstBits};
+}
+inline VlcTableView<RunLevelEntry> ViewOf(const RunLevelTable& inTable) {
+    return {inTable.entries.data(), inTable.firstBits};
+}
+
 /// Builds outTable from a list; on failure (BadTable) it is left empty. Throws std::bad_alloc.
 PrimitiveStatus BuildVlcTable(VlcList inList, VlcTable& outTable);
-/// The same for a run-level list.
+/// The same for a run-level list, which has two stages at most.
 PrimitiveStatus BuildRunLevelTable(VlcList inList, RunLevelTable& outTable);
 
 /// Releases the table's memory and leaves a table that decodes nothing.

@@ -61,9 +61,12 @@ class BlockDecode : public ::testing::Test {
     }
 
     IntraBlockCoding Intra(bool inAlternative = false) const {
-        return {&mDcSize, inAlternative ? &mAlternative : &mAc, mScan.data(), mWeights.data(), 2, 3};
+        return {
+            ViewOf(mDcSize), ViewOf(inAlternative ? mAlternative : mAc), mScan.data(), mWeights.data(), 2, 3};
     }
-    NonIntraBlockCoding NonIntra() const { return {&mFirst, &mAc, mScan.data(), mWeights.data(), 2}; }
+    NonIntraBlockCoding NonIntra() const {
+        return {ViewOf(mFirst), ViewOf(mAc), mScan.data(), mWeights.data(), 2};
+    }
 
     /// The coefficients of a block by the formulas of 7.4, given its DC coefficient if it is an intra block.
     std::array<int, 64> Reconstruct(const std::vector<RunLevel>& inCodes, std::optional<int> inDc,
@@ -88,7 +91,8 @@ class BlockDecode : public ::testing::Test {
     static void ExpectBlock(const CoefficientBlock& inBlock, const std::array<int, 64>& inExpected) {
         for (std::size_t p = 0; p < 64; ++p) {
             ASSERT_EQ(inBlock.values[p], inExpected[p]) << "position " << p;
-            ASSERT_TRUE((inBlock.nonZero >> p & 1) != 0 || inExpected[p] == 0) << "position " << p;
+            ASSERT_TRUE((inBlock.reach & p) == p || inExpected[p] == 0 || (p == 63 && inExpected[p] == 1))
+                << "position " << p;
         }
     }
 
@@ -124,7 +128,7 @@ TEST_F(BlockDecode, EveryRunAndLevelInEveryTable) {
                 for (const NamedTable& table : all) {
                     SCOPED_TRACE(table.name + ", run " + std::to_string(run) + ", level " +
                                  std::to_string(level));
-                    BitPosition position = PositionIn(words, before);
+                    BitWindow position = PositionIn(words, before);
                     CoefficientBlock block;
                     ASSERT_EQ(table.primitives->decodeNonIntraBlock(position, NonIntra(), block),
                               PrimitiveStatus::Ok);
@@ -136,7 +140,7 @@ TEST_F(BlockDecode, EveryRunAndLevelInEveryTable) {
                                   PrimitiveStatus::Ok);
                         ExpectBlock(block, Reconstruct({{run, level}}, 9 * 8, 2));
                     }
-                    ASSERT_EQ((position.nextBit + 31) / 32, position.wordCount);
+                    ASSERT_EQ((position.NextBit() + 31) / 32, position.wordCount);
                 }
             }
         }
@@ -170,7 +174,7 @@ TEST_F(BlockDecode, RandomBlocksOneAfterTheOther) {
         }
         const Bytes words = ToWords(writer.Take());
         for (const NamedTable& table : RunnableTables()) {
-            BitPosition position = PositionIn(words);
+            BitWindow position = PositionIn(words);
             NonIntraBlockCoding coding = NonIntra();
             coding.quantiserScale = scale;
             for (const auto& values : expected) {
@@ -179,7 +183,7 @@ TEST_F(BlockDecode, RandomBlocksOneAfterTheOther) {
                           PrimitiveStatus::Ok);
                 ExpectBlock(block, values);
             }
-            ASSERT_EQ((position.nextBit + 31) / 32, position.wordCount);
+            ASSERT_EQ((position.NextBit() + 31) / 32, position.wordCount);
         }
     }
 }
@@ -206,7 +210,7 @@ TEST_F(BlockDecode, DcDifferentialsAddUpAndSaturate) {
         const Bytes words =
             ToWords(BitWriter().Put(one.length, one.code).Put(one.size, one.bits).Put(2, 0b10).Take());
         for (const NamedTable& table : RunnableTables()) {
-            BitPosition position = PositionIn(words);
+            BitWindow position = PositionIn(words);
             IntraBlockCoding coding = Intra();
             coding.dcShift = one.shift;
             std::int16_t predictor = one.before;
@@ -216,7 +220,7 @@ TEST_F(BlockDecode, DcDifferentialsAddUpAndSaturate) {
             EXPECT_EQ(predictor, one.after);
             EXPECT_EQ(block.values[0], one.coefficient);
             EXPECT_EQ(block.values[63], one.coefficient % 2 == 0 ? 1 : 0);
-            EXPECT_EQ(position.nextBit, one.length + one.size + 2);
+            EXPECT_EQ(position.NextBit(), one.length + one.size + 2);
         }
     }
 }
@@ -247,7 +251,7 @@ TEST_F(BlockDecode, QuantisationDerivedByHand) {
         NonIntraBlockCoding non_intra = NonIntra();
         intra.quantiserScale = non_intra.quantiserScale = one.scale;
         for (const NamedTable& table : RunnableTables()) {
-            BitPosition position = PositionIn(words);
+            BitWindow position = PositionIn(words);
             std::int16_t predictor = 0;
             CoefficientBlock block;
             ASSERT_EQ(table.primitives->decodeIntraBlock(position, intra, predictor, block),
@@ -267,7 +271,7 @@ TEST_F(BlockDecode, QuantisationDerivedByHand) {
     NonIntraBlockCoding flat = NonIntra();
     flat.weights = nullptr;
     flat.quantiserScale = 4;
-    BitPosition position = PositionIn(words);
+    BitWindow position = PositionIn(words);
     CoefficientBlock block;
     ASSERT_EQ(PortablePrimitives().decodeNonIntraBlock(position, flat, block), PrimitiveStatus::Ok);
     EXPECT_EQ(block.values[mScan[1]], 14);
@@ -295,12 +299,12 @@ TEST_F(BlockDecode, BadDataIsRefusedAndMovesNothing) {
     for (const auto& one : kCases) {
         const Bytes words = ToWords(one.bytes);
         for (const NamedTable& table : RunnableTables()) {
-            BitPosition position = PositionIn(words);
+            BitWindow position = PositionIn(words);
             std::int16_t predictor = 55;
             CoefficientBlock block;
             EXPECT_EQ(table.primitives->decodeIntraBlock(position, Intra(), predictor, block), one.status)
                 << ::testing::PrintToString(one.bytes);
-            EXPECT_EQ(position.nextBit, 0U);
+            EXPECT_EQ(position.NextBit(), 0U);
             EXPECT_EQ(predictor, 55);
         }
     }
@@ -310,7 +314,7 @@ TEST_F(BlockDecode, MissingTablesAreRefused) {
     const Bytes words = ToWords(Bytes(8, 0xFF));
     const RunLevelTable empty;
     for (const NamedTable& table : RunnableTables()) {
-        BitPosition position = PositionIn(words);
+        BitWindow position = PositionIn(words);
         std::int16_t predictor = 0;
         CoefficientBlock block;
         IntraBlockCoding intra = Intra();
@@ -318,7 +322,7 @@ TEST_F(BlockDecode, MissingTablesAreRefused) {
         EXPECT_EQ(table.primitives->decodeIntraBlock(position, intra, predictor, block),
                   PrimitiveStatus::NullPointer);
         NonIntraBlockCoding non_intra = NonIntra();
-        non_intra.acTable = &empty;
+        non_intra.acTable = ViewOf(empty);
         EXPECT_EQ(table.primitives->decodeNonIntraBlock(position, non_intra, block),
                   PrimitiveStatus::NullPointer);
     }
@@ -333,14 +337,14 @@ TEST_F(BlockDecode, RandomDataEndsWithinItsBlockAndMemory) {
         const auto start =
             static_cast<std::size_t>(random.Between(0, static_cast<int>(words.size()) * 8 + 40));
         for (const NamedTable& table : RunnableTables()) {
-            BitPosition position = PositionIn(words, start);
+            BitWindow position = PositionIn(words, start);
             CoefficientBlock block;
             const auto status = table.primitives->decodeNonIntraBlock(position, NonIntra(), block);
             if (status == PrimitiveStatus::Ok) {
-                EXPECT_GT(position.nextBit, start);
-                EXPECT_LE(position.nextBit, words.size() * 8);
+                EXPECT_GT(position.NextBit(), start);
+                EXPECT_LE(position.NextBit(), words.size() * 8);
             } else {
-                EXPECT_EQ(position.nextBit, start);
+                EXPECT_EQ(position.NextBit(), start);
             }
         }
     }

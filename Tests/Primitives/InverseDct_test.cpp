@@ -51,16 +51,16 @@ Matrix Transform(const Matrix& inValues, Direction inDirection) {
 CoefficientBlock ToCoefficients(const Matrix& inValues) {
     CoefficientBlock block{};
     for (std::size_t p = 0; p < 64; ++p) {
-        const double rounded = std::clamp(std::floor(inValues[p / 8][p % 8] + 0.5), -2048.0, 2047.0);
+        const double rounded = std::clamp(std::floor(inValues[p % 8][p / 8] + 0.5), -2048.0, 2047.0);
         block.values[p] = static_cast<std::int16_t>(rounded);
-        if (block.values[p] != 0) block.nonZero |= std::uint64_t{1} << p;
+        if (block.values[p] != 0) block.reach |= static_cast<std::uint32_t>(p);
     }
     return block;
 }
 
 Matrix ExactInverse(const CoefficientBlock& inBlock) {
     Matrix coefficients;
-    for (std::size_t p = 0; p < 64; ++p) coefficients[p / 8][p % 8] = inBlock.values[p];
+    for (std::size_t p = 0; p < 64; ++p) coefficients[p % 8][p / 8] = inBlock.values[p];
     return Transform(coefficients, Direction::Inverse);
 }
 
@@ -139,13 +139,13 @@ TEST(InverseDct, MeetsIeee1180InAllRanges) {
 CoefficientBlock SparseBlock(Random& ioRandom, std::uint64_t inPositions) {
     constexpr int kExtremes[] = {-2048, 2047, -1, 1};
     CoefficientBlock block{};
-    for (std::size_t p = 0; p < 64; ++p) {
+    for (unsigned p = 0; p < 64; ++p) {
         if ((inPositions >> p & 1) == 0) continue;
         const bool extreme = ioRandom.Between(0, 3) == 0;
         block.values[p] = static_cast<std::int16_t>(extreme ? kExtremes[ioRandom.Between(0, 3)]
                                                             : ioRandom.Between(-2048, 2047));
+        block.reach |= p;
     }
-    block.nonZero = inPositions;
     return block;
 }
 
@@ -181,7 +181,7 @@ TEST(InverseDct, EveryTableAndShortcutGivesTheSameBits) {
         for (int round = 0; round < 5; ++round) {
             CoefficientBlock block = SparseBlock(random, shape);
             const CoefficientBlock sparse = block;
-            block.nonZero = ~std::uint64_t{0};
+            block.reach = 63;
             const std::vector<int> full = run(PortablePrimitives(), block);
             for (const NamedTable& table : RunnableTables()) {
                 ASSERT_EQ(run(*table.primitives, sparse), full) << table.name << std::hex << " " << shape;
@@ -195,9 +195,9 @@ TEST(InverseDct, WorstCasesNeitherOverflowNorWrap) {
         for (std::size_t x = 0; x < 8; ++x) {
             CoefficientBlock block{};
             for (std::size_t p = 0; p < 64; ++p) {  // Everything adds up at (x, y).
-                block.values[p] = Basis()[p / 8][y] * Basis()[p % 8][x] < 0 ? -2048 : 2047;
+                block.values[p] = Basis()[p % 8][y] * Basis()[p / 8][x] < 0 ? -2048 : 2047;
             }
-            block.nonZero = ~std::uint64_t{0};
+            block.reach = 63;
             const Matrix exact = ExactInverse(block);
             std::int16_t residual[64];
             ASSERT_EQ(PortablePrimitives().inverseDctToResidual(block, residual, 16), PrimitiveStatus::Ok);
@@ -239,7 +239,7 @@ TEST(ReducedIdct, DcAloneIsFlat) {
     for (int dc = -2048; dc <= 2047; ++dc) {
         CoefficientBlock block{};
         block.values[0] = static_cast<std::int16_t>(dc);
-        block.nonZero = 1;
+        block.reach = 0;
         std::int16_t reduced[32];
         ASSERT_EQ(PortablePrimitives().reducedIdctToResidual(block, reduced, 8), PrimitiveStatus::Ok);
         for (const std::int16_t value : reduced) ASSERT_EQ(value, reduced[0]) << dc;

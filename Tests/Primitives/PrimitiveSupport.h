@@ -52,7 +52,7 @@ inline Bytes ToWords(Bytes inBytes) {
 }
 
 /// The beginning of such words.
-inline BitPosition PositionIn(const Bytes& inWords, std::size_t inBit = 0) {
+inline BitWindow PositionIn(const Bytes& inWords, std::size_t inBit = 0) {
     return {inWords.data(), inWords.size() / 4, inBit};
 }
 

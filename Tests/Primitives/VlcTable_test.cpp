@@ -9,6 +9,7 @@
 
 #include "Primitives/PrimitiveSupport.h"
 #include "mpeg2/vlc/VlcLists.h"
+#include "primitives/VlcSymbol.h"
 
 namespace Vexmora::Test {
 namespace {
@@ -82,13 +83,11 @@ TEST(VlcTable, EveryCodeOfEverySymbolTableDecodesAtEveryBit) {
             EXPECT_TRUE(values.insert(code.values[0]).second) << code.values[0];
             for (unsigned before = 0; before < 64; ++before) {
                 const Bytes words = ToWords(BitWriter().Put(before, 0).Put(code.length, code.bits).Take());
-                for (const NamedTable& named : RunnableTables()) {
-                    BitPosition position = PositionIn(words, before);
-                    std::int32_t value = 0;
-                    ASSERT_EQ(named.primitives->decodeVlcSymbol(position, table, value), PrimitiveStatus::Ok);
-                    ASSERT_EQ(value, code.values[0]);
-                    ASSERT_EQ(position.nextBit, before + code.length);
-                }
+                BitWindow position = PositionIn(words, before);
+                std::int32_t value = 0;
+                ASSERT_EQ(DecodeVlcSymbol(position, table, value), PrimitiveStatus::Ok);
+                ASSERT_EQ(value, code.values[0]);
+                ASSERT_EQ(position.NextBit(), before + code.length);
             }
         }
         EXPECT_EQ(values, one.values);
@@ -128,29 +127,21 @@ TEST(VlcTable, MissingCodesAndTheEndOfDataLeaveThePosition) {
     VlcTable table;
     ASSERT_EQ(BuildVlcTable(kMacroblockAddressIncrementList, table), PrimitiveStatus::Ok);
     const Bytes words = ToWords({0x00, 0x00, 0x00, 0x00});
-    for (const NamedTable& named : RunnableTables()) {
-        std::int32_t value = 77;
-        BitPosition position = PositionIn(words, 3);
-        EXPECT_EQ(named.primitives->decodeVlcSymbol(position, table, value), PrimitiveStatus::BadCode);
-        EXPECT_EQ(position.nextBit, 3U);
-        const Bytes last = ToWords({0x00, 0x00, 0x00, 0x01});
-        for (const std::size_t at : {std::size_t{31}, std::size_t{32}, std::size_t{1000}}) {
-            position = PositionIn(last, at);
-            const PrimitiveStatus status = named.primitives->decodeVlcSymbol(position, table, value);
-            EXPECT_EQ(status, at == 31 ? PrimitiveStatus::Ok : PrimitiveStatus::BadCode);
-        }
-        VlcTable free_table = table;
-        FreeVlcTable(free_table);
-        EXPECT_EQ(named.primitives->decodeVlcSymbol(position, free_table, value),
-                  PrimitiveStatus::NullPointer);
-        // "010" cut after its second bit: the zero read behind the data completes the code, which does not
-        // count.
-        const Bytes cut = ToWords({0x00, 0x00, 0x00, 0x01});
-        position = PositionIn(cut, 30);
-        EXPECT_EQ(named.primitives->decodeVlcSymbol(position, table, value), PrimitiveStatus::OutOfData);
-        EXPECT_EQ(position.nextBit, 30U);
-        EXPECT_EQ(value, 1);
+    std::int32_t value = 77;
+    BitWindow position = PositionIn(words, 3);
+    EXPECT_EQ(DecodeVlcSymbol(position, table, value), PrimitiveStatus::BadCode);
+    EXPECT_EQ(position.NextBit(), 3U);
+    const Bytes last = ToWords({0x00, 0x00, 0x00, 0x01});
+    for (const std::size_t at : {std::size_t{31}, std::size_t{32}, std::size_t{1000}}) {
+        position = PositionIn(last, at);
+        const PrimitiveStatus status = DecodeVlcSymbol(position, table, value);
+        EXPECT_EQ(status, at == 31 ? PrimitiveStatus::Ok : PrimitiveStatus::BadCode);
     }
+    // "010" cut after its second bit: the zero read behind the data completes the code, which does not count.
+    position = PositionIn(last, 30);
+    EXPECT_EQ(DecodeVlcSymbol(position, table, value), PrimitiveStatus::OutOfData);
+    EXPECT_EQ(position.NextBit(), 30U);
+    EXPECT_EQ(value, 1);
 }
 
 TEST(VlcTable, MalformedListsAreRefused) {

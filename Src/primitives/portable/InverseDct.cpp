@@ -1,82 +1,73 @@
-// The inverse 8 x 8 transform (ISO/IEC 13818-2, 7.5 and Annex A), exact in integers up to one rounding at the
-// end.
+// The inverse 8 x 8 transform (ISO/IEC 13818-2, 7.5 and Annex A).
 #include <algorithm>
 #include <cstring>
 
 #include "primitives/BlockDecode.h"
+#include "primitives/kernels/InverseDctPass.h"
 #include "primitives/portable/Portable.h"
 
 namespace Vexmora {
 namespace {
 
 constexpr int kSize = 8;
-constexpr std::uint64_t kDcOnly = 1;
-constexpr std::uint64_t kRowBits = 0xFF;
 
-// sqrt(2) * cos(k * pi / 16) for k = 1 to 7, and 1, over 2^14. With the DC and k = 4 factor 1, one pass is
-// sqrt(8) times an orthonormal transform, two passes 8 times; so the DC path needs no rounded constant at
-// all. All constants fit 16 bits. For coefficients of -2048 to 2047 a first pass stays below 2^28, and its
-// upper and lower 14-bit halves times the constants stay within 32 bits each: vector code gets the same
-// result from 16-bit products.
-constexpr int kConstantBits = 14;
-constexpr int kUnit = 1 << kConstantBits;
-constexpr int kC1 = 22725;
-constexpr int kC2 = 21407;
-constexpr int kC3 = 19266;
-constexpr int kC5 = 12873;
-constexpr int kC6 = 8867;
-constexpr int kC7 = 4520;
+/// Eight values, each in its lane; loops over them become vector code.
+struct Lanes {
+    float lane[kSize];
 
-/// Takes the scale of both passes away: 2^28 for the constants, 8 for the factors.
-constexpr int kFinalShift = 2 * kConstantBits + 3;
-
-/// One pass over 8 values, inStep apart in the input.
-template <typename Number, typename Input>
-void Transform(const Input* inValues, int inStep, Number (&outValues)[kSize]) {
-    const auto in = [=](int inIndex) { return static_cast<Number>(inValues[inIndex * inStep]); };
-    const Number sum = (in(0) + in(4)) * kUnit;
-    const Number difference = (in(0) - in(4)) * kUnit;
-    const Number outer = in(2) * kC2 + in(6) * kC6;
-    const Number inner = in(2) * kC6 - in(6) * kC2;
-    const Number even[4] = {sum + outer, difference + inner, difference - inner, sum - outer};
-    const Number odd[4] = {in(1) * kC1 + in(3) * kC3 + in(5) * kC5 + in(7) * kC7,
-                           in(1) * kC3 - in(3) * kC7 - in(5) * kC1 - in(7) * kC5,
-                           in(1) * kC5 - in(3) * kC1 + in(5) * kC7 + in(7) * kC3,
-                           in(1) * kC7 - in(3) * kC5 + in(5) * kC3 - in(7) * kC1};
-    for (int i = 0; i < 4; ++i) {
-        outValues[i] = even[i] + odd[i];
-        outValues[7 - i] = even[i] - odd[i];
+    template <typename Operation>
+    static Lanes Each(Operation inOperation) {
+        Lanes result;
+        for (int i = 0; i < kSize; ++i) result.lane[i] = inOperation(i);
+        return result;
     }
+    friend Lanes operator+(const Lanes& inLeft, const Lanes& inRight) {
+        return Each([&](int i) { return inLeft.lane[i] + inRight.lane[i]; });
+    }
+    friend Lanes operator-(const Lanes& inLeft, const Lanes& inRight) {
+        return Each([&](int i) { return inLeft.lane[i] - inRight.lane[i]; });
+    }
+    friend Lanes operator*(const Lanes& inLeft, float inFactor) {
+        return Each([&](int i) { return inLeft.lane[i] * inFactor; });
+    }
+};
+
+/// The nearest integer, ties to even. Above 2^23 floats have no fraction; the sum's lower bits are the
+/// number.
+std::int16_t Round(float inValue) {
+    constexpr float kNoFraction = 3 << 22;
+    const float sum = inValue + kNoFraction;
+    std::int32_t bits;
+    std::memcpy(&bits, &sum, sizeof bits);
+    return static_cast<std::int16_t>(bits);
 }
 
-/// Rounds a value of scale 2^(2 * kConstantBits + 3) to the nearest integer, halves up.
-std::int16_t Round(std::int64_t inValue) {
-    return static_cast<std::int16_t>((inValue + (std::int64_t{1} << (kFinalShift - 1))) >> kFinalShift);
-}
+using Samples = std::int16_t[kSize][kSize];
 
-/// The transform into 8 x 8 values. What it passes over is 0, so every path gives the same values.
-void InverseDct(const CoefficientBlock& inBlock, std::int16_t (&outValues)[kSize][kSize]) {
-    if ((inBlock.nonZero & ~kDcOnly) == 0) {
+void InverseDct(const CoefficientBlock& inBlock, Samples& outSamples) {
+    if (IsFlat(inBlock.reach, inBlock.values)) {
         const std::int16_t flat = static_cast<std::int16_t>((inBlock.values[0] + 4) >> 3);
-        std::fill_n(&outValues[0][0], kSize * kSize, flat);
+        std::fill_n(&outSamples[0][0], kSize * kSize, flat);
         return;
     }
-    std::int32_t rows[kSize][kSize] = {};
-    for (int row = 0; row < kSize; ++row) {
-        if ((inBlock.nonZero >> (row * kSize) & kRowBits) != 0) {
-            Transform(inBlock.values + row * kSize, 1, rows[row]);
-        }
+    Lanes columns[kSize];
+    for (int u = 0; u < kSize; ++u) {
+        columns[u] = Lanes::Each([&](int v) {
+            return static_cast<float>(inBlock.values[u * kSize + v]) * kCoefficientWeights.values[u][v];
+        });
     }
-    if ((inBlock.nonZero & ~kRowBits) == 0) {
-        for (int x = 0; x < kSize; ++x) outValues[0][x] = Round(std::int64_t{rows[0][x]} * kUnit);
-        for (int y = 1; y < kSize; ++y) std::memcpy(outValues[y], outValues[0], sizeof outValues[0]);
-        return;
+    columns[0].lane[0] += kTieBias;
+    InverseDctPass(columns);
+    Lanes rows[kSize];
+    for (int v = 0; v < kSize; ++v) rows[v] = Lanes::Each([&](int x) { return columns[x].lane[v]; });
+    InverseDctPass(rows);
+    for (int y = 0; y < kSize; ++y) {
+        for (int x = 0; x < kSize; ++x) outSamples[y][x] = Round(rows[y].lane[x]);
     }
-    for (int x = 0; x < kSize; ++x) {
-        std::int64_t column[kSize];
-        Transform(&rows[0][x], kSize, column);
-        for (int y = 0; y < kSize; ++y) outValues[y][x] = Round(column[y]);
-    }
+}
+
+std::uint8_t Clip(int inValue) {
+    return static_cast<std::uint8_t>(std::clamp(inValue, 0, 255));
 }
 
 }  // namespace
@@ -84,12 +75,22 @@ void InverseDct(const CoefficientBlock& inBlock, std::int16_t (&outValues)[kSize
 PrimitiveStatus InverseDctToPixels_Portable(const CoefficientBlock& inBlock, std::uint8_t* outPixels,
                                             std::ptrdiff_t inStep) {
     if (outPixels == nullptr) return PrimitiveStatus::NullPointer;
-    std::int16_t values[kSize][kSize];
-    InverseDct(inBlock, values);
+    Samples samples;
+    InverseDct(inBlock, samples);
     for (int y = 0; y < kSize; ++y) {
-        for (int x = 0; x < kSize; ++x) {
-            outPixels[y * inStep + x] = static_cast<std::uint8_t>(std::clamp<int>(values[y][x], 0, 255));
-        }
+        for (int x = 0; x < kSize; ++x) outPixels[y * inStep + x] = Clip(samples[y][x]);
+    }
+    return PrimitiveStatus::Ok;
+}
+
+PrimitiveStatus InverseDctAddToPixels_Portable(const CoefficientBlock& inBlock, std::uint8_t* ioPixels,
+                                               std::ptrdiff_t inStep) {
+    if (ioPixels == nullptr) return PrimitiveStatus::NullPointer;
+    Samples samples;
+    InverseDct(inBlock, samples);
+    for (int y = 0; y < kSize; ++y) {
+        std::uint8_t* const row = ioPixels + y * inStep;
+        for (int x = 0; x < kSize; ++x) row[x] = Clip(row[x] + samples[y][x]);
     }
     return PrimitiveStatus::Ok;
 }
@@ -97,10 +98,10 @@ PrimitiveStatus InverseDctToPixels_Portable(const CoefficientBlock& inBlock, std
 PrimitiveStatus InverseDctToResidual_Portable(const CoefficientBlock& inBlock, std::int16_t* outResidual,
                                               std::ptrdiff_t inStepBytes) {
     if (outResidual == nullptr) return PrimitiveStatus::NullPointer;
-    std::int16_t values[kSize][kSize];
-    InverseDct(inBlock, values);
+    Samples samples;
+    InverseDct(inBlock, samples);
     auto* row = reinterpret_cast<std::uint8_t*>(outResidual);
-    for (int y = 0; y < kSize; ++y) std::memcpy(row + y * inStepBytes, values[y], sizeof values[y]);
+    for (int y = 0; y < kSize; ++y) std::memcpy(row + y * inStepBytes, samples[y], sizeof samples[y]);
     return PrimitiveStatus::Ok;
 }
 

@@ -8,35 +8,38 @@
 
 namespace Vexmora {
 
-struct BitPosition;
+class BitWindow;
 struct CoefficientBlock;
 struct IntraBlockCoding;
 struct NonIntraBlockCoding;
 struct PixelBlock;
 struct ReferenceBlock;
 struct ResidualBlock;
-struct VlcTable;
 
 std::size_t FindStartCodePrefix_Portable(const std::uint8_t* inBytes, std::size_t inPositions);
 void SwapWords_Portable(std::uint8_t* ioBytes, std::size_t inWords);
 
-PrimitiveStatus DecodeVlcSymbol_Portable(BitPosition& ioPosition, const VlcTable& inTable,
-                                         std::int32_t& outValue);
-PrimitiveStatus DecodeIntraBlock_Portable(BitPosition& ioPosition, const IntraBlockCoding& inCoding,
+PrimitiveStatus DecodeIntraBlock_Portable(BitWindow& ioBits, const IntraBlockCoding& inCoding,
                                           std::int16_t& ioDcPredictor, CoefficientBlock& outBlock);
-PrimitiveStatus DecodeNonIntraBlock_Portable(BitPosition& ioPosition, const NonIntraBlockCoding& inCoding,
+PrimitiveStatus DecodeNonIntraBlock_Portable(BitWindow& ioBits, const NonIntraBlockCoding& inCoding,
                                              CoefficientBlock& outBlock);
 
 PrimitiveStatus InverseDctToPixels_Portable(const CoefficientBlock& inBlock, std::uint8_t* outPixels,
                                             std::ptrdiff_t inStep);
+PrimitiveStatus InverseDctAddToPixels_Portable(const CoefficientBlock& inBlock, std::uint8_t* ioPixels,
+                                               std::ptrdiff_t inStep);
 PrimitiveStatus InverseDctToResidual_Portable(const CoefficientBlock& inBlock, std::int16_t* outResidual,
                                               std::ptrdiff_t inStepBytes);
 PrimitiveStatus ReducedIdctToPixels_Portable(const CoefficientBlock& inBlock, std::uint8_t* outPixels,
                                              std::ptrdiff_t inStep);
+PrimitiveStatus ReducedIdctAddToPixels_Portable(const CoefficientBlock& inBlock, std::uint8_t* ioPixels,
+                                                std::ptrdiff_t inStep);
 PrimitiveStatus ReducedIdctToResidual_Portable(const CoefficientBlock& inBlock, std::int16_t* outResidual,
                                                std::ptrdiff_t inStepBytes);
 PrimitiveStatus QuarterIdctToPixels_Portable(const CoefficientBlock& inBlock, std::uint8_t* outPixels,
                                              std::ptrdiff_t inStep);
+PrimitiveStatus QuarterIdctAddToPixels_Portable(const CoefficientBlock& inBlock, std::uint8_t* ioPixels,
+                                                std::ptrdiff_t inStep);
 PrimitiveStatus QuarterIdctToResidual_Portable(const CoefficientBlock& inBlock, std::int16_t* outResidual,
                                                std::ptrdiff_t inStepBytes);
 

@@ -90,19 +90,6 @@ PrimitiveStatus PredictBlockBidirectional_Portable(const ReferenceBlock& inFirst
     return PrimitiveStatus::Ok;
 }
 
-#define VEXMORA_INSTANTIATE(width, height)                                                                  \
-    template PrimitiveStatus PredictBlock_Portable<width, height>(const ReferenceBlock&,                    \
-                                                                  const ResidualBlock&, const PixelBlock&); \
-    template PrimitiveStatus PredictBlockBidirectional_Portable<width, height>(                             \
-        const ReferenceBlock&, const ReferenceBlock&, const ResidualBlock&, const PixelBlock&);
-VEXMORA_INSTANTIATE(16, 16)
-VEXMORA_INSTANTIATE(16, 8)
-VEXMORA_INSTANTIATE(8, 16)
-VEXMORA_INSTANTIATE(8, 8)
-VEXMORA_INSTANTIATE(8, 4)
-VEXMORA_INSTANTIATE(4, 8)
-VEXMORA_INSTANTIATE(4, 4)
-VEXMORA_INSTANTIATE(4, 2)
-#undef VEXMORA_INSTANTIATE
+VEXMORA_FOR_BLOCK_SIZES(VEXMORA_INSTANTIATE_PREDICTIONS, Portable)
 
 }  // namespace Vexmora

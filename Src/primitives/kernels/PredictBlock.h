@@ -1,0 +1,144 @@
+// Predictions by packed averages, with the instructions of SSE2.
+#pragma once
+
+#include <emmintrin.h>
+
+#include <cstddef>
+#include <cstdint>
+
+#include "primitives/Prediction.h"
+#include "primitives/PrimitiveStatus.h"
+
+namespace Vexmora {
+namespace {
+
+/// Rows that a register takes, one below the other.
+template <std::size_t kWidth>
+constexpr std::size_t kRowsAtOnce = kWidth == 16 ? 1 : 2;
+
+inline __m128i LoadFour(const std::uint8_t* inFrom) {
+    return _mm_loadu_si32(inFrom);
+}
+
+template <std::size_t kWidth>
+inline __m128i LoadRows(const std::uint8_t* inFrom, std::ptrdiff_t inStep) {
+    if constexpr (kWidth == 16) {
+        return _mm_loadu_si128(reinterpret_cast<const __m128i*>(inFrom));
+    } else if constexpr (kWidth == 8) {
+        const __m128i upper = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(inFrom));
+        return _mm_castps_si128(
+            _mm_loadh_pi(_mm_castsi128_ps(upper), reinterpret_cast<const __m64*>(inFrom + inStep)));
+    } else {
+        return _mm_unpacklo_epi32(LoadFour(inFrom), LoadFour(inFrom + inStep));
+    }
+}
+
+template <std::size_t kWidth>
+inline void StoreRows(__m128i inRows, std::uint8_t* outTo, std::ptrdiff_t inStep) {
+    if constexpr (kWidth == 16) {
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(outTo), inRows);
+    } else if constexpr (kWidth == 8) {
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(outTo), inRows);
+        _mm_storeh_pi(reinterpret_cast<__m64*>(outTo + inStep), _mm_castsi128_ps(inRows));
+    } else {
+        _mm_storeu_si32(outTo, inRows);
+        _mm_storeu_si32(outTo + inStep, _mm_srli_epi64(inRows, 32));
+    }
+}
+
+/// (inA + inB + inC + inD + 2) >> 2. Averages round up; where both roundings and the last one do, the result
+/// is 1 too high.
+inline __m128i AverageFour(__m128i inA, __m128i inB, __m128i inC, __m128i inD) {
+    const __m128i one = _mm_avg_epu8(inA, inB);
+    const __m128i other = _mm_avg_epu8(inC, inD);
+    const __m128i rounded = _mm_or_si128(_mm_xor_si128(inA, inB), _mm_xor_si128(inC, inD));
+    const __m128i again = _mm_and_si128(_mm_xor_si128(one, other), _mm_set1_epi8(1));
+    return _mm_sub_epi8(_mm_avg_epu8(one, other), _mm_and_si128(rounded, again));
+}
+
+enum class Output { Replace, Average };
+
+/// Writes the prediction, or its average with what is there.
+template <std::size_t kWidth, std::size_t kHeight, Output kOutput>
+inline void Interpolate(const ReferenceBlock& inReference, const PixelBlock& ioPixels) {
+    // Pixels might be anything, so what is not local would be loaded again behind each of them.
+    const std::ptrdiff_t step = inReference.step;
+    const std::ptrdiff_t target_step = ioPixels.step;
+    const auto load = [step](const std::uint8_t* inFrom) { return LoadRows<kWidth>(inFrom, step); };
+    const std::uint8_t* from = inReference.samples;
+    std::uint8_t* to = ioPixels.samples;
+    auto fill = [from, to, step, target_step](auto inRowsAt) mutable {
+        constexpr auto kRows = static_cast<std::ptrdiff_t>(kRowsAtOnce<kWidth>);
+        for (std::size_t y = 0; y < kHeight; y += kRowsAtOnce<kWidth>) {
+            __m128i rows = inRowsAt(from);
+            if (kOutput == Output::Average) rows = _mm_avg_epu8(rows, LoadRows<kWidth>(to, target_step));
+            StoreRows<kWidth>(rows, to, target_step);
+            from += kRows * step;
+            to += kRows * target_step;
+        }
+    };
+    switch (inReference.halfSampleType) {
+        case HalfSampleType::Full:
+            return fill(load);
+        case HalfSampleType::HalfHorizontal:
+            return fill([load](const std::uint8_t* in) { return _mm_avg_epu8(load(in), load(in + 1)); });
+        case HalfSampleType::HalfVertical:
+            return fill(
+                [load, step](const std::uint8_t* in) { return _mm_avg_epu8(load(in), load(in + step)); });
+        case HalfSampleType::HalfBoth:
+            return fill([load, step](const std::uint8_t* in) {
+                return AverageFour(load(in), load(in + 1), load(in + step), load(in + step + 1));
+            });
+    }
+}
+
+template <std::size_t kWidth, std::size_t kHeight>
+inline void AddResidual(const ResidualBlock& inResidual, const PixelBlock& ioPixels) {
+    const auto* residual = reinterpret_cast<const std::uint8_t*>(inResidual.samples);
+    std::uint8_t* pixels = ioPixels.samples;
+    const auto load = [](const std::uint8_t* inFrom) {
+        return kWidth == 4 ? _mm_loadl_epi64(reinterpret_cast<const __m128i*>(inFrom))
+                           : _mm_loadu_si128(reinterpret_cast<const __m128i*>(inFrom));
+    };
+    const __m128i zero = _mm_setzero_si128();
+    for (std::size_t y = 0; y < kHeight; y += kRowsAtOnce<kWidth>) {
+        const __m128i rows = LoadRows<kWidth>(pixels, ioPixels.step);
+        const std::uint8_t* const next = kWidth == 16 ? residual + 16 : residual + inResidual.stepBytes;
+        __m128i sums;
+        if constexpr (kWidth == 4) {
+            const __m128i both = _mm_unpacklo_epi64(load(residual), load(next));
+            sums = _mm_adds_epi16(_mm_unpacklo_epi8(rows, zero), both);
+            sums = _mm_packus_epi16(sums, sums);
+        } else {
+            sums = _mm_packus_epi16(_mm_adds_epi16(_mm_unpacklo_epi8(rows, zero), load(residual)),
+                                    _mm_adds_epi16(_mm_unpackhi_epi8(rows, zero), load(next)));
+        }
+        StoreRows<kWidth>(sums, pixels, ioPixels.step);
+        residual += static_cast<std::ptrdiff_t>(kRowsAtOnce<kWidth>) * inResidual.stepBytes;
+        pixels += static_cast<std::ptrdiff_t>(kRowsAtOnce<kWidth>) * ioPixels.step;
+    }
+}
+
+template <std::size_t kWidth, std::size_t kHeight>
+inline PrimitiveStatus PredictFromOne(const ReferenceBlock& inReference, const ResidualBlock& inResidual,
+                                      const PixelBlock& outPixels) {
+    if (inReference.samples == nullptr || outPixels.samples == nullptr) return PrimitiveStatus::NullPointer;
+    Interpolate<kWidth, kHeight, Output::Replace>(inReference, outPixels);
+    if (inResidual.samples != nullptr) AddResidual<kWidth, kHeight>(inResidual, outPixels);
+    return PrimitiveStatus::Ok;
+}
+
+template <std::size_t kWidth, std::size_t kHeight>
+inline PrimitiveStatus PredictFromTwo(const ReferenceBlock& inFirst, const ReferenceBlock& inSecond,
+                                      const ResidualBlock& inResidual, const PixelBlock& outPixels) {
+    if (inFirst.samples == nullptr || inSecond.samples == nullptr || outPixels.samples == nullptr) {
+        return PrimitiveStatus::NullPointer;
+    }
+    Interpolate<kWidth, kHeight, Output::Replace>(inFirst, outPixels);
+    Interpolate<kWidth, kHeight, Output::Average>(inSecond, outPixels);
+    if (inResidual.samples != nullptr) AddResidual<kWidth, kHeight>(inResidual, outPixels);
+    return PrimitiveStatus::Ok;
+}
+
+}  // namespace
+}  // namespace Vexmora
