@@ -81,6 +81,16 @@ BlockCache& ProcessBlockCache() {
     return cache;
 }
 
+FrameCache& ProcessFrameCache() {
+    static FrameCache& cache = *new FrameCache(kDefaultFrameCacheBytes);
+    return cache;
+}
+
+PlanePool& ProcessPlanePool() {
+    static PlanePool& pool = *new PlanePool(ProcessMemory(), kSparePlaneBytes);
+    return pool;
+}
+
 std::uint32_t CacheIdFor(const Guid& inIdentity) {
     CacheIds& known = ProcessCacheIds();
     const std::scoped_lock lock(known.mutex);

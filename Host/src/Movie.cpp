@@ -1,11 +1,13 @@
-// Opening a file: load its index, or build it and load it then.
+// Opening a file: load its index, or build it and load it then. Frames.
 #include "VexmoraHost/Movie.h"
 
 #include <algorithm>
 #include <cstdint>
+#include <string>
 #include <system_error>
 #include <utility>
 
+#include "FrameDecoder.h"
 #include "VexmoraHost/IndexSession.h"
 #include "VexmoraHost/PathText.h"
 
@@ -81,10 +83,12 @@ class Movie::Opener {
         : mOptions(inOptions),
           mStore(StoreFor(inOptions)),
           mSession(mStore, AbsolutePath(inPath)),
-          mServices(Services(CacheIdFor(mSession.Identity()))) {}
+          mCacheId(CacheIdFor(mSession.Identity())),
+          mServices(Services(mCacheId)) {}
 
     Movie Open() {
         if (mOptions.blockCacheBytes) ProcessBlockCache().SetBudget(*mOptions.blockCacheBytes);
+        if (mOptions.frameCacheBytes) ProcessFrameCache().SetBudget(*mOptions.frameCacheBytes);
         mMovie.mPath = mSession.Media();
         const auto purpose =
             mOptions.forceReindex ? IndexSession::Purpose::Ignore : IndexSession::Purpose::Find;
@@ -145,6 +149,7 @@ class Movie::Opener {
         info.frameCount = mHeader.lastFrame < info.firstFrame ? 0 : mHeader.lastFrame - info.firstFrame + 1;
         mMovie.mRecords = known->index.records;
         mMovie.mIndexPath = known->path;
+        mMovie.mCacheId = mCacheId;
     }
 
     [[noreturn]] void ThrowFor(Vexmora_Status inStatus) const {
@@ -158,6 +163,7 @@ class Movie::Opener {
     const OpenOptions& mOptions;
     IndexStore mStore;
     IndexSession mSession;
+    const std::uint32_t mCacheId;
     Vexmora::HostServices mServices;
     Vexmora::IndexHeader mHeader{};
     Movie mMovie;
@@ -165,6 +171,28 @@ class Movie::Opener {
 
 Movie Movie::Open(const std::filesystem::path& inPath, const OpenOptions& inOptions) {
     return Opener(inPath, inOptions).Open();
+}
+
+SharedPicture Movie::Frame(std::uint32_t inFrame, Scale inScale) {
+    if (inFrame >= mInfo.frameCount) {
+        throw Error(Vexmora_NoSuchFrame, mPath, "has no frame " + std::to_string(inFrame),
+                    "it has " + std::to_string(mInfo.frameCount) + ", counted from 0");
+    }
+    const FrameSource source{.handle = mHandle.get(),
+                             .records = mRecords,
+                             .firstFrame = mInfo.firstFrame,
+                             .frameCount = mInfo.frameCount,
+                             .info = mInfo.file,
+                             .cacheId = mCacheId,
+                             .cache = ProcessFrameCache(),
+                             .pool = ProcessPlanePool()};
+    SharedPicture picture = FrameDecoder(source, inScale).Frame(inFrame);
+    if (picture == nullptr) {
+        throw Error(Vexmora_NoSuchFrame, mPath,
+                    "holds no picture for frame " + std::to_string(inFrame) + " nor any to stand in for it",
+                    "the stream is damaged or was cut");
+    }
+    return picture;
 }
 
 }  // namespace VexmoraHost

@@ -1,8 +1,7 @@
 #!/usr/bin/env python3
 """Uses the built vexmora command as a user would.
 
-command_test.py COMMAND STREAMS WORK: STREAMS holds the streams of make_streams.sh; WORK is a folder for the
-files that the tests make and is emptied first.
+Indexing, its reports and failures. Arguments: see support.py.
 """
 import csv
 import io
@@ -17,11 +16,11 @@ import sqlite3
 import subprocess
 import sys
 import time
-import unittest
 from fractions import Fraction
 from pathlib import Path
 
-COMMAND = STREAMS = WORK = None
+from support import COMMAND, STREAMS, WORK, Case, made, main, run
+
 KINDS = {'.m2v': 'elementary', '.vob': 'program', '.mpg': 'program', '.ts': 'transport'}
 KEYS = ('file kind width height display_width display_height pixel_aspect_ratio frame_rate '
         'effective_frame_rate frame_count first_frame last_frame progressive field_order max_picture_size '
@@ -29,18 +28,6 @@ KEYS = ('file kind width height display_width display_height pixel_aspect_ratio 
 COLUMNS = ('index,type,temporal_reference,progressive_frame,top_field_first,repeat_first_field,broken_link,'
            'offset,size,past,future,valid').split(',')
 ELEMENTARY, TRANSPORT = 'b2-open-352x288.m2v', 'b3-100x76.ts'
-
-
-def run(*arguments, **options):
-    options = {'stdout': subprocess.PIPE, 'stderr': subprocess.PIPE, 'timeout': 60} | options
-    return subprocess.run([COMMAND, *map(str, arguments)], text=True, **options)
-
-
-def made(name, data):
-    """A file of the test's own."""
-    path = WORK / name
-    path.write_bytes(data)
-    return path
 
 
 def long(name, gibibytes):
@@ -71,19 +58,6 @@ def rest_of(reader):
 
 def bytes_read(pid):
     return int(re.search(r'rchar: (\d+)', Path(f'/proc/{pid}/io').read_text())[1])
-
-
-class Case(unittest.TestCase):
-    """Each test has index files of its own."""
-    def setUp(self):
-        cache = WORK / 'caches' / self.id()
-        os.environ['XDG_CACHE_HOME'] = str(cache)
-        self.store = cache / 'vexmora'
-
-    def kept(self):
-        """The index files in the folder; nothing half-written may lie beside them."""
-        self.assertEqual(list((self.store / 'writing').iterdir()), [])
-        return list(self.store.glob('*.mpgindex'))
 
 
 class Reports(Case):
@@ -430,7 +404,4 @@ class KeptIndexes(Case):
 
 
 if __name__ == '__main__':
-    COMMAND, STREAMS, WORK = (Path(argument).resolve() for argument in sys.argv[1:4])
-    shutil.rmtree(WORK, ignore_errors=True)
-    WORK.mkdir(parents=True)
-    unittest.main(argv=sys.argv[:1])
+    main()

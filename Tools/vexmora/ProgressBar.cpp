@@ -33,8 +33,9 @@ void WriteToTerminal(std::string_view inText) {
 
 }  // namespace
 
-ProgressBar::ProgressBar(const std::string& inFile, bool inQuiet)
+ProgressBar::ProgressBar(const std::string& inFile, bool inQuiet, Unit inUnit)
     : mEnabled(!inQuiet && StandardErrorIsTerminal()),
+      mUnit(inUnit),
       mName(OnOneLine(std::filesystem::path(inFile).filename().string())),
       mStart(Clock::now()),
       mNextDraw(mStart) {}
@@ -57,10 +58,11 @@ std::string ProgressBar::Line(std::uint64_t inDone, std::uint64_t inTotal, doubl
     const double done = static_cast<double>(inDone);
     const double fraction = total > 0 ? done / total : 0;
     std::string numbers =
-        fmt::format(" {:3.0f} %  {:>10} of {}", fraction * 100, HumanBytes(done), HumanBytes(total));
+        fmt::format(" {:3.0f} %  {:>10} of {}", fraction * 100, Amount(done), Amount(total));
+    if (mUnit == Unit::Frames) numbers += " frames";
     if (inSeconds >= kSecondsBeforeRate && done > 0) {
         const double rate = done / inSeconds;
-        numbers += fmt::format("  {}/s  {} left", HumanBytes(rate), ClockTime((total - done) / rate));
+        numbers += fmt::format("  {}/s  {} left", Amount(rate), ClockTime((total - done) / rate));
     }
 
     // The last column stays free: a full line would make some terminals wrap.
@@ -75,6 +77,10 @@ std::string ProgressBar::Line(std::uint64_t inDone, std::uint64_t inTotal, doubl
     const std::size_t bar = std::min(room, kMaxBarColumns);
     const auto filled = static_cast<std::size_t>(fraction * static_cast<double>(bar));
     return line + "[" + std::string(filled, '#') + std::string(bar - filled, '.') + "]" + numbers;
+}
+
+std::string ProgressBar::Amount(double inUnits) const {
+    return mUnit == Unit::Bytes ? HumanBytes(inUnits) : GroupedDigits(static_cast<std::uint64_t>(inUnits));
 }
 
 void ProgressBar::Erase() const {

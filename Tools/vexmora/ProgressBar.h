@@ -1,4 +1,4 @@
-// One line on the terminal that shows how far a file has been read.
+// One line on the terminal that shows how far work on a file has come.
 #pragma once
 
 #include <chrono>
@@ -11,22 +11,27 @@ namespace Vexmora {
 /// a terminal.
 class ProgressBar {
   public:
+    /// What is counted.
+    enum class Unit { Bytes, Frames };
+
     /// @param inFile the file as the user named it. @param inQuiet draw nothing at all.
-    ProgressBar(const std::string& inFile, bool inQuiet);
+    ProgressBar(const std::string& inFile, bool inQuiet, Unit inUnit = Unit::Bytes);
     ~ProgressBar();
     ProgressBar(const ProgressBar&) = delete;
     ProgressBar& operator=(const ProgressBar&) = delete;
 
-    /// @param inDone, inTotal bytes.
+    /// @param inDone, inTotal units.
     void Update(std::uint64_t inDone, std::uint64_t inTotal);
 
   private:
     using Clock = std::chrono::steady_clock;
 
     std::string Line(std::uint64_t inDone, std::uint64_t inTotal, double inSeconds) const;
+    std::string Amount(double inUnits) const;
     void Erase() const;
 
     const bool mEnabled;
+    const Unit mUnit;
     const std::string mName;
     const Clock::time_point mStart;
     Clock::time_point mNextDraw;

@@ -1,8 +1,7 @@
 // The command line of vexmora, and the one place where everything ends.
-#include <CLI/CLI.hpp>
 #include <csignal>
 
-#include "Commands.h"
+#include "CommandLine.h"
 #include "Interrupt.h"
 #include "StandardOutput.h"
 
@@ -14,44 +13,11 @@ constexpr const char* kFooter =
     "Exit status: 0 done; 1 failed (reading or writing, damaged data); 2 wrong usage;\n"
     "             3 data not supported; ended by the signal when interrupted (128 + signal in a shell)";
 
-/// The options that both commands have.
-void AddOpening(CLI::App& ioCommand, OpeningOptions& outOptions, const char* inQuietHelp) {
-    ioCommand
-        .add_option("--index-dir", outOptions.indexDir,
-                    "Folder of the index files (default: $XDG_CACHE_HOME/vexmora, or ~/.cache/vexmora)")
-        ->type_name("DIR")
-        ->check([](const std::string& inText) { return inText.empty() ? "no folder given" : ""; });
-    ioCommand.add_flag("-q,--quiet", outOptions.quiet, inQuietHelp);
-}
-
-CLI::App* AddInfo(CLI::App& ioApp, InfoOptions& outOptions) {
-    CLI::App* command = ioApp.add_subcommand("info", "Show what is in a file");
-    command->add_option("FILE", outOptions.file, "MPEG-2 elementary, program or transport stream")
-        ->required();
-    command->add_flag("--json", outOptions.json, "Write a JSON object");
-    command->add_flag("--records", outOptions.records,
-                      "List every picture position: as CSV, or within the JSON object");
-    AddOpening(*command, outOptions.opening, "Show no progress");
-    return command;
-}
-
-CLI::App* AddIndex(CLI::App& ioApp, IndexOptions& outOptions) {
-    CLI::App* command = ioApp.add_subcommand("index", "Index files and tell where their index went");
-    command->add_option("FILE", outOptions.files, "MPEG-2 elementary, program or transport streams")
-        ->required();
-    command->add_flag("--force", outOptions.opening.force, "Index again what is already indexed");
-    AddOpening(*command, outOptions.opening, "Show no progress and no summary");
-    return command;
-}
-
 ExitStatus Run(int inArgumentCount, const char* const* inArguments) {
     CLI::App app("Frame-accurate random access to MPEG-2 video", "vexmora");
     app.footer(kFooter);
     app.set_version_flag("--version", "vexmora " VEXMORA_VERSION);
-    InfoOptions infoOptions;
-    IndexOptions indexOptions;
-    const CLI::App* info = AddInfo(app, infoOptions);
-    const CLI::App* index = AddIndex(app, indexOptions);
+    const std::vector<Command> commands = AddCommands(app);
     try {
         app.parse(inArgumentCount, inArguments);
         if (app.get_subcommands().empty()) throw CLI::ValidationError("no command given", 0);
@@ -67,8 +33,9 @@ ExitStatus Run(int inArgumentCount, const char* const* inArguments) {
         TellProblem(std::string(error.what()) + " ('vexmora --help' shows what there is)");
         return ExitStatus::Usage;
     }
-    if (info->parsed()) return RunInfo(infoOptions);
-    if (index->parsed()) return RunIndex(indexOptions);
+    for (const Command& command : commands) {
+        if (command.parser->parsed()) return command.run();
+    }
     return ExitStatus::Usage;
 }
 

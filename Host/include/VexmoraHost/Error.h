@@ -20,6 +20,7 @@ class Error : public std::runtime_error {
     /// Vexmora_Failure: a file cannot be opened, read or written. Vexmora_Unsupported and
     /// Vexmora_NoSequenceHeader: the library does not support the data. Vexmora_NotFinished: the progress
     /// callback cancelled. Vexmora_IndexNotWritten: the media was indexed but the index was not kept.
+    /// Vexmora_NoSuchFrame: the movie has no such frame, or no picture for it.
     Vexmora_Status Status() const noexcept { return mStatus; }
     /// The file or folder that the problem lies with.
     const std::filesystem::path& Path() const noexcept { return mPath; }

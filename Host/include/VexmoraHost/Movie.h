@@ -12,6 +12,7 @@
 #include "Vexmora/Vexmora.h"
 #include "VexmoraHost/Error.h"
 #include "VexmoraHost/HostServices.h"
+#include "VexmoraHost/Picture.h"
 
 namespace VexmoraHost {
 
@@ -30,6 +31,8 @@ struct OpenOptions {
     /// Bytes that the block cache may keep, for all movies of the process from now on; unchanged when not
     /// given.
     std::optional<std::size_t> blockCacheBytes = {};
+    /// Bytes that the frame cache may keep, likewise.
+    std::optional<std::size_t> frameCacheBytes = {};
 };
 
 enum class StreamKind { Elementary, Program, Transport };
@@ -66,6 +69,17 @@ class Movie {
     const std::vector<Vexmora::FrameRecord>& Records() const { return mRecords; }
     /// Where the index file is kept.
     const std::filesystem::path& IndexPath() const { return mIndexPath; }
+
+    /// The picture of a frame, decoded with whatever it is predicted from, or as the frame cache has it: the
+    /// same samples in any order of access. (Of a picture with broken slices the library may decode more or
+    /// less from one time to the next.) Damage in the stream is told by the picture, not by an error; for a
+    /// frame that the stream does not hold, the nearest earlier picture stands in, or the nearest later one
+    /// if there is none, both among the usable frames.
+    /// @param inFrame 0 to Info().frameCount - 1, in display order.
+    /// Throws Error with Vexmora_NoSuchFrame when there is no such frame or no picture to stand in for it,
+    /// and std::bad_alloc.
+    SharedPicture Frame(std::uint32_t inFrame, Scale inScale = Scale::Full);
+
     /// Whether opening had to index the file.
     bool WasIndexed() const { return mWasIndexed; }
 
@@ -84,6 +98,7 @@ class Movie {
     MovieInfo mInfo{};
     std::vector<Vexmora::FrameRecord> mRecords;
     std::filesystem::path mIndexPath;
+    std::uint32_t mCacheId = 0;
     bool mWasIndexed = false;
 };
 

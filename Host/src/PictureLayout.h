@@ -1,0 +1,54 @@
+// Where the samples and the macroblocks of a picture lie in its planes, at each scale.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "Vexmora/FileInfo.h"
+#include "VexmoraHost/Picture.h"
+
+namespace VexmoraHost {
+
+/// What inDecodeMode and inDecodeSubMode of Vexmora_GetFrame ask for.
+struct DecodeModes {
+    std::uint32_t mode;
+    std::uint32_t subMode;
+};
+DecodeModes ModesOf(Scale inScale);
+
+/// One block of memory holds the planes Y, Cb, Cr. Sizes in samples and lines, strides in bytes.
+struct PictureLayout {
+    Scale scale;
+    std::uint32_t width;
+    std::uint32_t height;
+    std::uint32_t lumaStride;
+    std::uint32_t chromaStride;
+    /// A macroblock in luma; it has half of both in chroma.
+    std::uint32_t macroblockWidth;
+    std::uint32_t macroblockHeight;
+    /// Macroblocks that reach into the visible picture.
+    std::uint32_t columns;
+    std::uint32_t rows;
+    /// Rows that the planes have room for: an interlaced sequence may code one more than is visible
+    /// (ISO/IEC 13818-2, 6.3.3).
+    std::uint32_t codedRows;
+    std::size_t cbOffset;
+    std::size_t crOffset;
+    std::size_t bytes;
+
+    std::uint32_t Macroblocks() const { return columns * rows; }
+};
+
+/// The bytes that the library asks for, see Vexmora_GetFrameSizes.
+struct PlaneBytes {
+    std::uint32_t luma = 0;
+    std::uint32_t chroma = 0;
+};
+PictureLayout LayoutOf(const Vexmora::FileInfo& inInfo, const PlaneBytes& inLeast, Scale inScale);
+
+/// The planes in a block of memory of inLayout.bytes bytes.
+Vexmora::FramePlanes PlanesIn(std::uint8_t* inBlock, const PictureLayout& inLayout);
+/// Sets the views of a picture's planes.
+void ShowPlanes(const Vexmora::FramePlanes& inPlanes, const PictureLayout& inLayout, Picture& outPicture);
+
+}  // namespace VexmoraHost

@@ -1,0 +1,186 @@
+#!/usr/bin/env python3
+"""Pictures that the command writes, beside those of other programs. Arguments: see support.py."""
+import os
+import re
+import signal
+import struct
+import subprocess
+import time
+
+from support import COMMAND, SAMPLE, STREAMS, WORK, Case, main, made, run
+
+SAMPLE_FRAMES = 250
+
+
+def ffmpeg(*arguments, data=None):
+    return subprocess.run(['ffmpeg', '-v', 'error', '-y', *map(str, arguments)], input=data, check=True,
+                          stdout=subprocess.PIPE, timeout=60).stdout
+
+
+def pixels(png):
+    """Width, height and the bytes R, G, B of each pixel, read by another program."""
+    width, height = struct.unpack('>II', png[16:24])
+    return width, height, ffmpeg('-f', 'png_pipe', '-i', '-', '-f', 'rawvideo', '-pix_fmt', 'rgb24', '-', data=png)
+
+
+def pixel(image, x, y):
+    width, _, data = image
+    return tuple(data[3 * (y * width + x):][:3])
+
+
+def burnt_number(png):
+    """The frame number that the row of boxes at the top of the sample's pictures spells, most significant first."""
+    image = pixels(png)
+    width = image[0]
+    boxes = [pixel(image, int((box + 0.5) * width / 8), 21)[0] > 128 for box in range(8)]
+    return int(''.join(map(str, map(int, boxes))), 2)
+
+
+def still(name, colour, size, *options):
+    """A stream of one colour, with what the encoder is told about its colours."""
+    path = WORK / name
+    ffmpeg('-f', 'lavfi', '-i', f'color=c={colour}:s={size}:r=25,format=rgb24', '-frames:v', 5, *options, '-c:v', 'mpeg2video',
+           '-qscale:v', 1, '-f', 'mpeg2video', path)
+    return path
+
+
+class Frames(Case):
+    def test_each_number_names_the_picture_that_shows_it(self):
+        out = WORK / 'numbered-%04d.png'
+        numbers = [37, 0, 249, 100, 101, 102]
+        result = run('frame', SAMPLE, '37,0,249,100-102', '-o', out, '--coded-size')
+        names = [str(WORK / f'numbered-{number:04}.png') for number in numbers]
+        self.assertEqual((result.stdout.split(), result.stderr, result.returncode), (names, '', 0))
+        for number, name in zip(numbers, names):
+            with open(name, 'rb') as file:
+                self.assertEqual(burnt_number(file.read()), number)
+
+    def test_colours_follow_the_matrix_and_shapes_the_aspect(self):
+        # Red, green and blue in the matrix of the stream, or in the one that its size suggests.
+        for name, size, options, viewed in (
+                ('sd', '720x576', ('-aspect', '4:3'), (768, 576)),
+                ('sd-wide', '720x576', ('-aspect', '16:9'), (1024, 576)),
+                ('sd-709', '720x576', ('-colorspace', 'bt709', '-aspect', '4:3'), (768, 576)),
+                ('hd', '1440x1080', ('-aspect', '16:9'), (1920, 1080))):
+            matrix = 'bt709' if name in ('sd-709', 'hd') else 'bt601'
+            for colour, expected in (('red', (255, 0, 0)), ('0x20A040', (32, 160, 64)), ('0x3050C0', (48, 80, 192))):
+                with self.subTest(name, colour=colour):
+                    path = still(f'{name}.m2v', colour, size, '-vf', f'scale=out_color_matrix={matrix}', *options)
+                    image = pixels(run('frame', path, 2, '-o', '-', text=False).stdout)
+                    self.assertEqual(image[:2], viewed)
+                    for place in ((0, 0), (viewed[0] // 2, viewed[1] // 2), (viewed[0] - 1, viewed[1] - 1)):
+                        for got, wanted in zip(pixel(image, *place), expected):
+                            self.assertLessEqual(abs(got - wanted), 3)
+        self.assertEqual(pixels(run('frame', path, 0, '-o', '-', '--scale', 'half', text=False).stdout)[:2],
+                         (1920, 1080))
+
+    def test_fields_keep_their_colours(self):
+        # Lines of two fields far apart in colour: what is mixed between the fields would be neither.
+        path = WORK / 'fields.m2v'
+        turns = "color=c=red:s=352x288:r=50,drawbox=t=fill:color=blue:enable='mod(n,2)',tinterlace=interleave_top"
+        ffmpeg('-f', 'lavfi', '-i', turns, '-frames:v', 3, '-pix_fmt', 'yuv420p', '-c:v', 'mpeg2video', '-qscale:v', 1, '-flags', '+ildct+ilme', '-f', 'mpeg2video', path)
+        image = pixels(run('frame', path, 1, '-o', '-', text=False).stdout)
+        lines = {pixel(image, 100, y)[0] > 128 for y in (100, 101)}
+        self.assertEqual(lines, {True, False})
+
+    def test_raw_planes_are_the_exported_ones(self):
+        out = WORK / 'planes.yuv'
+        self.assertEqual(run('frame', SAMPLE, 37, '-o', out, '-q').stdout, '')
+        exported = run('export', SAMPLE, '--range', '37:37', text=False).stdout
+        self.assertEqual(exported.split(b'FRAME\n', 1)[1], out.read_bytes())
+
+    def test_wrong_usage(self):
+        before = set(WORK.iterdir())
+        for arguments, text in ((('250',), 'it has no frame 250'),
+                                (('99999999999999999999',), 'it has no frame'), (('1-',), 'does not name frames'),
+                                (('3,,4',), 'does not name frames'), (('-o', WORK / 'x.png', '3,4'), 'into one file'),
+                                (('3', '-o', WORK / 'x.jpg'), 'not clear what to write')):
+            self.assert_problem(run('frame', SAMPLE, *arguments), 2, text)
+        for range_, text in (('5', 'does not name'), ('7:3', 'ends before it begins'), ('0:250', 'no frame 250')):
+            self.assert_problem(run('export', SAMPLE, '--range', range_), 2, text)
+        self.assertEqual(set(WORK.iterdir()) - before - {WORK / 'caches'}, set())
+
+
+class Exports(Case):
+    def test_another_program_reads_the_same_pictures(self):
+        hashes = dict(line.split(', ') for line in run('hash', SAMPLE, '--range', '20:40').stdout.split('\n')[:-1])
+        exported = run('export', SAMPLE, '--range', '20:40', text=False).stdout
+        self.assertEqual(exported.split(b'\n', 1)[0], b'YUV4MPEG2 W720 H576 F25:1 It A64:45 C420mpeg2')
+        listed = ffmpeg('-f', 'yuv4mpegpipe', '-i', '-', '-f', 'framemd5', '-', data=exported).decode()
+        read = [line.split()[-1] for line in listed.splitlines() if not line.startswith('#')]
+        self.assertEqual(read, [hashes[str(frame)] for frame in range(20, 41)])
+
+    def test_rates_sizes_and_shapes(self):
+        for options, scale, header in (
+                (('-r', '30000/1001', '-aspect', '4:3'), 'full', 'W352 H240 F30000:1001 Ip A10:11 C420mpeg2'),
+                (('-r', '24', '-aspect', '352:240'), 'full', 'W352 H240 F24:1 Ip A1:1 C420mpeg2'),
+                (('-r', '25', '-aspect', '4:3'), 'half', 'W176 H240 F25:1 Ip A20:11 C420mpeg2'),
+                (('-r', '25', '-aspect', '16:9', '-flags', '+ildct'), 'quarter',
+                 'W176 H120 F25:1 I? A40:33 C420mpeg2')):
+            path = still('rates.m2v', 'gray', '352x240', *options)
+            exported = run('export', path, '--scale', scale, text=False).stdout
+            self.assertEqual(exported.split(b'\n', 1)[0].decode(), f'YUV4MPEG2 {header}')
+
+    def test_hashes_do_not_depend_on_the_order(self):
+        for scale in ('full', 'half', 'quarter'):
+            forward = run('hash', SAMPLE, '--range', ':60', '--scale', scale).stdout
+            self.assertEqual([line.split(',')[0] for line in forward.splitlines()], [str(n) for n in range(61)])
+            for order in (('reverse',), ('random',), ('random', '--seed', '7')):
+                again = run('hash', SAMPLE, '--range', ':60', '--scale', scale, '--order', *order).stdout
+                self.assertEqual(again, forward)
+
+    def test_sinks_that_fail(self):
+        self.assert_problem(run('export', SAMPLE, '-o', '/dev/full'), 1, 'No space left')
+        self.assert_problem(run('export', SAMPLE, '-o', WORK / 'nowhere/x.y4m'), 1, 'No such file')
+        reader, writer = os.pipe()
+        os.close(reader)
+        closed = run('export', SAMPLE, stdout=writer)
+        os.close(writer)
+        self.assertEqual((closed.stderr, closed.returncode), ('', 1))
+
+    def test_interrupted_export_leaves_the_old_file(self):
+        out = made('kept.y4m', b'old')
+        stream = (STREAMS / 'b2-open-352x288.m2v').read_bytes()
+        media = made('many.m2v', stream * 40)
+        run('index', media, '-q')
+        with subprocess.Popen([COMMAND, 'export', media, '-o', out], stderr=subprocess.PIPE, text=True) as process:
+            while not (WORK / 'kept.y4m.part').exists() and process.poll() is None:
+                time.sleep(0.001)
+            process.send_signal(signal.SIGTERM)
+            self.assertIn('interrupted', process.communicate(timeout=60)[1])
+        self.assertEqual((process.returncode, out.read_bytes()), (-signal.SIGTERM, b'old'))
+        self.assertFalse((WORK / 'kept.y4m.part').exists())
+
+
+class Sheets(Case):
+    def test_cells_are_evenly_spaced_frames(self):
+        out = WORK / 'sheet.png'
+        result = run('sheet', SAMPLE, '-o', out, '--columns', 5, '--rows', 2, '--width', 2000)
+        self.assertEqual((result.stdout, result.stderr, result.returncode),
+                         (f'{SAMPLE}: 10 of {SAMPLE_FRAMES} frames on {out}\n', '', 0))
+        image = pixels(out.read_bytes())
+        self.assertAlmostEqual(image[0], 2000, delta=5)
+        width = (2000 - 6 * 8) // 5
+        height = round(width * 9 / 16)
+        for cell in range(10):
+            left, top = 8 + cell % 5 * (width + 8), 8 + cell // 5 * ((image[1] - 8) // 2)
+            boxes = [pixel(image, left + int((box + 0.5) * width / 8), top + round(21 * height / 576))[0] > 128
+                     for box in range(8)]
+            self.assertEqual(int(''.join(map(str, map(int, boxes))), 2), cell * 25)
+        self.assert_problem(run('sheet', SAMPLE, '-o', out, '--columns', 50, '--width', 200), 2, 'do not fit')
+
+
+class DamagedFrames(Case):
+    def test_what_is_written_is_told_to_be_damaged(self):
+        stream = bytearray((STREAMS / 'b2-open-352x288.m2v').read_bytes())
+        slices = [match.start() for match in re.finditer(b'\0\0\1\x05', stream)]
+        place = slices[len(slices) // 2] + 6
+        stream[place:place + 40] = bytes(byte ^ 0x5A for byte in stream[place:place + 40])
+        damaged = made('damaged.m2v', stream)
+        result = run('hash', damaged)
+        self.assertRegex(result.stderr, r"\Avexmora: .* damaged or missing.* \('vexmora check' .*\)\n\Z")
+        self.assertEqual((result.returncode, len(result.stdout.splitlines()) > 10), (1, True))
+
+
+if __name__ == '__main__':
+    main()

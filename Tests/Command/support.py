@@ -1,0 +1,50 @@
+"""What the tests of the command share: where everything is, and running it.
+
+Arguments of every test script: COMMAND STREAMS WORK. STREAMS holds the streams of make_streams.sh; WORK is a folder for
+the files that the tests make and is emptied first.
+"""
+import os
+import shutil
+import subprocess
+import sys
+import unittest
+from pathlib import Path
+
+COMMAND, STREAMS, WORK = (Path(argument).resolve() for argument in sys.argv[1:4])
+SAMPLE = Path(__file__).resolve().parents[2] / 'Samples/frame-numbers.ts'
+
+
+def run(*arguments, **options):
+    options = {'stdout': subprocess.PIPE, 'stderr': subprocess.PIPE, 'timeout': 60, 'text': True} | options
+    return subprocess.run([COMMAND, *map(str, arguments)], **options)
+
+
+def made(name, data):
+    """A file of the test's own."""
+    path = WORK / name
+    path.write_bytes(data)
+    return path
+
+
+class Case(unittest.TestCase):
+    """Each test has index files of its own."""
+    def setUp(self):
+        cache = WORK / 'caches' / self.id()
+        os.environ['XDG_CACHE_HOME'] = str(cache)
+        self.store = cache / 'vexmora'
+
+    def kept(self):
+        """The index files in the folder; nothing half-written may lie beside them."""
+        self.assertEqual(list((self.store / 'writing').iterdir()), [])
+        return list(self.store.glob('*.mpgindex'))
+
+    def assert_problem(self, result, status, text):
+        """One line on standard error that says what is wrong and what to do, and nothing else."""
+        self.assertRegex(result.stderr, rf'\Avexmora: .*({text}).* \(.+\)\n\Z')
+        self.assertEqual((result.stdout, result.returncode), ('', status))
+
+
+def main():
+    shutil.rmtree(WORK, ignore_errors=True)
+    WORK.mkdir(parents=True)
+    unittest.main(argv=sys.argv[:1])

@@ -1,0 +1,104 @@
+// Pictures by way of the exports alone, and a file whose index a test may change, to hold the host against.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <vector>
+
+#include "Decoding/DecodeChain.h"
+#include "FrameDecoder.h"
+#include "Support/StreamBuilder.h"
+#include "VexmoraHost/HostServices.h"
+#include "VexmoraHost/PathText.h"
+
+namespace VexmoraHost {
+
+using Samples = std::vector<std::uint8_t>;
+
+/// The visible samples of a picture without padding: Y, Cb, Cr.
+inline Samples SamplesOf(const Picture& inPicture) {
+    Samples samples;
+    for (const Plane& plane : {inPicture.luma, inPicture.cb, inPicture.cr}) {
+        for (std::size_t line = 0; line < plane.height; ++line) {
+            const std::uint8_t* const first = plane.samples + line * plane.stride;
+            samples.insert(samples.end(), first, first + plane.width);
+        }
+    }
+    return samples;
+}
+
+inline constexpr Scale kScales[] = {Scale::Full, Scale::HalfWidth, Scale::Quarter};
+
+/// A file, opened with the index that an indexer makes of it and that inChange alters.
+class IndexedFile {
+  public:
+    using Records = std::vector<Vexmora::FrameRecord>;
+
+    explicit IndexedFile(
+        const std::filesystem::path& inPath,
+        const std::function<void(Records&)>& inChange = [](Records&) {}) {
+        auto index = Vexmora::Test::Index(Vexmora::Test::ReadAll(inPath));
+        inChange(index.records);
+        mRecords = index.records;
+        index.header.recordCount = static_cast<std::uint32_t>(mRecords.size());
+        mHeader = index.header;
+        EXPECT_EQ(Vexmora_OpenFileWithIndex(ToInterfacePath(inPath), Services(), mHeader, mRecords, &mHandle),
+                  Vexmora_Ok);
+        EXPECT_EQ(Vexmora_GetFileInfo(mHandle, &mInfo), Vexmora_Ok);
+    }
+    ~IndexedFile() { Vexmora_CloseFile(mHandle); }
+    IndexedFile(const IndexedFile&) = delete;
+    IndexedFile& operator=(const IndexedFile&) = delete;
+
+    /// Every record is a usable frame unless inFirstFrame says otherwise.
+    FrameSource Source(FrameCache& ioCache, PlanePool& ioPool, std::uint32_t inFirstFrame = 0) const {
+        const auto count = static_cast<std::uint32_t>(mRecords.size()) - inFirstFrame;
+        return {mHandle, mRecords, inFirstFrame, count, mInfo, 1, ioCache, ioPool};
+    }
+
+    /// The samples of a record of a sound stream by way of the exports alone, each picture decoded once.
+    Samples Plain(std::int32_t inRecord, Scale inScale) {
+        return Visible(PlainPicture(inRecord, inScale), mInfo,
+                       kTestScales[static_cast<std::size_t>(inScale)]);
+    }
+    const Records& AllRecords() const { return mRecords; }
+
+  private:
+    static constexpr Vexmora::Test::Scale kTestScales[] = {
+        Vexmora::Test::kFullSize, Vexmora::Test::kHalfWidth, Vexmora::Test::kQuarterSize};
+
+    Vexmora::Test::Picture420& PlainPicture(std::int32_t inRecord, Scale inScale) {
+        const auto key = std::pair(inRecord, inScale);
+        if (const auto found = mPlain.find(key); found != mPlain.end()) return found->second;
+        std::array<std::int32_t, 2> records{};
+        EXPECT_EQ(Vexmora_GetFrameDependancies(mHandle, inRecord, &records[0], &records[1]), Vexmora_Ok);
+        std::array<Vexmora::FramePlanes, 2> references{};
+        for (const std::size_t i : {0u, 1u}) {
+            if (records[i] == Vexmora::Test::DecodeChain::kNone) continue;
+            references[i] = PlainPicture(records[i], inScale).Planes();
+        }
+        // Planes of the host's layout, each without a byte to spare.
+        const PictureLayout layout = LayoutOf(mInfo, {}, inScale);
+        const auto lumaBytes = static_cast<std::uint32_t>(layout.cbOffset);
+        const auto chromaBytes = static_cast<std::uint32_t>(layout.crOffset - layout.cbOffset);
+        auto& picture = mPlain.emplace(key, Vexmora::Test::Picture420(lumaBytes, chromaBytes)).first->second;
+        const Vexmora::FramePlanes output = picture.Planes();
+        const auto& scale = kTestScales[static_cast<std::size_t>(inScale)];
+        EXPECT_EQ(Vexmora_GetFrame(mHandle, inRecord, references.data(), references.data() + 1, &output,
+                                   scale.mode, scale.subMode),
+                  Vexmora_Ok);
+        return picture;
+    }
+
+    Library mLibrary;
+    Vexmora_Handle mHandle = nullptr;
+    Vexmora::IndexHeader mHeader{};
+    Records mRecords;
+    Vexmora::FileInfo mInfo{};
+    std::map<std::pair<std::int32_t, Scale>, Vexmora::Test::Picture420> mPlain;
+};
+
+}  // namespace VexmoraHost

@@ -1,0 +1,34 @@
+// How a stream's pictures are to be shown: shape of a sample, frame rate, field order, colours.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "VexmoraHost/Movie.h"
+
+namespace Vexmora {
+
+/// A ratio of two whole numbers, reduced; 0 over 0 when not known.
+struct Ratio {
+    std::uint64_t numerator = 0;
+    std::uint64_t denominator = 0;
+
+    bool IsKnown() const { return denominator != 0; }
+    double Value() const { return static_cast<double>(numerator) / static_cast<double>(denominator); }
+};
+
+/// Width over height of a decoded sample at inScale.
+Ratio SampleAspect(const VexmoraHost::MovieInfo& inInfo, VexmoraHost::Scale inScale);
+
+/// Frames per second, exactly: the standard's rates are whole multiples of 1/1001 divided by up to 32.
+Ratio FrameRate(const VexmoraHost::MovieInfo& inInfo);
+
+/// Width in square samples of a picture that is inWidth samples wide: its lines stay as they are.
+std::uint32_t ViewingWidth(std::uint32_t inWidth, const Ratio& inSampleAspect);
+
+/// matrix_coefficients (ISO/IEC 13818-2, table 6-9): as the stream says, or, where it does not, what is usual
+/// for its size.
+enum class ColourMatrix { Bt601, Bt709 };
+ColourMatrix MatrixOf(const IndexHeader& inHeader);
+
+}  // namespace Vexmora

@@ -1,0 +1,37 @@
+// A file that comes into being whole or not at all; or standard output.
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+#include <string>
+#include <string_view>
+
+namespace Vexmora {
+
+/// Written beside its place and put there by Commit: what was there before stays until then, and nothing is
+/// left of a file that is not committed.
+class OutputFile {
+  public:
+    /// @param inPath "-" for standard output. Throws Problem (Failed).
+    explicit OutputFile(const std::string& inPath);
+    ~OutputFile();
+    OutputFile(const OutputFile&) = delete;
+    OutputFile& operator=(const OutputFile&) = delete;
+
+    /// Throws Problem (Failed), and OutputClosed when the reader of standard output is gone.
+    void Write(const void* inData, std::size_t inBytes);
+    void Write(std::string_view inText) { Write(inText.data(), inText.size()); }
+    /// Hands everything to the system and gives the file its name. Throws as Write does.
+    void Commit();
+
+    bool IsStandardOutput() const { return mPath == "-"; }
+
+  private:
+    [[noreturn]] void ThrowLastError() const;
+
+    const std::string mPath;
+    std::string mTemporary;
+    std::FILE* mStream = nullptr;
+};
+
+}  // namespace Vexmora

@@ -1,0 +1,31 @@
+// Making and removing a folder with a name of its own.
+#include "TemporaryFolder.h"
+
+#include <fmt/format.h>
+
+#include <filesystem>
+#include <random>
+
+#include "Problem.h"
+
+namespace Vexmora {
+
+namespace fs = std::filesystem;
+
+TemporaryFolder::TemporaryFolder(std::string_view inName) {
+    std::error_code error;
+    const fs::path parent = fs::temp_directory_path(error);
+    if (error) throw Problem::FromSystem("$TMPDIR", error);
+    std::random_device random;
+    do {
+        mPath = (parent / fmt::format("{}-{:08x}", inName, random())).native();
+    } while (!fs::create_directory(mPath, error) && !error);
+    if (error) throw Problem::FromSystem(mPath, error);
+}
+
+TemporaryFolder::~TemporaryFolder() {
+    std::error_code ignored;  // the system empties its folder some day
+    fs::remove_all(mPath, ignored);
+}
+
+}  // namespace Vexmora

@@ -1,0 +1,24 @@
+// A folder that is gone when its work is done.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace Vexmora {
+
+/// Made empty in the system's folder for temporary files, removed with all that is in it.
+class TemporaryFolder {
+  public:
+    /// @param inName what its name begins with. Throws Problem.
+    explicit TemporaryFolder(std::string_view inName);
+    ~TemporaryFolder();
+    TemporaryFolder(const TemporaryFolder&) = delete;
+    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+
+    const std::string& Path() const { return mPath; }
+
+  private:
+    std::string mPath;
+};
+
+}  // namespace Vexmora
