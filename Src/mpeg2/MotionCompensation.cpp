@@ -146,60 +146,61 @@ DecodeStatus MotionCompensation<kScale>::PredictPart(const Part& inPart, const M
                                                      bool& outIsUnpredicted) const {
     outIsUnpredicted = true;
     if (inPart.sourceCount == 0) return DecodeStatus::Ok;
-    References references;
-    for (std::size_t source = 0; source < inPart.sourceCount; ++source) {
-        if (!HasPlanes(*inPart.sources[source].planes)) return DecodeStatus::Failed;
-        if (!Locate(inPart.sources[source], inPart, inPosition, references[source])) return DecodeStatus::Ok;
+    const Area lumaArea = AreaOf(kLuma, inPart, inPosition);
+    const Area chromaArea = AreaOf(kCb, inPart, inPosition);
+    std::array<Place, 2> luma;
+    std::array<Place, 2> chroma;  // of both chroma planes, which are alike
+    for (std::size_t i = 0; i < inPart.sourceCount; ++i) {
+        const Source& source = inPart.sources[i];
+        if (!HasPlanes(*source.planes)) return DecodeStatus::Failed;
+        const MotionVector vector = ScaleVector<kScale>(source.vector);
+        if (!Locate((*source.planes)[kLuma], source.isBottomField, lumaArea, vector, luma[i]) ||
+            !Locate((*source.planes)[kCb], source.isBottomField, chromaArea, ChromaVector(vector),
+                    chroma[i])) {
+            return DecodeStatus::Ok;
+        }
     }
     outIsUnpredicted = false;
-    for (const Component component : {kLuma, kCb, kCr}) {
-        const DecodeStatus status = WriteBlock(component, inPart, inPosition, references);
-        if (status != DecodeStatus::Ok) return status;
-    }
-    return DecodeStatus::Ok;
+    const bool isWritten =
+        WriteBlock(kLuma, inPart, lumaArea, luma, inPart.isHalf ? Traits::kHalfLuma : Traits::kWholeLuma) &&
+        WriteBlock(kCb, inPart, chromaArea, chroma,
+                   inPart.isHalf ? Traits::kHalfChroma : Traits::kWholeChroma) &&
+        WriteBlock(kCr, inPart, chromaArea, chroma,
+                   inPart.isHalf ? Traits::kHalfChroma : Traits::kWholeChroma);
+    return isWritten ? DecodeStatus::Ok : DecodeStatus::Failed;
 }
 
-// Finds the blocks that inSource predicts from. False if one of them would begin before its plane.
+// Finds what the block at inArea is predicted from. False if it would begin before its plane.
 template <DecodeScale kScale>
-bool MotionCompensation<kScale>::Locate(const Source& inSource, const Part& inPart,
-                                        const MacroblockPosition& inPosition,
-                                        std::array<ReferenceBlock, kComponents>& outBlocks) {
-    const MotionVector lumaVector = ScaleVector<kScale>(inSource.vector);
-    for (const Component component : {kLuma, kCb, kCr}) {
-        const MotionVector vector = component == kLuma ? lumaVector : ChromaVector(lumaVector);
-        const Plane& plane = (*inSource.planes)[component];
-        const Area area = AreaOf(component, inPart, inPosition);
-        const std::ptrdiff_t firstLine = inSource.isBottomField ? plane.step / 2 : 0;
-        const std::ptrdiff_t offset =
-            firstLine + (area.y + (vector.y >> 1)) * plane.step + area.x + (vector.x >> 1);
-        if (offset < 0) return false;
+bool MotionCompensation<kScale>::Locate(const Plane& inPlane, bool inIsBottomField, const Area& inArea,
+                                        const MotionVector& inVector, Place& outPlace) {
+    const std::ptrdiff_t firstLine = inIsBottomField ? inPlane.step / 2 : 0;
+    const std::ptrdiff_t offset =
+        firstLine + (inArea.y + (inVector.y >> 1)) * inPlane.step + inArea.x + (inVector.x >> 1);
+    if (offset < 0) return false;
 
-        // In half samples. At the last position no half sample is left, so that nothing behind it is read.
-        const std::int32_t x = std::clamp(area.x * 2 + vector.x, 0, (plane.width - area.width) * 2);
-        const std::int32_t y = std::clamp(area.y * 2 + vector.y, 0, (plane.height - area.height) * 2);
-        outBlocks[component] = {plane.samples + (y >> 1) * plane.step + (x >> 1), plane.step,
-                                static_cast<HalfSampleType>((x & 1) * 8 + (y & 1) * 4)};
-    }
+    // In half samples. At the last position no half sample is left, so that nothing behind it is read.
+    const std::int32_t x = std::clamp(inArea.x * 2 + inVector.x, 0, (inPlane.width - inArea.width) * 2);
+    const std::int32_t y = std::clamp(inArea.y * 2 + inVector.y, 0, (inPlane.height - inArea.height) * 2);
+    outPlace = {(y >> 1) * inPlane.step + (x >> 1), static_cast<HalfSampleType>((x & 1) * 8 + (y & 1) * 4)};
     return true;
 }
 
 template <DecodeScale kScale>
-DecodeStatus MotionCompensation<kScale>::WriteBlock(Component inComponent, const Part& inPart,
-                                                    const MacroblockPosition& inPosition,
-                                                    const References& inReferences) const {
+bool MotionCompensation<kScale>::WriteBlock(Component inComponent, const Part& inPart, const Area& inArea,
+                                            const std::array<Place, 2>& inPlaces, BlockSize inSize) const {
     const Plane& plane = mOutput[static_cast<std::size_t>(inPart.lines)][inComponent];
-    const Area area = AreaOf(inComponent, inPart, inPosition);
-    const PixelBlock pixels{plane.samples + area.y * plane.step + area.x, plane.step};
-    const BlockSize size = inComponent == kLuma
-                               ? (inPart.isHalf ? Traits::kHalfLuma : Traits::kWholeLuma)
-                               : (inPart.isHalf ? Traits::kHalfChroma : Traits::kWholeChroma);
-    const auto index = static_cast<std::size_t>(size);
-    const ReferenceBlock& first = inReferences[0][inComponent];
-    const PrimitiveStatus status = inPart.sourceCount == 1
-                                       ? mPicture.primitives.predictBlock[index](first, {}, pixels)
-                                       : mPicture.primitives.predictBlockBidirectional[index](
-                                             first, inReferences[1][inComponent], {}, pixels);
-    return status == PrimitiveStatus::Ok ? DecodeStatus::Ok : DecodeStatus::Failed;
+    const PixelBlock pixels{plane.samples + inArea.y * plane.step + inArea.x, plane.step};
+    const auto reference = [&](std::size_t inSource) {
+        const Plane& from = (*inPart.sources[inSource].planes)[inComponent];
+        return ReferenceBlock{from.samples + inPlaces[inSource].offset, from.step, inPlaces[inSource].type};
+    };
+    const auto size = static_cast<std::size_t>(inSize);
+    const PrimitiveStatus status =
+        inPart.sourceCount == 1
+            ? mPicture.primitives.predictBlock[size](reference(0), {}, pixels)
+            : mPicture.primitives.predictBlockBidirectional[size](reference(0), reference(1), {}, pixels);
+    return status == PrimitiveStatus::Ok;
 }
 
 template <DecodeScale kScale>

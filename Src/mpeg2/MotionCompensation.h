@@ -79,7 +79,11 @@ class MotionCompensation {
         std::int32_t width;
         std::int32_t height;
     };
-    using References = std::array<std::array<ReferenceBlock, kComponents>, 2>;
+    // Where in its plane a reference block begins.
+    struct Place {
+        std::ptrdiff_t offset;
+        HalfSampleType type;
+    };
 
     DecodeStatus PredictFrameMacroblock(const Prediction& inPrediction, const MacroblockPosition& inPosition,
                                         UnpredictedLines& outUnpredicted) const;
@@ -92,10 +96,10 @@ class MotionCompensation {
                               UnpredictedLines& outUnpredicted) const;
     DecodeStatus PredictPart(const Part& inPart, const MacroblockPosition& inPosition,
                              bool& outIsUnpredicted) const;
-    static bool Locate(const Source& inSource, const Part& inPart, const MacroblockPosition& inPosition,
-                       std::array<ReferenceBlock, kComponents>& outBlocks);
-    DecodeStatus WriteBlock(Component inComponent, const Part& inPart, const MacroblockPosition& inPosition,
-                            const References& inReferences) const;
+    static bool Locate(const Plane& inPlane, bool inIsBottomField, const Area& inArea,
+                       const MotionVector& inVector, Place& outPlace);
+    bool WriteBlock(Component inComponent, const Part& inPart, const Area& inArea,
+                    const std::array<Place, 2>& inPlaces, BlockSize inSize) const;
     static Area AreaOf(Component inComponent, const Part& inPart, const MacroblockPosition& inPosition);
     FramePlanesByLines PlanesOf(const YV12Frame& inFrame) const;
     static bool HasPlanes(const Planes& inPlanes);

@@ -130,62 +130,7 @@ TEST(InverseDct, MeetsIeee1180InAllRanges) {
                 squares += errors.squares[p];
             }
             EXPECT_LE(std::abs(sum) / kBlocks / 64, 0.0015);
-            EXPECT_LE(squares / kBlocks / 64, 0.02);
-        }
-    }
-}
-
-/// Coefficients at inPositions of a block, the largest and smallest values among them.
-CoefficientBlock SparseBlock(Random& ioRandom, std::uint64_t inPositions) {
-    constexpr int kExtremes[] = {-2048, 2047, -1, 1};
-    CoefficientBlock block{};
-    for (unsigned p = 0; p < 64; ++p) {
-        if ((inPositions >> p & 1) == 0) continue;
-        const bool extreme = ioRandom.Between(0, 3) == 0;
-        block.values[p] = static_cast<std::int16_t>(extreme ? kExtremes[ioRandom.Between(0, 3)]
-                                                            : ioRandom.Between(-2048, 2047));
-        block.reach |= p;
-    }
-    return block;
-}
-
-TEST(InverseDct, EveryTableAndShortcutGivesTheSameBits) {
-    Random random;
-    std::vector<std::uint64_t> shapes{0,    1, 1 | std::uint64_t{1} << 63, 0xFF, 0xFFFF, 0x0F0F0F0F0F0F0F0F,
-                                      ~0ULL};
-    for (unsigned p = 0; p < 64; ++p) shapes.push_back(std::uint64_t{1} << p);
-    for (int i = 0; i < 200; ++i) {
-        const auto half = [&] {
-            return static_cast<std::uint64_t>(random.Between(0, INT32_MAX)) * 0x9E3779B97F4A7C15;
-        };
-        shapes.push_back(half() & half());
-    }
-    const auto run = [](const PrimitiveTable& in, const CoefficientBlock& inBlock) {
-        std::vector<int> all;
-        for (const auto transform : {in.inverseDctToPixels, in.reducedIdctToPixels, in.quarterIdctToPixels}) {
-            std::uint8_t pixels[8 * 9];
-            std::fill_n(pixels, sizeof pixels, std::uint8_t{0x5A});  // What is not written stays the same.
-            EXPECT_EQ(transform(inBlock, pixels, 9), PrimitiveStatus::Ok);
-            all.insert(all.end(), std::begin(pixels), std::end(pixels));
-        }
-        for (const auto transform :
-             {in.inverseDctToResidual, in.reducedIdctToResidual, in.quarterIdctToResidual}) {
-            std::int16_t residual[8 * 9];
-            std::fill_n(residual, 8 * 9, std::int16_t{0x5A5A});
-            EXPECT_EQ(transform(inBlock, residual, 18), PrimitiveStatus::Ok);
-            all.insert(all.end(), std::begin(residual), std::end(residual));
-        }
-        return all;
-    };
-    for (const std::uint64_t shape : shapes) {
-        for (int round = 0; round < 5; ++round) {
-            CoefficientBlock block = SparseBlock(random, shape);
-            const CoefficientBlock sparse = block;
-            block.reach = 63;
-            const std::vector<int> full = run(PortablePrimitives(), block);
-            for (const NamedTable& table : RunnableTables()) {
-                ASSERT_EQ(run(*table.primitives, sparse), full) << table.name << std::hex << " " << shape;
-            }
+            EXPECT_LE(squares / kBlocks / 64, 0.0005);  // The standard allows 0.02.
         }
     }
 }

@@ -1,0 +1,233 @@
+// Every table that the processor runs against the portable primitives: values, status, what lies around the
+// output, and how far the reader gets. Names say table and primitive, for --gtest_filter and
+// --gtest_list_tests.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <functional>
+
+#include "Primitives/PrimitiveSupport.h"
+#include "mpeg2/vlc/VlcLists.h"
+
+namespace Vexmora::Test {
+namespace {
+
+class VariantCheck : public testing::TestWithParam<int> {
+  protected:
+    const PrimitiveTable& mPortable = PortablePrimitives();
+    const PrimitiveTable& mTable = PrimitivesAt(GetParam());
+    Random mRandom;
+};
+
+int RunnableTableCount() {
+    return TableFor(kVariantCount - 1, ReadProcessorFacts()) + 1;
+}
+INSTANTIATE_TEST_SUITE_P(Table, VariantCheck, testing::Range(0, RunnableTableCount()),
+                         testing::PrintToStringParamName());
+
+/// Rows of bytes at a base and a step of the test's choice, with other bytes before, between and behind them.
+class GuardedRows {
+  public:
+    GuardedRows(Random& ioRandom, std::size_t inBase, std::size_t inStep, std::size_t inRows)
+        : mBase(kGuard + inBase), mStep(inStep), mBytes(mBase + inStep * inRows + kGuard) {
+        for (std::uint8_t& byte : mBytes) byte = ioRandom.Byte();
+    }
+    std::uint8_t* Begin() { return mBytes.data() + mBase; }
+    std::int16_t* Words() { return reinterpret_cast<std::int16_t*>(Begin()); }
+    std::ptrdiff_t Step() const { return static_cast<std::ptrdiff_t>(mStep); }
+    friend bool operator==(const GuardedRows& in, const GuardedRows& inOther) {
+        return in.mBytes == inOther.mBytes;
+    }
+
+  private:
+    static constexpr std::size_t kGuard = 64;
+    std::size_t mBase;
+    std::size_t mStep;
+    Bytes mBytes;
+};
+
+CoefficientBlock MakeBlock(const std::function<int(unsigned)>& inValueAt) {
+    CoefficientBlock block{};
+    for (unsigned p = 0; p < 64; ++p) {
+        block.values[p] = static_cast<std::int16_t>(inValueAt(p));
+        if (block.values[p] != 0) block.reach |= p;
+    }
+    return block;
+}
+
+/// Single coefficients, the DC coefficient alone and with mismatch control, sparse, dense and extreme blocks.
+std::vector<CoefficientBlock> MakeBlocks(Random& ioRandom) {
+    std::vector<CoefficientBlock> blocks;
+    for (const int value : {-2048, -3, -1, 1, 2, 2047}) {
+        for (unsigned at = 0; at < 64; ++at) {
+            blocks.push_back(MakeBlock([&](unsigned p) { return p == at ? value : 0; }));
+        }
+    }
+    for (int dc = -2048; dc <= 2047; dc += 1) {
+        blocks.push_back(MakeBlock([&](unsigned p) { return p == 0 ? dc : 0; }));
+        if (dc % 2 == 0) blocks.back().values[63] = 1;
+    }
+    for (int i = 0; i < 2000; ++i) {
+        const int limit = ioRandom.Between(0, 3) == 0 ? 2047 : 1 << ioRandom.Between(0, 10);
+        const int sparsity = ioRandom.Between(0, 20);
+        const bool is_extreme = i % 8 == 0;
+        blocks.push_back(MakeBlock([&](unsigned) {
+            if (ioRandom.Between(0, sparsity) > 1) return 0;
+            return is_extreme ? (ioRandom.Between(0, 1) == 0 ? -2048 : 2047)
+                              : ioRandom.Between(-limit, limit);
+        }));
+    }
+    return blocks;
+}
+
+struct Transforms {
+    TransformToPixels toPixels;
+    TransformAddToPixels addToPixels;
+    TransformToResidual toResidual;
+    std::size_t width;
+    std::size_t height;
+};
+std::vector<Transforms> TransformsOf(const PrimitiveTable& in) {
+    return {{in.inverseDctToPixels, in.inverseDctAddToPixels, in.inverseDctToResidual, 8, 8},
+            {in.reducedIdctToPixels, in.reducedIdctAddToPixels, in.reducedIdctToResidual, 4, 8},
+            {in.quarterIdctToPixels, in.quarterIdctAddToPixels, in.quarterIdctToResidual, 4, 4}};
+}
+
+TEST_P(VariantCheck, Transforms) {
+    const std::vector<CoefficientBlock> blocks = MakeBlocks(mRandom);
+    for (std::size_t t = 0; t < 3; ++t) {
+        const Transforms portable = TransformsOf(mPortable)[t];
+        const Transforms checked = TransformsOf(mTable)[t];
+        for (std::size_t b = 0; b < blocks.size(); ++b) {
+            SCOPED_TRACE("transform " + std::to_string(t) + ", block " + std::to_string(b));
+            const std::size_t step = portable.width + (b % 2 == 0 ? 0 : b % 37);
+            CoefficientBlock slow = blocks[b];
+            slow.reach = 63;  // No short way.
+            GuardedRows residual(mRandom, 0, 2 * step, portable.height);
+            GuardedRows expected = residual;
+            ASSERT_EQ(portable.toResidual(slow, expected.Words(), expected.Step()), PrimitiveStatus::Ok);
+            ASSERT_EQ(checked.toResidual(blocks[b], residual.Words(), residual.Step()), PrimitiveStatus::Ok);
+            ASSERT_TRUE(residual == expected);
+
+            GuardedRows sums(mRandom, b % 17, step, portable.height);
+            GuardedRows pixels = sums;
+            GuardedRows expected_sums = sums;
+            GuardedRows expected_pixels = sums;
+            for (std::size_t y = 0; y < portable.height; ++y) {
+                for (std::size_t x = 0; x < portable.width; ++x) {
+                    const int value = expected.Words()[y * step + x];
+                    std::uint8_t& sum = expected_sums.Begin()[y * step + x];
+                    sum = static_cast<std::uint8_t>(std::clamp(sum + value, 0, 255));
+                    expected_pixels.Begin()[y * step + x] =
+                        static_cast<std::uint8_t>(std::clamp(value, 0, 255));
+                }
+            }
+            ASSERT_EQ(checked.addToPixels(blocks[b], sums.Begin(), sums.Step()), PrimitiveStatus::Ok);
+            ASSERT_TRUE(sums == expected_sums);
+            ASSERT_EQ(checked.toPixels(blocks[b], pixels.Begin(), pixels.Step()), PrimitiveStatus::Ok);
+            ASSERT_TRUE(pixels == expected_pixels);
+        }
+        EXPECT_EQ(checked.toPixels(blocks[0], nullptr, 8), PrimitiveStatus::NullPointer);
+        EXPECT_EQ(checked.addToPixels(blocks[0], nullptr, 8), PrimitiveStatus::NullPointer);
+        EXPECT_EQ(checked.toResidual(blocks[0], nullptr, 16), PrimitiveStatus::NullPointer);
+    }
+}
+
+TEST_P(VariantCheck, Predictions) {
+    constexpr std::size_t kReferenceStep = 77;
+    Bytes reference(kReferenceStep * 34);
+    for (int round = 0; round < 2000; ++round) {
+        const bool is_extreme = round % 4 == 0;
+        for (std::uint8_t& sample : reference) {
+            sample = is_extreme ? static_cast<std::uint8_t>(255 * mRandom.Between(0, 1)) : mRandom.Byte();
+        }
+        const Bytes before = reference;
+        std::int16_t residual[16 * 19];
+        for (std::int16_t& value : residual)
+            value = static_cast<std::int16_t>(mRandom.Between(-32768, 32767) >> (round % 12));
+        const ResidualBlock add{round % 3 == 0 ? residual : nullptr, 2 * (16 + round % 3)};
+        const auto size = static_cast<std::size_t>(round) % kBlockSizeCount;
+        const auto block = [&] {
+            return ReferenceBlock{
+                reference.data() + mRandom.Between(0, 60 + static_cast<int>(kReferenceStep) * 15),
+                kReferenceStep, static_cast<HalfSampleType>(4 * mRandom.Between(0, 3))};
+        };
+        const ReferenceBlock first = block();
+        const ReferenceBlock second = block();
+        GuardedRows expected(mRandom, static_cast<std::size_t>(round) % 16,
+                             16 + static_cast<std::size_t>(round) % 50, 16);
+        GuardedRows predicted = expected;
+        const auto pixels = [](GuardedRows& in) { return PixelBlock{in.Begin(), in.Step()}; };
+        ASSERT_EQ(mPortable.predictBlock[size](first, add, pixels(expected)), PrimitiveStatus::Ok);
+        ASSERT_EQ(mTable.predictBlock[size](first, add, pixels(predicted)), PrimitiveStatus::Ok);
+        ASSERT_TRUE(predicted == expected) << "size " << size;
+        const auto portable = mPortable.predictBlockBidirectional[size];
+        const auto checked = mTable.predictBlockBidirectional[size];
+        ASSERT_EQ(portable(first, second, add, pixels(expected)), PrimitiveStatus::Ok);
+        ASSERT_EQ(checked(first, second, add, pixels(predicted)), PrimitiveStatus::Ok);
+        ASSERT_TRUE(predicted == expected) << "size " << size;
+        ASSERT_EQ(reference, before);
+        EXPECT_EQ(mTable.predictBlock[size]({}, add, pixels(predicted)), PrimitiveStatus::NullPointer);
+        EXPECT_EQ(checked(first, {}, add, pixels(predicted)), PrimitiveStatus::NullPointer);
+        EXPECT_EQ(checked(first, second, add, {}), PrimitiveStatus::NullPointer);
+    }
+}
+
+// Random bits, most of which run into a code that does not exist, and blocks far from and close to the end of
+// data.
+TEST_P(VariantCheck, BlockDecoding) {
+    VlcTable dc_size;
+    RunLevelTable first_table, ac_table, alternative;
+    ASSERT_EQ(BuildVlcTable(kDctDcSizeChrominanceList, dc_size), PrimitiveStatus::Ok);
+    ASSERT_EQ(BuildRunLevelTable(kDctFirstCoefficientList, first_table), PrimitiveStatus::Ok);
+    ASSERT_EQ(BuildRunLevelTable(kDctCoefficientList, ac_table), PrimitiveStatus::Ok);
+    ASSERT_EQ(BuildRunLevelTable(kDctCoefficientAlternativeList, alternative), PrimitiveStatus::Ok);
+    std::array<std::uint8_t, 64> scan;
+    for (unsigned i = 0; i < 64; ++i) scan[i] = static_cast<std::uint8_t>(i * 37 % 64);
+    std::array<std::uint16_t, 64> weights;
+    int decoded = 0;
+    for (int round = 0; round < 300; ++round) {
+        for (std::uint16_t& weight : weights) weight = static_cast<std::uint16_t>(mRandom.Between(1, 255));
+        Bytes bytes(static_cast<std::size_t>(mRandom.Between(4, 900)));
+        for (std::uint8_t& byte : bytes) byte = mRandom.Byte();
+        const Bytes words = ToWords(bytes);
+        const std::int32_t scale = mRandom.Between(0, 112);
+        const IntraBlockCoding intra{ViewOf(dc_size), ViewOf(round % 2 == 0 ? alternative : ac_table),
+                                     scan.data(),     weights.data(),
+                                     scale,           round % 4};
+        const NonIntraBlockCoding non_intra{ViewOf(first_table), ViewOf(ac_table), scan.data(),
+                                            round % 3 == 0 ? nullptr : weights.data(), scale};
+        for (std::size_t bit = 0; bit < words.size() * 8;
+             bit += static_cast<std::size_t>(mRandom.Between(1, 20))) {
+            BitWindow expected_place = PositionIn(words, bit), place = expected_place;
+            CoefficientBlock expected{}, block{};
+            std::int16_t expected_predictor = 100, predictor = 100;
+            PrimitiveStatus status =
+                mPortable.decodeIntraBlock(expected_place, intra, expected_predictor, expected);
+            ASSERT_EQ(mTable.decodeIntraBlock(place, intra, predictor, block), status);
+            ASSERT_EQ(predictor, expected_predictor);
+            const auto expect_same = [&] {
+                ASSERT_EQ(place.NextBit(), expected_place.NextBit());
+                ASSERT_EQ(place.Show(32), expected_place.Show(32));
+                if (status != PrimitiveStatus::Ok) return;
+                ++decoded;
+                ASSERT_EQ(std::memcmp(block.values, expected.values, sizeof block.values), 0);
+                ASSERT_EQ(block.reach, expected.reach);
+            };
+            expect_same();
+            status = mPortable.decodeNonIntraBlock(expected_place, non_intra, expected);
+            ASSERT_EQ(mTable.decodeNonIntraBlock(place, non_intra, block), status);
+            expect_same();
+            if (HasFatalFailure()) return;
+        }
+    }
+    EXPECT_GT(decoded, 1000);
+}
+
+TEST(VariantCheckItself, RunsTablesOnThisProcessor) {
+    EXPECT_GT(RunnableTableCount(), 0);
+    EXPECT_LE(RunnableTableCount(), kTableCount);
+}
+
+}  // namespace
+}  // namespace Vexmora::Test
