@@ -16,8 +16,7 @@ constexpr std::uint32_t Bit(int inBit) {
 
 constexpr std::uint32_t kStateSavingByOs = Bit(27);
 constexpr std::uint32_t kAvx = Bit(28);
-/// AVX2 and BMI2 of leaf 7. No processor has the first without the second, but what runs one may hide it.
-constexpr std::uint32_t kAvx2AndBmi2 = Bit(5) | Bit(8);
+constexpr std::uint32_t kAvx2 = Bit(5);
 /// Bits 1 and 2 of the extended control register: the SSE state and the upper halves of the AVX registers.
 constexpr std::uint64_t kAvxState = 6;
 
@@ -54,7 +53,7 @@ std::uint32_t FeaturesOf(const ProcessorFacts& inFacts) {
 }
 
 bool RunsAvx2(const ProcessorFacts& inFacts) {
-    return OsSavesAvx(inFacts) && (inFacts.leaf7Ebx & kAvx2AndBmi2) == kAvx2AndBmi2;
+    return OsSavesAvx(inFacts) && (inFacts.leaf7Ebx & kAvx2) != 0;
 }
 
 #if defined(__x86_64__)

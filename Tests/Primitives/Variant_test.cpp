@@ -33,11 +33,11 @@ ProcessorFacts Intel(std::uint32_t inSignature, std::uint32_t inEcx, std::uint32
     return facts;
 }
 
-/// A processor with AVX whose operating system saves it, and with AVX2 of use, which takes BMI2, if asked for.
+/// A processor with AVX whose operating system saves it, and with AVX2 if asked for.
 ProcessorFacts WithAvx(bool inAvx2) {
     ProcessorFacts facts = Other(kAvx | kOsSavesState);
     facts.extendedControl = 7;
-    facts.leaf7Ebx = inAvx2 ? 1U << 5 | 1U << 8 : 1U << 5;
+    facts.leaf7Ebx = inAvx2 ? 1U << 5 : 0;
     return facts;
 }
 
