@@ -41,6 +41,12 @@ constexpr PrimitiveTable MakeSse2() {
     table.inverseDctToPixels = InverseDctToPixels_Sse2;
     table.inverseDctAddToPixels = InverseDctAddToPixels_Sse2;
     table.inverseDctToResidual = InverseDctToResidual_Sse2;
+    table.reducedIdctToPixels = ReducedIdctToPixels_Sse2;
+    table.reducedIdctAddToPixels = ReducedIdctAddToPixels_Sse2;
+    table.reducedIdctToResidual = ReducedIdctToResidual_Sse2;
+    table.quarterIdctToPixels = QuarterIdctToPixels_Sse2;
+    table.quarterIdctAddToPixels = QuarterIdctAddToPixels_Sse2;
+    table.quarterIdctToResidual = QuarterIdctToResidual_Sse2;
     table.predictBlock = {VEXMORA_FOR_BLOCK_SIZES(VEXMORA_SIZE, PredictBlock_Sse2)};
     table.predictBlockBidirectional = {VEXMORA_FOR_BLOCK_SIZES(VEXMORA_SIZE, PredictBlockBidirectional_Sse2)};
     return table;
@@ -60,8 +66,6 @@ constexpr PrimitiveTable MakeAvx2() {
     PrimitiveTable table = MakeAvx();
     table.findStartCodePrefix = FindStartCodePrefix_Avx2;
     table.swapWords = SwapWords_Avx2;
-    table.decodeIntraBlock = DecodeIntraBlock_Avx2;
-    table.decodeNonIntraBlock = DecodeNonIntraBlock_Avx2;
     table.inverseDctToPixels = InverseDctToPixels_Avx2;
     table.inverseDctAddToPixels = InverseDctAddToPixels_Avx2;
     table.inverseDctToResidual = InverseDctToResidual_Avx2;

@@ -1,17 +1,277 @@
-// Decoding of blocks for any processor.
-#include "primitives/kernels/DecodeBlock.h"
+// Variable-length decoding, inverse scan, inverse quantisation and mismatch control of one block (ISO/IEC
+// 13818-2, 7.2 to 7.4).
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+#include "primitives/BitWindow.h"
+#include "primitives/BlockDecode.h"
 #include "primitives/portable/Portable.h"
 
 namespace Vexmora {
+namespace {
+
+constexpr std::int32_t kMaximum = 2047;
+constexpr std::int32_t kMinimum = -2048;
+constexpr unsigned kCoefficients = 64;
+
+struct FlatWeights {
+    std::uint16_t values[kCoefficients];
+};
+constexpr FlatWeights MakeFlatWeights() {
+    FlatWeights flat{};
+    for (std::uint16_t& weight : flat.values) weight = 16;
+    return flat;
+}
+constexpr FlatWeights kFlatWeights = MakeFlatWeights();
+
+/// Whether the words of a block may reach beyond the data.
+enum class Words { AllThere, MayEnd };
+/// More than a block takes: a DC coefficient, 64 escapes of 24 bits, and what the window holds.
+constexpr std::size_t kWordsOfBlock = 56;
+
+/// A BitWindow in registers.
+template <Words kWords>
+class BlockBits {
+  public:
+    explicit BlockBits(const BitWindowState& inState)
+        : mBits(inState.bits),
+          mValidBits(inState.validBits),
+          mNext(inState.data + inState.nextWord * kWordBytes),
+          mState(inState),
+          mNextWord(inState.nextWord) {}
+
+    std::uint64_t Bits() const { return mBits; }
+    /// The top inCount bits behind the first inPassed; at most 32 together.
+    std::uint32_t Show(unsigned inPassed, unsigned inCount) const {
+        return static_cast<std::uint32_t>(mBits << inPassed >> (64 - inCount));
+    }
+    /// Passes over inCount % 64 bits, at most 32, and makes 32 valid.
+    void Skip(std::uint32_t inCount) {
+        mBits <<= inCount % 64;
+        mValidBits -= inCount % 64;
+        std::uint32_t word = 0;
+        if (kWords == Words::AllThere || mNextWord < mState.wordCount) {
+            std::memcpy(&word, mNext, sizeof word);
+        }
+        mBits |= (std::uint64_t{word} << 32) >> mValidBits;
+        const std::size_t counted = (~mValidBits / 32) & 1;
+        mNext += counted * kWordBytes;
+        mNextWord += counted;
+        mValidBits |= 32;
+    }
+    /// False if bits were passed over that lie behind the data.
+    [[nodiscard]] bool Store(BitWindowState& outState) const {
+        const std::size_t nextWord = kWords == Words::AllThere
+                                         ? static_cast<std::size_t>(mNext - mState.data) / kWordBytes
+                                         : mNextWord;
+        if (kWords == Words::MayEnd && nextWord * 32 - mValidBits > mState.wordCount * 32) return false;
+        outState.bits = mBits;
+        outState.validBits = mValidBits;
+        outState.nextWord = nextWord;
+        return true;
+    }
+
+  private:
+    static constexpr std::size_t kWordBytes = 4;
+
+    std::uint64_t mBits;
+    std::uint32_t mValidBits;
+    const std::uint8_t* mNext;
+    const BitWindowState& mState;
+    std::size_t mNextWord;  // only where the data may end
+};
+
+/// Collects the coefficients of a block.
+class BlockBuilder {
+  public:
+    explicit BlockBuilder(CoefficientBlock& outBlock) : mBlock(outBlock) {
+        // In pieces, since all at once becomes a string instruction, which is slow to start.
+        for (unsigned i = 0; i < kCoefficients; i += 16) std::memset(mBlock.values + i, 0, 32);
+    }
+
+    void Set(unsigned inPosition, std::int32_t inValue) {
+        mBlock.values[inPosition] = static_cast<std::int16_t>(inValue);
+        mReach |= inPosition;
+        mParity ^= static_cast<std::uint32_t>(inValue);
+    }
+    /// Mismatch control: makes the sum of all coefficients odd.
+    void Finish() {
+        mBlock.values[63] = static_cast<std::int16_t>(mBlock.values[63] ^ static_cast<int>(~mParity & 1));
+        mBlock.reach = mReach;
+    }
+
+  private:
+    CoefficientBlock& mBlock;
+    std::uint32_t mReach = 0;
+    std::uint32_t mParity = 0;
+};
+
+/// What the two kinds of blocks have in common for their run-level codes.
+struct AcCoding {
+    VlcTableView<RunLevelEntry> firstTable;
+    VlcTableView<RunLevelEntry> table;
+    const std::uint8_t* scan;
+    const std::uint16_t* weights;
+    std::uint32_t quantiserScale;
+};
+
+enum class Kind { Intra, NonIntra };
+
+/// Inverse quantisation of one level, and its saturation. inWeight is the weight times the quantiser scale.
+template <Kind kKind>
+std::int32_t Dequantise(std::int32_t inLevel, std::uint32_t inWeight) {
+    const std::int32_t sign = inLevel >> 31;  // -1 or 0
+    const std::uint32_t doubled = 2 * static_cast<std::uint32_t>((inLevel ^ sign) - sign);
+    const std::uint32_t magnitude = ((kKind == Kind::Intra ? doubled : doubled + 1) * inWeight) / 32;
+    const std::uint32_t largest = static_cast<std::uint32_t>(kMaximum - sign);
+    const auto saturated = static_cast<std::int32_t>(magnitude < largest ? magnitude : largest);
+    return (saturated ^ sign) - sign;
+}
+
+std::uint32_t RunOf(RunLevelEntry inEntry) {
+    return inEntry >> 8 & 0xFF;
+}
+
+/// The entry of a code that is longer than a first stage of inFirstBits.
+template <Words kWords>
+RunLevelEntry FollowLink(RunLevelEntry inLink, const RunLevelEntry* inEntries, unsigned inFirstBits,
+                         const BlockBits<kWords>& inBits) {
+    return inEntries[(inLink >> 16) + inBits.Show(inFirstBits, inLink & 0xFF)];
+}
+
+template <Words kWords>
+RunLevelEntry LookUp(const VlcTableView<RunLevelEntry>& inTable, const BlockBits<kWords>& inBits) {
+    const auto first_bits = static_cast<unsigned>(inTable.firstBits);
+    const RunLevelEntry entry = inTable.entries[inBits.Show(0, first_bits)];
+    return RunOf(entry) == kRunLink ? FollowLink(entry, inTable.entries, first_bits, inBits) : entry;
+}
+
+/// Decodes run-level codes up to the end of the block. inNext is the number of the first coefficient that
+/// they stand for. Tables have two stages at most.
+template <Kind kKind, Words kWords>
+PrimitiveStatus DecodeRunLevels(BlockBits<kWords>& ioBits, const AcCoding& inCoding, std::uint32_t inNext,
+                                BlockBuilder& ioBlock) {
+    const RunLevelEntry* const entries = inCoding.table.entries;
+    const unsigned shift = 64 - static_cast<unsigned>(inCoding.table.firstBits);
+    RunLevelEntry entry = LookUp(inCoding.firstTable, ioBits);
+    for (std::uint32_t next = inNext;;) {
+        std::uint32_t length = entry;  // with other bits above
+        std::int32_t level = static_cast<std::int32_t>(entry) >> 16;
+        std::uint32_t index = next + RunOf(entry);
+        if (index >= kCoefficients) [[unlikely]] {
+            const std::uint32_t run = RunOf(entry);
+            if (run == kRunEndOfBlock) {
+                ioBits.Skip(length);
+                return PrimitiveStatus::Ok;
+            }
+            if (run == kRunLink) {
+                entry = FollowLink(entry, entries, 64 - shift, ioBits);
+                continue;
+            }
+            if (run == kRunNoCode) return PrimitiveStatus::BadCode;
+            if (run == kRunEscape) {  // 6 bits of run, 12 of level; levels 0 and -2048 are forbidden
+                const std::uint32_t codeLength = entry & 0xFF;
+                index = next + ioBits.Show(codeLength, 6);
+                level = static_cast<std::int32_t>(ioBits.Show(codeLength + 6, 12) << 20) >> 20;
+                length = codeLength + 6 + 12;
+                if (level == 0 || level == kMinimum) return PrimitiveStatus::BadCode;
+            }
+            if (index >= kCoefficients) return PrimitiveStatus::TooManyCoefficients;
+        }
+        ioBits.Skip(length);
+        next = index + 1;
+        entry = entries[ioBits.Bits() >> shift];
+        const unsigned position = inCoding.scan[index];
+        const std::uint32_t weight = inCoding.weights[position];
+        ioBlock.Set(position, Dequantise<kKind>(level, weight * inCoding.quantiserScale));
+    }
+}
+
+/// The differential of a DC coefficient, whose top bit clear means that it is negative.
+template <Words kWords>
+PrimitiveStatus ReadDcDifferential(BlockBits<kWords>& ioBits, const VlcTableView<VlcEntry>& inSizes,
+                                   std::int32_t& outDifferential) {
+    std::uint32_t passed = 0;
+    std::uint32_t bits = static_cast<std::uint32_t>(inSizes.firstBits);
+    VlcEntry entry = inSizes.entries[ioBits.Show(0, bits)];
+    while (entry.length < 0) {
+        passed += bits;
+        bits = static_cast<std::uint32_t>(-entry.length);
+        entry = inSizes.entries[static_cast<std::uint32_t>(entry.value) + ioBits.Show(passed, bits)];
+    }
+    if (entry.length == 0) return PrimitiveStatus::BadCode;
+    const auto length = static_cast<std::uint32_t>(entry.length);
+    const auto size = static_cast<std::uint32_t>(entry.value);
+    outDifferential = 0;
+    if (size != 0) {
+        outDifferential = static_cast<std::int32_t>(ioBits.Show(length, size));
+        if (outDifferential >> (size - 1) == 0) outDifferential -= (1 << size) - 1;
+    }
+    ioBits.Skip(length + size);
+    return PrimitiveStatus::Ok;
+}
+
+template <Words kWords>
+PrimitiveStatus DecodeIntra(BitWindowState& ioState, const IntraBlockCoding& inCoding,
+                            std::int16_t& ioDcPredictor, CoefficientBlock& outBlock) {
+    BlockBits<kWords> bits(ioState);
+    std::int32_t differential = 0;
+    PrimitiveStatus status = ReadDcDifferential(bits, inCoding.dcSizeTable, differential);
+    if (status != PrimitiveStatus::Ok) return status;
+    const auto predictor = static_cast<std::int16_t>(ioDcPredictor + differential);
+    const std::int32_t dc = predictor * (1 << inCoding.dcShift);
+    BlockBuilder block(outBlock);
+    block.Set(0, dc < kMinimum ? kMinimum : dc > kMaximum ? kMaximum : dc);
+    const AcCoding ac{inCoding.acTable, inCoding.acTable, inCoding.scan, inCoding.weights,
+                      static_cast<std::uint32_t>(inCoding.quantiserScale)};
+    status = DecodeRunLevels<Kind::Intra>(bits, ac, 1, block);
+    if (status != PrimitiveStatus::Ok) return status;
+    if (!bits.Store(ioState)) return PrimitiveStatus::OutOfData;
+    block.Finish();
+    ioDcPredictor = predictor;
+    return PrimitiveStatus::Ok;
+}
+
+template <Words kWords>
+PrimitiveStatus DecodeNonIntra(BitWindowState& ioState, const NonIntraBlockCoding& inCoding,
+                               CoefficientBlock& outBlock) {
+    BlockBits<kWords> bits(ioState);
+    BlockBuilder block(outBlock);
+    const AcCoding ac{inCoding.firstTable, inCoding.acTable, inCoding.scan,
+                      inCoding.weights != nullptr ? inCoding.weights : kFlatWeights.values,
+                      static_cast<std::uint32_t>(inCoding.quantiserScale)};
+    const PrimitiveStatus status = DecodeRunLevels<Kind::NonIntra>(bits, ac, 0, block);
+    if (status != PrimitiveStatus::Ok) return status;
+    if (!bits.Store(ioState)) return PrimitiveStatus::OutOfData;
+    block.Finish();
+    return PrimitiveStatus::Ok;
+}
+
+bool HasWordsOfBlock(const BitWindowState& inState) {
+    return inState.nextWord + kWordsOfBlock <= inState.wordCount;
+}
+
+}  // namespace
 
 PrimitiveStatus DecodeIntraBlock_Portable(BitWindow& ioBits, const IntraBlockCoding& inCoding,
                                           std::int16_t& ioDcPredictor, CoefficientBlock& outBlock) {
-    return DecodeIntraBlock(ioBits, inCoding, ioDcPredictor, outBlock);
+    if (ioBits.data == nullptr || inCoding.dcSizeTable.entries == nullptr ||
+        inCoding.acTable.entries == nullptr || inCoding.scan == nullptr || inCoding.weights == nullptr) {
+        return PrimitiveStatus::NullPointer;
+    }
+    return HasWordsOfBlock(ioBits) ? DecodeIntra<Words::AllThere>(ioBits, inCoding, ioDcPredictor, outBlock)
+                                   : DecodeIntra<Words::MayEnd>(ioBits, inCoding, ioDcPredictor, outBlock);
 }
 
 PrimitiveStatus DecodeNonIntraBlock_Portable(BitWindow& ioBits, const NonIntraBlockCoding& inCoding,
                                              CoefficientBlock& outBlock) {
-    return DecodeNonIntraBlock(ioBits, inCoding, outBlock);
+    if (ioBits.data == nullptr || inCoding.firstTable.entries == nullptr ||
+        inCoding.acTable.entries == nullptr || inCoding.scan == nullptr) {
+        return PrimitiveStatus::NullPointer;
+    }
+    return HasWordsOfBlock(ioBits) ? DecodeNonIntra<Words::AllThere>(ioBits, inCoding, outBlock)
+                                   : DecodeNonIntra<Words::MayEnd>(ioBits, inCoding, outBlock);
 }
 
 }  // namespace Vexmora

@@ -20,6 +20,19 @@ PrimitiveStatus InverseDctAddToPixels_Sse2(const CoefficientBlock& inBlock, std:
 PrimitiveStatus InverseDctToResidual_Sse2(const CoefficientBlock& inBlock, std::int16_t* outResidual,
                                           std::ptrdiff_t inStepBytes);
 
+PrimitiveStatus ReducedIdctToPixels_Sse2(const CoefficientBlock& inBlock, std::uint8_t* outPixels,
+                                         std::ptrdiff_t inStep);
+PrimitiveStatus ReducedIdctAddToPixels_Sse2(const CoefficientBlock& inBlock, std::uint8_t* ioPixels,
+                                            std::ptrdiff_t inStep);
+PrimitiveStatus ReducedIdctToResidual_Sse2(const CoefficientBlock& inBlock, std::int16_t* outResidual,
+                                           std::ptrdiff_t inStepBytes);
+PrimitiveStatus QuarterIdctToPixels_Sse2(const CoefficientBlock& inBlock, std::uint8_t* outPixels,
+                                         std::ptrdiff_t inStep);
+PrimitiveStatus QuarterIdctAddToPixels_Sse2(const CoefficientBlock& inBlock, std::uint8_t* ioPixels,
+                                            std::ptrdiff_t inStep);
+PrimitiveStatus QuarterIdctToResidual_Sse2(const CoefficientBlock& inBlock, std::int16_t* outResidual,
+                                           std::ptrdiff_t inStepBytes);
+
 template <std::size_t kWidth, std::size_t kHeight>
 PrimitiveStatus PredictBlock_Sse2(const ReferenceBlock& inReference, const ResidualBlock& inResidual,
                                   const PixelBlock& outPixels);
