@@ -197,7 +197,7 @@ class Failures(Case):
     def test_failing_standard_output(self):
         file = STREAMS / ELEMENTARY
         for arguments in (['info', file], ['info', '--json', file], ['info', '--records', file],
-                          ['index', file], ['--help'], ['--version']):
+                          ['index', file], ['check', file], ['bench', file], ['--help'], ['--version']):
             with open('/dev/full', 'w') as full:
                 result = run(*arguments, stdout=full)
             self.assertRegex(result.stderr, r'\Avexmora: standard output: No space left on device \(.+\)\n\Z')
@@ -210,7 +210,8 @@ class Failures(Case):
 
     def test_usage(self):
         for arguments in ([], ['nonsense'], ['info'], ['index'], ['info', '--jsn', 'x'], ['info', 'a', 'b'],
-                          ['info', '--force', 'a'], ['index', '--index-dir', '', 'a']):
+                          ['info', '--force', 'a'], ['index', '--index-dir', '', 'a'], ['check'],
+                          ['bench', '--frames', '0', 'a'], ['bench', '--scale', 'huge', 'a']):
             result = run(*arguments)
             self.assertRegex(result.stderr, r'\Avexmora: [^\n]+\([^\n]+\)\n\Z')
             self.assertEqual((result.stdout, result.returncode), ('', 2), arguments)

@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """Pictures that the command writes, beside those of other programs. Arguments: see support.py."""
 import os
+import pty
 import re
 import signal
 import struct
@@ -10,6 +11,7 @@ import time
 from support import COMMAND, SAMPLE, STREAMS, WORK, Case, main, made, run
 
 SAMPLE_FRAMES = 250
+FINE = ('-c:v', 'mpeg2video', '-qscale:v', 1, '-f', 'mpeg2video')
 
 
 def ffmpeg(*arguments, data=None):
@@ -39,8 +41,7 @@ def burnt_number(png):
 def still(name, colour, size, *options):
     """A stream of one colour, with what the encoder is told about its colours."""
     path = WORK / name
-    ffmpeg('-f', 'lavfi', '-i', f'color=c={colour}:s={size}:r=25,format=rgb24', '-frames:v', 5, *options, '-c:v', 'mpeg2video',
-           '-qscale:v', 1, '-f', 'mpeg2video', path)
+    ffmpeg('-f', 'lavfi', '-i', f'color=c={colour}:s={size}:r=25,format=rgb24', '-frames:v', 5, *options, *FINE, path)
     return path
 
 
@@ -70,18 +71,39 @@ class Frames(Case):
                     self.assertEqual(image[:2], viewed)
                     for place in ((0, 0), (viewed[0] // 2, viewed[1] // 2), (viewed[0] - 1, viewed[1] - 1)):
                         for got, wanted in zip(pixel(image, *place), expected):
-                            self.assertLessEqual(abs(got - wanted), 3)
+                            self.assertLessEqual(abs(got - wanted), 2)
         self.assertEqual(pixels(run('frame', path, 0, '-o', '-', '--scale', 'half', text=False).stdout)[:2],
                          (1920, 1080))
+
+    def test_chroma_lies_on_every_other_column_and_between_lines(self):
+        # ISO/IEC 13818-2, 6.1.1.8, worked out sample by sample on a line that is full of colours.
+        for matrix, red, blue in (('bt601', .299, .114), ('bt709', .2126, .0722)):
+            path, planes = WORK / f'{matrix}.m2v', WORK / f'{matrix}.yuv'
+            ffmpeg('-f', 'lavfi', '-i', 'testsrc=s=352x288:r=25', '-frames:v', 2, '-vf', 'format=yuv420p',
+                   '-colorspace', {'bt601': 'smpte170m'}.get(matrix, matrix), *FINE, path)
+            run('frame', path, 1, '-o', planes)
+            image = pixels(run('frame', path, 1, '-o', '-', '--coded-size', text=False).stdout)
+            samples, y = planes.read_bytes(), 100
+            for x in range(2, 348):
+                # Even columns have a sample of their own; three quarters of an even line are the one below it.
+                cb, cr = ((sum(share * (samples[line + x // 2] + samples[line + (x + 1) // 2])
+                               for line, share in ((plane + y // 2 * 176, .375), (plane + (y // 2 - 1) * 176, .125)))
+                           - 128) / 224 for plane in (352 * 288, 352 * 288 * 5 // 4))
+                luma = (samples[y * 352 + x] - 16) / 219
+                colour = [luma + 2 * (1 - red) * cr, 0, luma + 2 * (1 - blue) * cb]
+                colour[1] = (luma - red * colour[0] - blue * colour[2]) / (1 - red - blue)
+                for got, wanted in zip(pixel(image, x, y), colour):
+                    self.assertAlmostEqual(got, min(max(255 * wanted, 0), 255), delta=1, msg=f'{matrix}, column {x}')
 
     def test_fields_keep_their_colours(self):
         # Lines of two fields far apart in colour: what is mixed between the fields would be neither.
         path = WORK / 'fields.m2v'
         turns = "color=c=red:s=352x288:r=50,drawbox=t=fill:color=blue:enable='mod(n,2)',tinterlace=interleave_top"
-        ffmpeg('-f', 'lavfi', '-i', turns, '-frames:v', 3, '-pix_fmt', 'yuv420p', '-c:v', 'mpeg2video', '-qscale:v', 1, '-flags', '+ildct+ilme', '-f', 'mpeg2video', path)
+        ffmpeg('-f', 'lavfi', '-i', turns, '-frames:v', 3, '-pix_fmt', 'yuv420p', '-flags', '+ildct+ilme', *FINE, path)
         image = pixels(run('frame', path, 1, '-o', '-', text=False).stdout)
-        lines = {pixel(image, 100, y)[0] > 128 for y in (100, 101)}
-        self.assertEqual(lines, {True, False})
+        for y, colour in ((100, (254, 0, 0)), (101, (0, 0, 255))):
+            for got, wanted in zip(pixel(image, 100, y), colour):
+                self.assertLessEqual(abs(got - wanted), 2)
 
     def test_raw_planes_are_the_exported_ones(self):
         out = WORK / 'planes.yuv'
@@ -98,7 +120,21 @@ class Frames(Case):
             self.assert_problem(run('frame', SAMPLE, *arguments), 2, text)
         for range_, text in (('5', 'does not name'), ('7:3', 'ends before it begins'), ('0:250', 'no frame 250')):
             self.assert_problem(run('export', SAMPLE, '--range', range_), 2, text)
+        for options, text in ((('--order', '0'), 'not in .forward,reverse,random.'),
+                              (('--seed', '-1'), 'not a whole number'),
+                              (('--scale', 'big'), 'not in .full,half,quarter.')):
+            self.assert_problem(run('hash', SAMPLE, *options), 2, text)
+        self.assert_problem(run('sheet', SAMPLE, '-o', WORK / 'x.jpg'), 2, 'its name in .png')
         self.assertEqual(set(WORK.iterdir()) - before - {WORK / 'caches'}, set())
+
+    def test_what_is_read_is_not_written_over(self):
+        stream = (STREAMS / 'ip-64x48.m2v').read_bytes()
+        for source, out in (('self.yuv', 'self.yuv'), ('self.png', 'link.png'), ('next.png.part', 'next.png')):
+            path = made(source, stream)
+            if out == 'link.png':
+                os.link(path, WORK / out)
+            self.assert_problem(run('frame', path, 3, '-o', WORK / out), 2, 'over the file that is read')
+            self.assertEqual(path.read_bytes(), stream)
 
 
 class Exports(Case):
@@ -121,6 +157,14 @@ class Exports(Case):
             exported = run('export', path, '--scale', scale, text=False).stdout
             self.assertEqual(exported.split(b'\n', 1)[0].decode(), f'YUV4MPEG2 {header}')
 
+    def test_mixed_fields_are_read_by_another_program(self):
+        # Film with pulldown: its fields are in either order, its frames progressive.
+        exported = run('export', STREAMS / 'pulldown-352x256.m2v', text=False).stdout
+        self.assertEqual(exported.split(b'\n', 1)[0], b'YUV4MPEG2 W352 H256 F30000:1001 Ip A1:1 C420mpeg2')
+        listed = ffmpeg('-f', 'yuv4mpegpipe', '-i', '-', '-f', 'framemd5', '-', data=exported).decode()
+        self.assertEqual(sum(not line.startswith('#') for line in listed.splitlines()),
+                         len((STREAMS / 'pulldown-352x256.m2v.pictures').read_text().split()))
+
     def test_hashes_do_not_depend_on_the_order(self):
         for scale in ('full', 'half', 'quarter'):
             forward = run('hash', SAMPLE, '--range', ':60', '--scale', scale).stdout
@@ -137,6 +181,13 @@ class Exports(Case):
         closed = run('export', SAMPLE, stdout=writer)
         os.close(writer)
         self.assertEqual((closed.stderr, closed.returncode), ('', 1))
+        ours, theirs = pty.openpty()
+        for arguments in (['export', SAMPLE], ['sheet', SAMPLE, '-o', '-'], ['frame', SAMPLE, '0', '-o', '-']):
+            result = run(*arguments, stdout=theirs)
+            self.assertRegex(result.stderr, r'\Avexmora: standard output: is a terminal.* \(.+\)\n\Z')
+            self.assertEqual(result.returncode, 2)
+        os.close(theirs)
+        os.close(ours)
 
     def test_interrupted_export_leaves_the_old_file(self):
         out = made('kept.y4m', b'old')

@@ -44,6 +44,15 @@ void AddScale(CLI::App& ioCommand, VexmoraHost::Scale& outScale) {
         ->check(CLI::IsMember({"full", "half", "quarter"}));
 }
 
+void AddSeed(CLI::App& ioCommand, std::uint64_t& outSeed, const char* inHelp) {
+    // Negative numbers would be taken modulo the range of the type.
+    const auto isNatural = [](const std::string& inText) -> std::string {
+        const bool isDigits = inText.find_first_not_of("0123456789") == std::string::npos;
+        return isDigits ? "" : "'" + inText + "' is not a whole number from 0 on";
+    };
+    ioCommand.add_option("--seed", outSeed, inHelp)->type_name("S")->check(isNatural);
+}
+
 /// Adds a command whose options live as long as it may be run.
 template <typename Options>
 Command Add(CLI::App& ioApp, const char* inName, const char* inHelp,
@@ -83,8 +92,7 @@ void AddBenchOptions(CLI::App& ioCommand, BenchOptions& outOptions) {
     ioCommand.add_option("--frames", measuring.frames, "Frames to decode, and to jump to (default: 200)")
         ->type_name("N")
         ->check(CLI::Range(1u, 1'000'000u));
-    ioCommand.add_option("--seed", measuring.seed, "Chooses the frames to jump to (default: 1)")
-        ->type_name("S");
+    AddSeed(ioCommand, measuring.seed, "Chooses the frames to jump to (default: 1)");
     ioCommand.add_flag("--json", outOptions.json, "Write a JSON object");
     AddScale(ioCommand, measuring.scale);
     AddQuiet(ioCommand, measuring.quiet);
@@ -126,19 +134,25 @@ void AddHashOptions(CLI::App& ioCommand, HashOptions& outOptions) {
                                                                {"random", DecodeOrder::Random}};
     AddFile(ioCommand, outOptions.file);
     AddRange(ioCommand, outOptions.range);
-    ioCommand.add_option("--order", outOptions.order, "Order of decoding (default: forward)")
-        ->type_name("forward|reverse|random")
-        ->transform(CLI::Transformer(kOrders))
-        ->check(CLI::IsMember({"0", "1", "2"}));
-    ioCommand.add_option("--seed", outOptions.seed, "Chooses the random order (default: 1)")->type_name("S");
+    ioCommand
+        .add_option_function<std::string>(
+            "--order", [&outOptions](const std::string& inName) { outOptions.order = kOrders.at(inName); },
+            "Order of decoding (default: forward)")
+        ->type_name("ORDER")
+        ->check(CLI::IsMember({"forward", "reverse", "random"}));
+    AddSeed(ioCommand, outOptions.seed, "Chooses the random order (default: 1)");
     AddScale(ioCommand, outOptions.scale);
     AddOpening(ioCommand, outOptions.opening);
 }
 
 void AddSheetOptions(CLI::App& ioCommand, SheetOptions& outOptions) {
     AddFile(ioCommand, outOptions.file);
+    const auto isPng = [](const std::string& inText) {
+        return inText == "-" || inText.ends_with(".png") ? "" : "a sheet is a PNG: end its name in .png";
+    };
     ioCommand.add_option("-o,--output", outOptions.out, "PNG file to write; - is standard output")
         ->type_name("OUT")
+        ->check(isPng)
         ->required();
     ioCommand.add_option("--columns", outOptions.columns, "Pictures beside one another (default: 4)")
         ->type_name("C")

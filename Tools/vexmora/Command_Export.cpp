@@ -1,6 +1,8 @@
 // vexmora export: frames as a YUV4MPEG2 stream, which other programs read.
 #include <fmt/core.h>
 
+#include <algorithm>
+
 #include "Commands.h"
 #include "DamageNotes.h"
 #include "FrameNumbers.h"
@@ -16,17 +18,24 @@ namespace {
 
 using VexmoraHost::Scale;
 
-/// Lines of quarter-size pictures are of neither field alone.
-char Interlacing(const VexmoraHost::MovieInfo& inInfo, Scale inScale) {
-    const char order = FieldOrderName(inInfo.index).front();  // p, t, b or m, as the format has them
-    return order != 'p' && inScale == Scale::Quarter ? '?' : order;
+bool IsProgressive(const FrameRecord& inRecord) {
+    return !IsValid(inRecord) || (inRecord.flags & kProgressiveFrameBit) != 0;
 }
 
-std::string Header(const VexmoraHost::MovieInfo& inInfo, const VexmoraHost::Plane& inLuma, Scale inScale) {
-    const Ratio rate = FrameRate(inInfo);
-    const Ratio aspect = SampleAspect(inInfo, inScale);
+/// p, t or b, or ? where neither holds for all frames: the format's own letter for a mixture asks for more
+/// than most readers take. Lines of quarter-size pictures are of neither field alone.
+char Interlacing(const VexmoraHost::Movie& inMovie, Scale inScale) {
+    const char order = FieldOrderName(inMovie.Info().index).front();
+    const auto& records = inMovie.Records();
+    if (order == 'p' || std::all_of(records.begin(), records.end(), IsProgressive)) return 'p';
+    return order == 'm' || inScale == Scale::Quarter ? '?' : order;
+}
+
+std::string Header(const VexmoraHost::Movie& inMovie, const VexmoraHost::Plane& inLuma, Scale inScale) {
+    const Ratio rate = FrameRate(inMovie.Info());
+    const Ratio aspect = SampleAspect(inMovie.Info(), inScale);
     return fmt::format("YUV4MPEG2 W{} H{} F{}:{} I{} A{}:{} C420mpeg2\n", inLuma.width, inLuma.height,
-                       rate.numerator, rate.denominator, Interlacing(inInfo, inScale), aspect.numerator,
+                       rate.numerator, rate.denominator, Interlacing(inMovie, inScale), aspect.numerator,
                        aspect.denominator);
 }
 
@@ -35,12 +44,12 @@ std::string Header(const VexmoraHost::MovieInfo& inInfo, const VexmoraHost::Plan
 ExitStatus RunExport(const ExportOptions& inOptions) {
     VexmoraHost::Movie movie = OpenMovie(inOptions.file, inOptions.opening);
     const FrameRange range = ParseFrameRange(inOptions.range, inOptions.file, movie.Info().frameCount);
-    OutputFile file(inOptions.out);
+    OutputFile file(inOptions.out, inOptions.file);
     DamageNotes damage;
     FrameWork work(inOptions.file, range.Count(), inOptions.opening.quiet);
     for (std::uint32_t frame = range.first; frame <= range.last; ++frame) {
         const VexmoraHost::SharedPicture picture = movie.Frame(frame, inOptions.scale);
-        if (frame == range.first) file.Write(Header(movie.Info(), picture->luma, inOptions.scale));
+        if (frame == range.first) file.Write(Header(movie, picture->luma, inOptions.scale));
         file.Write("FRAME\n");
         ForEachRow(*picture,
                    [&](const std::uint8_t* inRow, std::uint32_t inBytes) { file.Write(inRow, inBytes); });

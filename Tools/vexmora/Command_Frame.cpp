@@ -42,8 +42,8 @@ class NamePattern {
     bool HasNumber() const { return mHasNumber; }
     std::string NameFor(std::uint32_t inFrame) const {
         if (!mHasNumber) return mBefore;
-        const std::string number = mFill == '0' ? fmt::format("{:0{}}", inFrame, mWidth)
-                                                : fmt::format("{:{}}", inFrame, mWidth);
+        const std::string number =
+            mFill == '0' ? fmt::format("{:0{}}", inFrame, mWidth) : fmt::format("{:{}}", inFrame, mWidth);
         return mBefore + number + mAfter;
     }
 
@@ -70,7 +70,7 @@ class PictureWriter {
 
     void Write(std::uint32_t inFrame, const std::string& inName) {
         const VexmoraHost::SharedPicture picture = mMovie.Frame(inFrame, mOptions.scale);
-        OutputFile file(inName);
+        OutputFile file(inName, mOptions.file);
         if (mForm == Form::Planes) {
             ForEachRow(*picture,
                        [&](const std::uint8_t* inRow, std::uint32_t inBytes) { file.Write(inRow, inBytes); });
@@ -79,23 +79,27 @@ class PictureWriter {
         }
         file.Commit();
         mDamage.Note(inFrame, *picture);
-        if (inName != "-" && !mOptions.opening.quiet) WriteOutput(OnOneLine(inName) + "\n");
+        if (inName != "-") mNames += OnOneLine(inName) + "\n";
     }
+    /// Of the files written, a line each.
+    const std::string& Names() const { return mNames; }
     const DamageNotes& Damage() const { return mDamage; }
 
   private:
     RgbImage ViewOf(const Picture& inPicture) const {
         const VexmoraHost::MovieInfo& info = mMovie.Info();
-        RgbImage image = ToRgb(inPicture, MatrixOf(info.index), info.file.progressive == 0);
-        if (mOptions.codedSize) return image;
-        const std::uint32_t width = ViewingWidth(image.width, SampleAspect(info, mOptions.scale));
-        const std::uint32_t height = image.height;
-        return Resized(std::move(image), width, height);
+        const std::uint32_t width = inPicture.luma.width;
+        const Ratio aspect = SampleAspect(info, mOptions.scale);
+        return ToRgb(inPicture, {.matrix = MatrixOf(info.index),
+                                 .isInterlaced = IsInterlaced(mMovie, inPicture),
+                                 .width = mOptions.codedSize ? width : ViewingWidth(width, aspect),
+                                 .height = inPicture.luma.height});
     }
 
     VexmoraHost::Movie& mMovie;
     const FrameOptions& mOptions;
     const Form mForm;
+    std::string mNames;
     DamageNotes mDamage;
 };
 
@@ -110,11 +114,14 @@ ExitStatus RunFrame(const FrameOptions& inOptions) {
                       "put %d where the frame number is to be, or export them");
     }
     PictureWriter writer(movie, inOptions);
-    FrameWork work(inOptions.file, frames.size(), inOptions.opening.quiet);
-    for (const std::uint32_t frame : frames) {
-        writer.Write(frame, pattern.NameFor(frame));
-        work.Step();
+    {
+        FrameWork work(inOptions.file, frames.size(), inOptions.opening.quiet);
+        for (const std::uint32_t frame : frames) {
+            writer.Write(frame, pattern.NameFor(frame));
+            work.Step();
+        }
     }
+    if (!inOptions.opening.quiet) WriteOutput(writer.Names());
     FlushOutput();
     return writer.Damage().Tell(inOptions.file);
 }

@@ -53,7 +53,8 @@ std::vector<std::uint32_t> OrderOf(const HashOptions& inOptions, std::uint32_t i
     if (inOptions.order == DecodeOrder::Reverse) std::reverse(order.begin(), order.end());
     if (inOptions.order == DecodeOrder::Random) {
         std::mt19937_64 random(inOptions.seed);
-        for (std::size_t left = order.size(); left > 1; --left) std::swap(order[left - 1], order[random() % left]);
+        for (std::size_t left = order.size(); left > 1; --left)
+            std::swap(order[left - 1], order[random() % left]);
     }
     return order;
 }

@@ -82,7 +82,7 @@ ExitStatus RunSheet(const SheetOptions& inOptions) {
     const std::uint32_t cells = std::min(inOptions.columns * inOptions.rows, frames);
     const Layout layout = LayOut(inOptions, info, cells);
 
-    OutputFile file(inOptions.out);
+    OutputFile file(inOptions.out, inOptions.file);
     RgbImage sheet(layout.Width(), layout.Height());
     std::fill(sheet.samples.begin(), sheet.samples.end(), kPaper);
     DamageNotes damage;
@@ -92,8 +92,10 @@ ExitStatus RunSheet(const SheetOptions& inOptions) {
             const auto frame = static_cast<std::uint32_t>(std::uint64_t{cell} * frames / cells);
             const VexmoraHost::SharedPicture picture = movie.Frame(frame);
             // All samples count: pictures of a reduced scale leave edges ragged.
-            Paste(Resized(ToRgb(*picture, MatrixOf(info.index), info.file.progressive == 0),
-                          layout.pictureWidth, layout.pictureHeight),
+            Paste(ToRgb(*picture, {.matrix = MatrixOf(info.index),
+                                   .isInterlaced = IsInterlaced(movie, *picture),
+                                   .width = layout.pictureWidth,
+                                   .height = layout.pictureHeight}),
                   layout.Left(cell), layout.Top(cell), sheet);
             DrawText(LabelOf(frame, FrameRate(info), layout), layout.Left(cell),
                      layout.Top(cell) + layout.pictureHeight + kMargin, layout.dot, sheet);
@@ -104,8 +106,9 @@ ExitStatus RunSheet(const SheetOptions& inOptions) {
     WritePng(sheet, file);
     file.Commit();
     if (!file.IsStandardOutput() && !inOptions.opening.quiet) {
-        WriteOutput(OnOneLine(fmt::format("{}: {} of {} frames on {}", inOptions.file, cells, frames, inOptions.out)) +
-                    "\n");
+        const std::string summary =
+            fmt::format("{}: {} of {} frames on {}", inOptions.file, cells, frames, inOptions.out);
+        WriteOutput(OnOneLine(summary) + "\n");
         FlushOutput();
     }
     return damage.Tell(inOptions.file);

@@ -13,10 +13,10 @@ void DamageNotes::Note(std::uint32_t inFrame, const VexmoraHost::Picture& inPict
 
 ExitStatus DamageNotes::Tell(const std::string& inFile) const {
     if (mFrames == 0) return ExitStatus::Done;
-    const std::string which = mFrames == 1
-                                  ? fmt::format("frame {} is damaged or missing", *mFirst)
-                                  : fmt::format("{} frames are damaged or missing, the first is frame {}",
-                                                mFrames, *mFirst);
+    const std::string which =
+        mFrames == 1
+            ? fmt::format("frame {} is damaged or missing", *mFirst)
+            : fmt::format("{} frames are damaged or missing, the first is frame {}", mFrames, *mFirst);
     TellProblem(fmt::format("{}: {} ('vexmora check' tells what is wrong with each)", inFile, which));
     return ExitStatus::Failed;
 }

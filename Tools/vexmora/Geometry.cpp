@@ -34,8 +34,11 @@ Ratio SampleAspect(const VexmoraHost::MovieInfo& inInfo, VexmoraHost::Scale inSc
     const std::uint64_t widening = inScale == VexmoraHost::Scale::HalfWidth ? 2 : 1;
     if (inInfo.index.aspectRatioCode == 1) return {widening, 1};
     const Ratio display = DisplayAspectOf(inInfo.index.aspectRatioCode);
-    return Reduced(widening * display.numerator * inInfo.file.displayHeight,
-                   display.denominator * inInfo.file.displayWidth);
+    const auto sizeOr = [](std::uint64_t inSize, std::uint64_t inCodedSize) {
+        return inSize != 0 ? inSize : inCodedSize;
+    };
+    return Reduced(widening * display.numerator * sizeOr(inInfo.file.displayHeight, inInfo.file.height),
+                   display.denominator * sizeOr(inInfo.file.displayWidth, inInfo.file.width));
 }
 
 Ratio FrameRate(const VexmoraHost::MovieInfo& inInfo) {
@@ -56,6 +59,11 @@ Ratio FrameRate(const VexmoraHost::MovieInfo& inInfo) {
 std::uint32_t ViewingWidth(std::uint32_t inWidth, const Ratio& inSampleAspect) {
     if (!inSampleAspect.IsKnown()) return inWidth;
     return std::max(1U, static_cast<std::uint32_t>(std::lround(inWidth * inSampleAspect.Value())));
+}
+
+bool IsInterlaced(const VexmoraHost::Movie& inMovie, const VexmoraHost::Picture& inPicture) {
+    const FrameRecord& record = inMovie.Records().at(inMovie.Info().firstFrame + inPicture.frame);
+    return inPicture.scale != VexmoraHost::Scale::Quarter && (record.flags & kProgressiveFrameBit) == 0;
 }
 
 ColourMatrix MatrixOf(const IndexHeader& inHeader) {

@@ -26,6 +26,9 @@ Ratio FrameRate(const VexmoraHost::MovieInfo& inInfo);
 /// Width in square samples of a picture that is inWidth samples wide: its lines stay as they are.
 std::uint32_t ViewingWidth(std::uint32_t inWidth, const Ratio& inSampleAspect);
 
+/// Whether the lines of inPicture, one of inMovie's, are of two fields: at quarter size each is of both.
+bool IsInterlaced(const VexmoraHost::Movie& inMovie, const VexmoraHost::Picture& inPicture);
+
 /// matrix_coefficients (ISO/IEC 13818-2, table 6-9): as the stream says, or, where it does not, what is usual
 /// for its size.
 enum class ColourMatrix { Bt601, Bt709 };

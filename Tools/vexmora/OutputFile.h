@@ -12,8 +12,9 @@ namespace Vexmora {
 /// left of a file that is not committed.
 class OutputFile {
   public:
-    /// @param inPath "-" for standard output. Throws Problem (Failed).
-    explicit OutputFile(const std::string& inPath);
+    /// @param inPath "-" for standard output. @param inSource the file that is read meanwhile. Throws
+    /// Problem: Usage when both are the same or a terminal would be written to, else Failed.
+    OutputFile(const std::string& inPath, const std::string& inSource);
     ~OutputFile();
     OutputFile(const OutputFile&) = delete;
     OutputFile& operator=(const OutputFile&) = delete;
@@ -30,7 +31,7 @@ class OutputFile {
     [[noreturn]] void ThrowLastError() const;
 
     const std::string mPath;
-    std::string mTemporary;
+    std::string mTemporary;  // empty when there is none to be removed
     std::FILE* mStream = nullptr;
 };
 

@@ -52,8 +52,6 @@ void WritePng(const RgbImage& inImage, OutputFile& ioFile) {
                  PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
     png_set_compression_level(writer.png, kFastCompression);
     png_write_info(writer.png, writer.info);
-    png_set_bgr(writer.png);
-    png_set_filler(writer.png, 0, PNG_FILLER_AFTER);
     for (std::uint32_t row = 0; row < inImage.height; ++row) png_write_row(writer.png, inImage.Row(row));
     png_write_end(writer.png, writer.info);
 }

@@ -1,126 +1,179 @@
-// Conversion to screen colours, and scaling by libyuv.
+// Conversion to screen colours and scaling, by zimg.
 #include "RgbImage.h"
 
-#include <libyuv/scale.h>
-#include <libyuv/scale_argb.h>
+#include <zimg.h>
 
 #include <algorithm>
-#include <cmath>
+#include <array>
+#include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <new>
+#include <stdexcept>
 
 namespace Vexmora {
 
 namespace {
 
-/// A picture, or one field of it.
-struct Lines {
-    std::uint32_t first;  // 1 for the bottom field
-    std::uint32_t step;   // 2 for a field
+struct Free {
+    void operator()(void* inBytes) const { std::free(inBytes); }
 };
 
-std::uint32_t CountOf(std::uint32_t inHeight, const Lines& inLines) {
-    return (inHeight - inLines.first + inLines.step - 1) / inLines.step;
-}
-
-const std::uint8_t* FirstRow(const VexmoraHost::Plane& inPlane, const Lines& inLines) {
-    return inPlane.samples + std::size_t{inLines.first} * inPlane.stride;
-}
-
-/// One chroma plane, or a field of it, with as many samples as luma has.
-class FullChroma {
+/// Bytes as zimg wants them.
+class Block {
   public:
-    FullChroma(const VexmoraHost::Plane& inChroma, const Lines& inLines, std::uint32_t inWidth,
-               std::uint32_t inHeight)
-        : mWidth(inWidth), mSamples(std::size_t{inWidth} * inHeight) {
-        const auto step = static_cast<int>(inChroma.stride * inLines.step);
-        libyuv::ScalePlane(FirstRow(inChroma, inLines), step, static_cast<int>(inChroma.width),
-                           static_cast<int>(CountOf(inChroma.height, inLines)), mSamples.data(),
-                           static_cast<int>(inWidth), static_cast<int>(inWidth), static_cast<int>(inHeight),
-                           libyuv::kFilterBilinear);
+    explicit Block(std::size_t inBytes)
+        : mBytes(static_cast<std::uint8_t*>(std::aligned_alloc(kAlignment, Aligned(inBytes)))) {
+        if (mBytes == nullptr) throw std::bad_alloc();
     }
-    const std::uint8_t* Row(std::uint32_t inY) const { return mSamples.data() + std::size_t{inY} * mWidth; }
+    /// At least 1, so that there is always an address.
+    static std::size_t Aligned(std::size_t inBytes) {
+        return std::max<std::size_t>(1, (inBytes + kAlignment - 1) / kAlignment) * kAlignment;
+    }
+    std::uint8_t* Bytes() const { return mBytes.get(); }
 
   private:
-    const std::uint32_t mWidth;
-    std::vector<std::uint8_t> mSamples;
+    static constexpr std::size_t kAlignment = 64;
+
+    std::unique_ptr<std::uint8_t, Free> mBytes;
 };
 
-/// What red, green and blue take of luma and chroma, of which 219 and 224 steps are the whole range (ISO/IEC
-/// 13818-2, 6.3.6, matrix_coefficients). libyuv's own matrices keep too few bits for the blue of BT.709.
-struct Weights {
-    explicit Weights(ColourMatrix inMatrix) {
-        const double kr = inMatrix == ColourMatrix::Bt709 ? 0.2126 : 0.299;
-        const double kb = inMatrix == ColourMatrix::Bt709 ? 0.0722 : 0.114;
-        const auto chroma = [](double in) { return static_cast<std::int32_t>(std::lround(in * kOne * 255 / 224)); };
-        luma = static_cast<std::int32_t>(std::lround(kOne * 255.0 / 219));
-        redOfCr = chroma(2 * (1 - kr));
-        greenOfCb = chroma(-2 * kb * (1 - kb) / (1 - kr - kb));
-        greenOfCr = chroma(-2 * kr * (1 - kr) / (1 - kr - kb));
-        blueOfCb = chroma(2 * (1 - kb));
-    }
-    static constexpr std::int32_t kBits = 16;
-    static constexpr std::int32_t kOne = 1 << kBits;
+/// A plane as zimg wants it.
+struct AlignedPlane {
+    AlignedPlane(std::uint32_t inWidth, std::uint32_t inHeight)
+        : stride(static_cast<std::ptrdiff_t>(Block::Aligned(inWidth))),
+          samples(Block::Aligned(inWidth) * inHeight) {}
 
-    std::int32_t luma;
-    std::int32_t redOfCr;
-    std::int32_t greenOfCb;
-    std::int32_t greenOfCr;
-    std::int32_t blueOfCb;
+    std::uint8_t* Row(std::uint32_t inLine) const { return samples.Bytes() + inLine * stride; }
+
+    std::ptrdiff_t stride;  // bytes
+    Block samples;
+};
+using Planes = std::array<AlignedPlane, 3>;
+
+/// All lines of a picture, or those of one field.
+struct Lines {
+    std::uint32_t first;
+    std::uint32_t step;
+    zimg_field_parity_e parity;
+
+    std::uint32_t CountOf(std::uint32_t inHeight) const { return (inHeight - first + step - 1) / step; }
+};
+constexpr Lines kAllLines = {0, 1, ZIMG_FIELD_PROGRESSIVE};
+constexpr Lines kTopField = {0, 2, ZIMG_FIELD_TOP};
+constexpr Lines kBottomField = {1, 2, ZIMG_FIELD_BOTTOM};
+
+/// The lines in inWidth by inHeight samples: those beyond the plane repeat its edge.
+AlignedPlane Gather(const VexmoraHost::Plane& inPlane, const Lines& inLines, std::uint32_t inWidth,
+                    std::uint32_t inHeight) {
+    AlignedPlane plane(inWidth, inHeight);
+    const std::uint32_t last = inLines.CountOf(inPlane.height) - 1;
+    const std::uint32_t columns = std::min(inWidth, inPlane.width);
+    for (std::uint32_t line = 0; line < inHeight; ++line) {
+        const std::uint32_t from = inLines.first + std::min(line, last) * inLines.step;
+        std::uint8_t* const row = plane.Row(line);
+        std::memcpy(row, inPlane.samples + std::size_t{from} * inPlane.stride, columns);
+        std::memset(row + columns, row[columns - 1], inWidth - columns);
+    }
+    return plane;
+}
+
+zimg_image_format FormatOf(std::uint32_t inWidth, std::uint32_t inHeight, const Lines& inLines) {
+    zimg_image_format format;
+    zimg_image_format_default(&format, ZIMG_API_VERSION);
+    format.width = inWidth;
+    format.height = inHeight;
+    format.pixel_type = ZIMG_PIXEL_BYTE;
+    format.field_parity = inLines.parity;
+    return format;
+}
+
+/// Chroma samples lie where ISO/IEC 13818-2, 6.1.1.8 puts them, each for a whole pair of columns and of
+/// lines: the format is that of whole pairs, of which the picture takes what it has.
+zimg_image_format SourceFormat(const VexmoraHost::Plane& inLuma, ColourMatrix inMatrix,
+                               const Lines& inLines) {
+    const std::uint32_t height = inLines.CountOf(inLuma.height);
+    zimg_image_format format = FormatOf(inLuma.width + inLuma.width % 2, height + height % 2, inLines);
+    format.subsample_w = format.subsample_h = 1;
+    format.color_family = ZIMG_COLOR_YUV;
+    format.matrix_coefficients = inMatrix == ColourMatrix::Bt709 ? ZIMG_MATRIX_BT709 : ZIMG_MATRIX_ST170_M;
+    format.pixel_range = ZIMG_RANGE_LIMITED;
+    format.chroma_location = ZIMG_CHROMA_LEFT;
+    format.active_region = {0, 0, static_cast<double>(inLuma.width), static_cast<double>(height)};
+    return format;
+}
+
+zimg_image_format TargetFormat(const RgbImage& inImage, const Lines& inLines) {
+    zimg_image_format format = FormatOf(inImage.width, inLines.CountOf(inImage.height), inLines);
+    format.color_family = ZIMG_COLOR_RGB;
+    format.matrix_coefficients = ZIMG_MATRIX_RGB;
+    format.pixel_range = ZIMG_RANGE_FULL;
+    return format;
+}
+
+void Check(bool inIsDone) {
+    if (inIsDone) return;
+    std::array<char, 256> text{};
+    if (zimg_get_last_error(text.data(), text.size()) == ZIMG_ERROR_OUT_OF_MEMORY) throw std::bad_alloc();
+    throw std::runtime_error(text.data());
+}
+
+/// zimg's steps from one format to another.
+class Graph {
+  public:
+    Graph(const zimg_image_format& inSource, const zimg_image_format& inTarget)
+        : mGraph(zimg_filter_graph_build(&inSource, &inTarget, nullptr), zimg_filter_graph_free) {
+        Check(mGraph != nullptr);
+    }
+
+    void Run(const Planes& inSource, const Planes& outTarget) const {
+        zimg_image_buffer_const source{.version = ZIMG_API_VERSION, .plane = {}};
+        zimg_image_buffer target{.version = ZIMG_API_VERSION, .plane = {}};
+        for (std::size_t i = 0; i < inSource.size(); ++i) {
+            source.plane[i] = {inSource[i].Row(0), inSource[i].stride, ZIMG_BUFFER_MAX};
+            target.plane[i] = {outTarget[i].Row(0), outTarget[i].stride, ZIMG_BUFFER_MAX};
+        }
+        std::size_t bytes = 0;
+        Check(zimg_filter_graph_get_tmp_size(mGraph.get(), &bytes) == ZIMG_ERROR_SUCCESS);
+        const Block temporary(bytes);
+        Check(zimg_filter_graph_process(mGraph.get(), &source, &target, temporary.Bytes(), nullptr, nullptr,
+                                        nullptr, nullptr) == ZIMG_ERROR_SUCCESS);
+    }
+
+  private:
+    std::unique_ptr<zimg_filter_graph, void (*)(zimg_filter_graph*)> mGraph;
 };
 
-std::uint8_t ToByte(std::int32_t inScaled) {
-    return static_cast<std::uint8_t>(std::clamp((inScaled + Weights::kOne / 2) >> Weights::kBits, 0, 255));
-}
-
-void ConvertRow(const std::uint8_t* inLuma, const std::uint8_t* inCb, const std::uint8_t* inCr,
-                const Weights& inWeights, std::uint32_t inWidth, std::uint8_t* outRow) {
-    for (std::uint32_t x = 0; x < inWidth; ++x, outRow += RgbImage::kBytesPerSample) {
-        const std::int32_t luma = (inLuma[x] - 16) * inWeights.luma;
-        const std::int32_t cb = inCb[x] - 128;
-        const std::int32_t cr = inCr[x] - 128;
-        outRow[0] = ToByte(luma + cb * inWeights.blueOfCb);
-        outRow[1] = ToByte(luma + cb * inWeights.greenOfCb + cr * inWeights.greenOfCr);
-        outRow[2] = ToByte(luma + cr * inWeights.redOfCr);
-    }
-}
-
-void Convert(const VexmoraHost::Picture& inPicture, const Weights& inWeights, const Lines& inLines,
+/// Converts some lines of a picture to those of ioImage.
+void Convert(const VexmoraHost::Picture& inPicture, ColourMatrix inMatrix, const Lines& inLines,
              RgbImage& ioImage) {
-    const std::uint32_t height = CountOf(ioImage.height, inLines);
-    const FullChroma cb(inPicture.cb, inLines, ioImage.width, height);
-    const FullChroma cr(inPicture.cr, inLines, ioImage.width, height);
-    for (std::uint32_t y = 0; y < height; ++y) {
-        const std::uint32_t line = inLines.first + y * inLines.step;
-        ConvertRow(inPicture.luma.samples + std::size_t{line} * inPicture.luma.stride, cb.Row(y), cr.Row(y),
-                   inWeights, ioImage.width, ioImage.At(0, line));
+    const zimg_image_format source = SourceFormat(inPicture.luma, inMatrix, inLines);
+    const zimg_image_format target = TargetFormat(ioImage, inLines);
+    const Planes from = {Gather(inPicture.luma, inLines, source.width, source.height),
+                         Gather(inPicture.cb, inLines, source.width / 2, source.height / 2),
+                         Gather(inPicture.cr, inLines, source.width / 2, source.height / 2)};
+    const Planes to = {AlignedPlane(target.width, target.height), AlignedPlane(target.width, target.height),
+                       AlignedPlane(target.width, target.height)};
+    Graph(source, target).Run(from, to);
+    for (std::uint32_t line = 0; line < target.height; ++line) {
+        std::uint8_t* sample = ioImage.At(0, inLines.first + line * inLines.step);
+        for (std::uint32_t x = 0; x < target.width; ++x) {
+            for (const AlignedPlane& plane : to) *sample++ = plane.Row(line)[x];
+        }
     }
 }
 
 }  // namespace
 
-RgbImage ToRgb(const VexmoraHost::Picture& inPicture, ColourMatrix inMatrix, bool inIsInterlaced) {
-    const Weights weights(inMatrix);
-    RgbImage image(inPicture.luma.width, inPicture.luma.height);
-    if (inIsInterlaced && inPicture.cb.height > 1) {
-        Convert(inPicture, weights, {0, 2}, image);
-        Convert(inPicture, weights, {1, 2}, image);
+RgbImage ToRgb(const VexmoraHost::Picture& inPicture, const Viewing& inViewing) {
+    RgbImage image(inViewing.width, inViewing.height);
+    if (inViewing.isInterlaced && image.height == inPicture.luma.height && inPicture.cb.height > 1) {
+        Convert(inPicture, inViewing.matrix, kTopField, image);
+        Convert(inPicture, inViewing.matrix, kBottomField, image);
     } else {
-        Convert(inPicture, weights, {0, 1}, image);
+        Convert(inPicture, inViewing.matrix, kAllLines, image);
     }
     return image;
-}
-
-RgbImage Resized(RgbImage inImage, std::uint32_t inWidth, std::uint32_t inHeight) {
-    if (inWidth == inImage.width && inHeight == inImage.height) return inImage;
-    RgbImage resized(inWidth, inHeight);
-    if (libyuv::ARGBScale(inImage.samples.data(), static_cast<int>(inImage.RowBytes()),
-                          static_cast<int>(inImage.width), static_cast<int>(inImage.height),
-                          resized.samples.data(), static_cast<int>(resized.RowBytes()),
-                          static_cast<int>(inWidth), static_cast<int>(inHeight), libyuv::kFilterBox) != 0) {
-        throw std::bad_alloc();
-    }
-    return resized;
 }
 
 void Paste(const RgbImage& inImage, std::uint32_t inX, std::uint32_t inY, RgbImage& ioCanvas) {

@@ -9,32 +9,38 @@
 
 namespace Vexmora {
 
-/// Rows from the top, without padding; four bytes a sample: blue, green, red, and one that means nothing.
+/// Rows from the top, without padding; three bytes a sample: red, green, blue.
 struct RgbImage {
-    static constexpr std::uint32_t kBytesPerSample = 4;
+    static constexpr std::uint32_t kBytesPerSample = 3;
 
     RgbImage() = default;
     /// Black.
     RgbImage(std::uint32_t inWidth, std::uint32_t inHeight)
         : width(inWidth), height(inHeight), samples(std::size_t{inWidth} * inHeight * kBytesPerSample) {}
 
-    std::uint32_t RowBytes() const { return width * kBytesPerSample; }
+    std::size_t RowBytes() const { return std::size_t{width} * kBytesPerSample; }
     std::uint8_t* At(std::uint32_t inX, std::uint32_t inY) {
-        return samples.data() + std::size_t{inY} * RowBytes() + std::size_t{inX} * kBytesPerSample;
+        return samples.data() + inY * RowBytes() + std::size_t{inX} * kBytesPerSample;
     }
-    const std::uint8_t* Row(std::uint32_t inY) const { return samples.data() + std::size_t{inY} * RowBytes(); }
+    const std::uint8_t* Row(std::uint32_t inY) const { return samples.data() + inY * RowBytes(); }
 
     std::uint32_t width = 0;
     std::uint32_t height = 0;
     std::vector<std::uint8_t> samples;
 };
 
-/// inPicture's samples one by one.
-/// @param inIsInterlaced its lines are of two fields: chroma is then interpolated within each field.
-RgbImage ToRgb(const VexmoraHost::Picture& inPicture, ColourMatrix inMatrix, bool inIsInterlaced);
+/// How a picture is turned into what is seen.
+struct Viewing {
+    ColourMatrix matrix = ColourMatrix::Bt601;
+    /// The lines are of two fields: each is converted by itself, as long as the height stays.
+    bool isInterlaced = false;
+    /// Of the image.
+    std::uint32_t width = 0;
+    std::uint32_t height = 0;
+};
 
-/// inImage in another size.
-RgbImage Resized(RgbImage inImage, std::uint32_t inWidth, std::uint32_t inHeight);
+/// Throws std::bad_alloc, and std::runtime_error when zimg cannot make an image of that size.
+RgbImage ToRgb(const VexmoraHost::Picture& inPicture, const Viewing& inViewing);
 
 /// Puts inImage, whole, onto ioCanvas.
 void Paste(const RgbImage& inImage, std::uint32_t inX, std::uint32_t inY, RgbImage& ioCanvas);

@@ -8,6 +8,9 @@ namespace Vexmora {
 /// Whether standard error is a terminal.
 bool StandardErrorIsTerminal();
 
+/// Whether standard output is a terminal.
+bool StandardOutputIsTerminal();
+
 /// Columns of the terminal at standard error; 80 when it does not say.
 std::size_t TerminalColumns();
 

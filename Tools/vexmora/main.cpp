@@ -1,5 +1,6 @@
 // The command line of vexmora, and the one place where everything ends.
 #include <csignal>
+#include <new>
 
 #include "CommandLine.h"
 #include "Interrupt.h"
@@ -50,6 +51,8 @@ int main(int inArgumentCount, char** inArguments) {
         TellProblem(interrupted.file + ": interrupted (run it again)");
         EndBySignal(interrupted.signal);
     } catch (const OutputClosed&) {
+    } catch (const std::bad_alloc&) {
+        TellProblem("there is not enough memory (end other programs, or ask for smaller pictures)");
     } catch (const std::exception& problem) {
         TellProblem(problem.what());
         if (const auto* known = dynamic_cast<const Problem*>(&problem))
