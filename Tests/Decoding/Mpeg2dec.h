@@ -11,8 +11,11 @@ namespace Vexmora::Test {
 
 /// Frame after frame of planar 4:2:0, of the size that is coded: whole macroblocks. mpeg2dec writes each as a
 /// grey picture, the chroma planes side by side below the luma plane.
-inline Samples RunMpeg2dec(const std::filesystem::path& inMedia, std::size_t inWidth, std::size_t inHeight) {
-    const Samples images = OutputOf("mpeg2dec -o pgmpipe '" + inMedia.string() + "' 2>/dev/null");
+/// @param inOptions of mpeg2dec: -c for its plain transform.
+inline Samples RunMpeg2dec(const std::filesystem::path& inMedia, std::size_t inWidth, std::size_t inHeight,
+                           const std::string& inOptions = {}) {
+    const Samples images =
+        OutputOf("mpeg2dec " + inOptions + " -o pgmpipe '" + inMedia.string() + "' 2>/dev/null");
     const std::string header =
         "P5\n" + std::to_string(inWidth) + ' ' + std::to_string(inHeight * 3 / 2) + "\n255\n";
     const std::size_t imageBytes = header.size() + inWidth * inHeight * 3 / 2;

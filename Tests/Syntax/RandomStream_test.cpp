@@ -5,8 +5,9 @@
 #include <cstring>
 #include <map>
 
+#include "Decoding/Mpeg2dec.h"
+#include "Syntax/FrameLayout.h"
 #include "Syntax/RandomStream.h"
-#include "Syntax/Rival.h"
 
 namespace Vexmora::Test {
 namespace {
@@ -157,9 +158,10 @@ std::string PlanName(const testing::TestParamInfo<StreamPlan>& inInfo) {
 class FromBufferAsByMpeg2dec : public RandomStreams {};
 TEST_P(FromBufferAsByMpeg2dec, EachPictureIsDecoded) {
     BufferInstance instance(mStream.headers);
-    CompareEach(RunMpeg2dec(mMedia, mLayout), [&](const auto& inPicture, const References& inReferences) {
-        return instance.Decode(inPicture, inReferences);
-    });
+    CompareEach(RunMpeg2dec(mMedia, mLayout.width, mLayout.height, "-c"),
+                [&](const auto& inPicture, const References& inReferences) {
+                    return instance.Decode(inPicture, inReferences);
+                });
 }
 INSTANTIATE_TEST_SUITE_P(AllPlans, FromBufferAsByMpeg2dec, testing::ValuesIn(kStreamPlans), PlanName);
 
@@ -180,11 +182,12 @@ class FromFileAsByMpeg2dec : public RandomStreams {};
 TEST_P(FromFileAsByMpeg2dec, EachFrameIsDecoded) {
     DecodeChain chain(mMedia);
     ASSERT_NE(chain.Handle(), nullptr);
-    CompareEach(RunMpeg2dec(mMedia, mLayout), [&](const auto& inPicture, const References& inReferences) {
-        return Vexmora_GetFrame(chain.Handle(),
-                                static_cast<std::int32_t>(inPicture.syntax.temporal_reference),
-                                &inReferences.forward, &inReferences.backward, &inReferences.output, 0, 0);
-    });
+    CompareEach(RunMpeg2dec(mMedia, mLayout.width, mLayout.height, "-c"),
+                [&](const auto& inPicture, const References& inReferences) {
+                    return Vexmora_GetFrame(
+                        chain.Handle(), static_cast<std::int32_t>(inPicture.syntax.temporal_reference),
+                        &inReferences.forward, &inReferences.backward, &inReferences.output, 0, 0);
+                });
 }
 INSTANTIATE_TEST_SUITE_P(Frames, FromFileAsByMpeg2dec,
                          testing::ValuesIn(PlansWhere([](const StreamPlan& in) { return !in.HasFields(); })),
