@@ -14,9 +14,10 @@ COMMAND, STREAMS, WORK = (Path(argument).resolve() for argument in sys.argv[1:4]
 SAMPLE = Path(__file__).resolve().parents[2] / 'Samples/frame-numbers.ts'
 
 
-def run(*arguments, **options):
+def run(*arguments, before=(), **options):
+    """The command's run; before names a program that runs it in turn."""
     options = {'stdout': subprocess.PIPE, 'stderr': subprocess.PIPE, 'timeout': 60, 'text': True} | options
-    return subprocess.run([COMMAND, *map(str, arguments)], **options)
+    return subprocess.run([*before, COMMAND, *map(str, arguments)], **options)
 
 
 def made(name, data):
