@@ -28,6 +28,7 @@ FrameFindings Decode(const std::string& inFile, Movie& ioMovie, const CheckOptio
 
 ExitStatus CheckOne(const std::string& inFile, const CheckOptions& inOptions) {
     Movie movie = OpenMovie(inFile, inOptions.opening);
+    ExpectFramesInOrder(movie);
     const CheckReport report{.facts = GatherFacts(inFile, movie),
                              .index = FindInIndex(movie),
                              .frames = Decode(inFile, movie, inOptions),

@@ -43,6 +43,7 @@ std::string Header(const VexmoraHost::Movie& inMovie, const VexmoraHost::Plane& 
 
 ExitStatus RunExport(const ExportOptions& inOptions) {
     VexmoraHost::Movie movie = OpenMovie(inOptions.file, inOptions.opening);
+    ExpectFramesInOrder(movie);
     const FrameRange range = ParseFrameRange(inOptions.range, inOptions.file, movie.Info().frameCount);
     OutputFile file(inOptions.out, inOptions.file);
     DamageNotes damage;

@@ -69,6 +69,7 @@ void WriteDigest(std::uint32_t inFrame, const Digest& inDigest) {
 
 ExitStatus RunHash(const HashOptions& inOptions) {
     VexmoraHost::Movie movie = OpenMovie(inOptions.file, inOptions.opening);
+    if (inOptions.order == DecodeOrder::Forward) ExpectFramesInOrder(movie);
     const FrameRange range = ParseFrameRange(inOptions.range, inOptions.file, movie.Info().frameCount);
     std::vector<Digest> digests(range.Count());
     PictureDigest digest;
