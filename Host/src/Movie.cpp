@@ -7,7 +7,9 @@
 #include <system_error>
 #include <utility>
 
+#include "FrameCrew.h"
 #include "FrameDecoder.h"
+#include "Posix.h"
 #include "VexmoraHost/IndexSession.h"
 #include "VexmoraHost/PathText.h"
 
@@ -174,25 +176,50 @@ Movie Movie::Open(const std::filesystem::path& inPath, const OpenOptions& inOpti
 }
 
 SharedPicture Movie::Frame(std::uint32_t inFrame, Scale inScale) {
-    if (inFrame >= mInfo.frameCount) {
-        throw Error(Vexmora_NoSuchFrame, mPath, "has no frame " + std::to_string(inFrame),
-                    "it has " + std::to_string(mInfo.frameCount) + ", counted from 0");
-    }
-    const FrameSource source{.handle = mHandle.get(),
-                             .records = mRecords,
-                             .firstFrame = mInfo.firstFrame,
-                             .frameCount = mInfo.frameCount,
-                             .info = mInfo.file,
-                             .cacheId = mCacheId,
-                             .cache = ProcessFrameCache(),
-                             .pool = ProcessPlanePool()};
+    CheckFrame(inFrame);
+    const FrameSource source = Source();
     SharedPicture picture = FrameDecoder(source, inScale).Frame(inFrame);
-    if (picture == nullptr) {
-        throw Error(Vexmora_NoSuchFrame, mPath,
-                    "holds no picture for frame " + std::to_string(inFrame) + " nor any to stand in for it",
-                    "the stream is damaged or was cut");
-    }
+    if (picture == nullptr) throw NoPictureFor(inFrame, mPath);
     return picture;
+}
+
+FrameRun Movie::Run(std::uint32_t inFirst, std::uint32_t inCount, Scale inScale, unsigned inThreads) {
+    if (inCount > 0) CheckFrame(inFirst);
+    if (inCount > 0 && inCount > mInfo.frameCount - inFirst) CheckFrame(mInfo.frameCount);
+    const unsigned threads = inThreads > 0 ? inThreads : Posix::ProcessorCount();
+    return {mPath, std::make_unique<FrameRun::Crew>(Source(), FrameSpan{inFirst, inCount}, inScale, threads,
+                                                    [this] { return OpenAgain(); })};
+}
+
+void Movie::CheckFrame(std::uint32_t inFrame) const {
+    if (inFrame < mInfo.frameCount) return;
+    throw Error(Vexmora_NoSuchFrame, mPath, "has no frame " + std::to_string(inFrame),
+                "it has " + std::to_string(mInfo.frameCount) + ", counted from 0");
+}
+
+FrameSource Movie::Source() const {
+    return {.handle = mHandle.get(),
+            .records = mRecords,
+            .firstFrame = mInfo.firstFrame,
+            .frameCount = mInfo.frameCount,
+            .info = mInfo.file,
+            .cacheId = mCacheId,
+            .cache = ProcessFrameCache(),
+            .pool = ProcessPlanePool()};
+}
+
+// Another file may have taken the place of the one that this movie has open.
+Vexmora_Handle Movie::OpenAgain() const {
+    Vexmora_Handle handle = nullptr;
+    const Vexmora_Status status = Vexmora_OpenFileWithIndex(ToInterfacePath(mPath), Services(mCacheId),
+                                                            mInfo.index, mRecords, &handle);
+    Handle opened(handle);
+    if (status != Vexmora_Ok) return nullptr;
+    try {
+        return CacheIdFor(IdentifyMedia(mPath)) == mCacheId ? opened.release() : nullptr;
+    } catch (const Error&) {
+        return nullptr;
+    }
 }
 
 }  // namespace VexmoraHost

@@ -2,6 +2,8 @@
 #include "Posix.h"
 
 #include <fcntl.h>
+#include <sched.h>
+#include <signal.h>
 #include <stdlib.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -9,6 +11,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <exception>
 #include <string>
 #include <system_error>
 #include <utility>
@@ -92,6 +95,36 @@ std::optional<FileKey> KeyOf(const std::filesystem::path& inPath) noexcept {
     struct stat facts {};
     if (::stat(inPath.c_str(), &facts) != 0) return std::nullopt;
     return FileKey{facts.st_dev, facts.st_ino};
+}
+
+// A mask that is too short for the machine cannot be had; then the standard library's count must do.
+unsigned ProcessorCount() {
+    cpu_set_t mask;
+    const int count = ::sched_getaffinity(0, sizeof mask, &mask) == 0
+                          ? CPU_COUNT(&mask)
+                          : static_cast<int>(std::thread::hardware_concurrency());
+    return static_cast<unsigned>(std::max(count, 1));
+}
+
+// A new thread inherits the signal mask of the one that starts it.
+std::thread StartQuietThread(std::function<void()> inBody) {
+    sigset_t blocked;
+    sigset_t before;
+    ::sigfillset(&blocked);
+    for (const int fault : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGABRT, SIGSYS}) {
+        ::sigdelset(&blocked, fault);
+    }
+    ::pthread_sigmask(SIG_BLOCK, &blocked, &before);
+    std::exception_ptr failure;
+    std::thread thread;
+    try {
+        thread = std::thread(std::move(inBody));
+    } catch (...) {
+        failure = std::current_exception();
+    }
+    ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    if (failure) std::rethrow_exception(failure);
+    return thread;
 }
 
 FileLock::FileLock(const std::filesystem::path& inPath, Kind inKind)

@@ -1,12 +1,14 @@
 // What the standard library lacks: reading with the facts of the very file that is read, locks between
-// processes, getting data to the disk.
+// processes, getting data to the disk, processors, and threads that leave signals alone.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <span>
+#include <thread>
 #include <vector>
 
 namespace VexmoraHost::Posix {
@@ -58,6 +60,13 @@ struct FileKey {
     friend bool operator==(const FileKey&, const FileKey&) = default;
 };
 std::optional<FileKey> KeyOf(const std::filesystem::path& inPath) noexcept;
+
+/// Processors that the calling thread may run on, at least 1.
+unsigned ProcessorCount();
+
+/// Starts a thread that takes none of the process's signals, but for those that report a fault of its own.
+/// inBody must not throw. Throws std::system_error or std::bad_alloc when no thread can be had.
+std::thread StartQuietThread(std::function<void()> inBody);
 
 /// Holds a lock between processes (and between threads, each with its own FileLock) for its lifetime.
 class FileLock {

@@ -43,13 +43,13 @@ std::string Header(const VexmoraHost::Movie& inMovie, const VexmoraHost::Plane& 
 
 ExitStatus RunExport(const ExportOptions& inOptions) {
     VexmoraHost::Movie movie = OpenMovie(inOptions.file, inOptions.opening);
-    ExpectFramesInOrder(movie);
     const FrameRange range = ParseFrameRange(inOptions.range, inOptions.file, movie.Info().frameCount);
     OutputFile file(inOptions.out, inOptions.file);
     DamageNotes damage;
     FrameWork work(inOptions.file, range.Count(), inOptions.opening.quiet);
+    VexmoraHost::FrameRun run = movie.Run(range.first, range.Count(), inOptions.scale);
     for (std::uint32_t frame = range.first; frame <= range.last; ++frame) {
-        const VexmoraHost::SharedPicture picture = movie.Frame(frame, inOptions.scale);
+        const VexmoraHost::SharedPicture picture = run.Next();
         if (frame == range.first) file.Write(Header(movie, picture->luma, inOptions.scale));
         file.Write("FRAME\n");
         ForEachRow(*picture,

@@ -69,16 +69,18 @@ void WriteDigest(std::uint32_t inFrame, const Digest& inDigest) {
 
 ExitStatus RunHash(const HashOptions& inOptions) {
     VexmoraHost::Movie movie = OpenMovie(inOptions.file, inOptions.opening);
-    if (inOptions.order == DecodeOrder::Forward) ExpectFramesInOrder(movie);
     const FrameRange range = ParseFrameRange(inOptions.range, inOptions.file, movie.Info().frameCount);
     std::vector<Digest> digests(range.Count());
     PictureDigest digest;
     DamageNotes damage;
     {
         FrameWork work(inOptions.file, range.Count(), inOptions.opening.quiet);
+        const bool isRun = inOptions.order == DecodeOrder::Forward;
+        VexmoraHost::FrameRun run = movie.Run(range.first, isRun ? range.Count() : 0, inOptions.scale);
         for (const std::uint32_t position : OrderOf(inOptions, range.Count())) {
             const std::uint32_t frame = range.first + position;
-            const VexmoraHost::SharedPicture picture = movie.Frame(frame, inOptions.scale);
+            const VexmoraHost::SharedPicture picture =
+                isRun ? run.Next() : movie.Frame(frame, inOptions.scale);
             digests[position] = digest.Of(*picture);
             damage.Note(frame, *picture);
             work.Step();

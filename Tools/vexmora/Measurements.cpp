@@ -73,7 +73,8 @@ class Decoding {
 
   private:
     void Linear() {
-        for (std::uint32_t i = mRun; i > 0; --i) Decode(mCount - i);
+        VexmoraHost::FrameRun run = mMovie.Run(mCount - mRun, mRun, mOptions.scale);
+        while (run.Next() != nullptr) mWork.Step();
     }
 
     void Reverse() {

@@ -11,7 +11,6 @@
 #include "Problem.h"
 #include "ProgressBar.h"
 #include "Refusal.h"
-#include "VexmoraHost/FrameCache.h"
 
 namespace Vexmora {
 
@@ -69,14 +68,6 @@ VexmoraHost::Movie OpenMovie(const std::string& inFile, const OpeningOptions& in
         throw Problem(ExitStatus::Failed, inFile, "there is not enough memory for its index",
                       "end other programs, or cut the file");
     }
-}
-
-void ExpectFramesInOrder(const Movie& inMovie) {
-    constexpr std::size_t kPictures = 4;  // two references, the frame itself, and one over
-    constexpr std::size_t kMostExtraLines = 32;
-    const FileInfo& info = inMovie.Info().file;
-    const std::size_t lumaBytes = std::size_t{info.pitch} * (info.height + kMostExtraLines);
-    VexmoraHost::ProcessFrameCache().SetBudget(kPictures * 2 * lumaBytes);  // chroma rows may be padded, too
 }
 
 }  // namespace Vexmora

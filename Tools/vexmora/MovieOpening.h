@@ -23,8 +23,4 @@ struct OpeningOptions {
 /// and Interrupted.
 VexmoraHost::Movie OpenMovie(const std::string& inFile, const OpeningOptions& inOptions);
 
-/// For work that visits the frames of inMovie in order: lets the frame cache keep no more than what frames
-/// refer to. Planes are then used again while the processor's own caches still hold them.
-void ExpectFramesInOrder(const VexmoraHost::Movie& inMovie);
-
 }  // namespace Vexmora

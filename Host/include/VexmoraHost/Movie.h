@@ -11,6 +11,7 @@
 
 #include "Vexmora/Vexmora.h"
 #include "VexmoraHost/Error.h"
+#include "VexmoraHost/FrameRun.h"
 #include "VexmoraHost/HostServices.h"
 #include "VexmoraHost/Picture.h"
 
@@ -49,6 +50,8 @@ struct MovieInfo {
     std::uint32_t frameCount;
 };
 
+struct FrameSource;
+
 /// One open file. One thread at a time may use it; several movies, of the same file too, are independent and
 /// share what they read.
 ///
@@ -80,6 +83,19 @@ class Movie {
     /// and std::bad_alloc.
     SharedPicture Frame(std::uint32_t inFrame, Scale inScale = Scale::Full);
 
+    /// The pictures of inCount frames in display order, from inFirst on, decoded on several processors some
+    /// frames ahead: at most 64 MiB of pictures, or four for each thread where that is more. They come from
+    /// the frame cache where it has them, but are not added to it.
+    /// @param inThreads that decode, the calling one among them; 0 for one on each processor that the calling
+    ///                  thread may use.
+    /// The movie stays where it is and outlives the run. Throws Error with Vexmora_NoSuchFrame when one of the
+    /// frames does not exist, and std::bad_alloc.
+    ///
+    ///     FrameRun run = movie.Run(0, movie.Info().frameCount);
+    ///     while (const SharedPicture picture = run.Next()) …
+    FrameRun Run(std::uint32_t inFirst, std::uint32_t inCount, Scale inScale = Scale::Full,
+                 unsigned inThreads = 0);
+
     /// Whether opening had to index the file.
     bool WasIndexed() const { return mWasIndexed; }
 
@@ -91,6 +107,10 @@ class Movie {
     class Opener;
 
     Movie() = default;
+
+    void CheckFrame(std::uint32_t inFrame) const;
+    FrameSource Source() const;
+    Vexmora_Handle OpenAgain() const;
 
     Library mLibrary;  // first: started up for as long as the handle lives
     std::filesystem::path mPath;

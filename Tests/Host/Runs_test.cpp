@@ -1,0 +1,172 @@
+// Runs of frames, decoded ahead on several threads: the pictures and the damage of one frame after the other.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+
+#include "FrameCrew.h"
+#include "Host/HostTestSupport.h"
+#include "Host/PlainDecode.h"
+#include "VexmoraHost/Movie.h"
+
+namespace VexmoraHost {
+namespace {
+
+namespace fs = std::filesystem;
+const fs::path kStreams = VEXMORA_STREAM_DIR;
+
+struct Seen {
+    explicit Seen(const Picture& inPicture)
+        : samples(SamplesOf(inPicture)), frame(inPicture.frame), damage(inPicture.damage) {}
+
+    friend bool operator==(const Seen& inLeft, const Seen& inRight) {
+        const auto facts = [](const Seen& in) {
+            return std::tuple(in.frame, in.damage.status, in.damage.macroblocks, in.damage.inherited,
+                              in.damage.standsIn);
+        };
+        return facts(inLeft) == facts(inRight) && inLeft.samples == inRight.samples;
+    }
+
+    Samples samples;
+    std::uint32_t frame;
+    PictureDamage damage;
+};
+
+// Without a frame cache, so that every run decodes; leaves the caches as they were, and empty.
+class Runs : public testing::Test {
+  protected:
+    Runs() { ProcessFrameCache().SetBudget(0); }
+    ~Runs() override {
+        ProcessFrameCache().SetBudget(kDefaultFrameCacheBytes);
+        ProcessPlanePool().Clear();
+        ProcessBlockCache().Clear();
+    }
+    Movie Open(const fs::path& inPath) const {
+        return Movie::Open(inPath, {.indexDir = mFolder / "store"});
+    }
+
+    // The frames from inFirst on, one by one and by runs of several threads.
+    static std::vector<Seen> ExpectTheSame(Movie& ioMovie, std::uint32_t inFirst, Scale inScale) {
+        std::vector<Seen> expected;
+        const std::uint32_t count = std::min(ioMovie.Info().frameCount - inFirst, 48u);
+        for (std::uint32_t i = 0; i < count; ++i) expected.emplace_back(*ioMovie.Frame(inFirst + i, inScale));
+        for (const unsigned threads : {1u, 2u, 5u}) {
+            FrameRun run = ioMovie.Run(inFirst, count, inScale, threads);
+            for (std::uint32_t i = 0; i < count; ++i) {
+                EXPECT_TRUE(Seen(*run.Next()) == expected[i]) << inFirst + i << ", " << threads << " threads";
+            }
+            EXPECT_EQ(run.Next(), nullptr);
+        }
+        return expected;
+    }
+
+    TemporaryFolder mFolder;
+};
+
+TEST_F(Runs, GiveThePicturesOfFrames) {
+    struct Row {
+        const char* name;
+        std::vector<Scale> scales;
+    };
+    for (const Row& row : {Row{"b3-100x76.ts", {Scale::Full, Scale::HalfWidth, Scale::Quarter}},
+                           Row{"small-100x76.mpg", {Scale::Full}}, Row{"started-open.m2v", {Scale::Quarter}},
+                           Row{"b3-closed-352x240.m2v", {Scale::Quarter}}, Row{"ip-64x48.m2v", {Scale::Full}},
+                           Row{"intra-176x144.m2v", {Scale::HalfWidth}}}) {
+        SCOPED_TRACE(row.name);
+        Movie movie = Open(kStreams / row.name);
+        for (const Scale scale : row.scales) {
+            for (const std::uint32_t first : {0u, 7u}) ExpectTheSame(movie, first, scale);
+        }
+    }
+}
+
+TEST_F(Runs, TellTheDamageThatFramesTell) {
+    std::mt19937 random(3);
+    std::uint32_t damaged = 0;
+    std::uint32_t missing = 0;
+    for (const char* const name : {"b2-open-352x288.m2v", "b3-100x76.ts", "ip-64x48.m2v"}) {
+        for (int copy = 0; copy < 3; ++copy) {
+            const fs::path media = mFolder / (std::to_string(copy) + name);
+            fs::copy_file(kStreams / name, media);
+            Tamper(media, [&](std::string& ioBytes) {
+                constexpr std::size_t kStart = 8000;
+                for (std::size_t hits = ioBytes.size() / 10000; hits > 0; --hits) {
+                    const std::size_t at = kStart + random() % (ioBytes.size() - kStart);
+                    const std::size_t end = std::min(at + random() % 200, ioBytes.size());
+                    const unsigned least = random() % 4 == 0 ? 0 : 1;  // with and without start codes
+                    for (std::size_t i = at; i < end; ++i)
+                        ioBytes[i] = static_cast<char>(least + random() % 255);
+                }
+            });
+            SCOPED_TRACE(media);
+            Movie movie = Open(media);
+            for (const Seen& seen : ExpectTheSame(movie, 0, Scale::Full)) {
+                damaged += seen.damage.macroblocks > 0 ? 1 : 0;
+                missing += seen.damage.standsIn || seen.damage.status != Vexmora_Ok ? 1 : 0;
+            }
+        }
+    }
+    EXPECT_GT(damaged, 50u);
+    EXPECT_GT(missing, 0u);
+}
+
+TEST_F(Runs, MayBeLeftAtAnyFrameAndGoOnBesideOthers) {
+    ProcessPlanePool().Clear();
+    ProcessBlockCache().Clear();
+    const std::size_t before = ProcessMemory().LiveBlocks();
+    {
+        Movie movie = Open(kStreams / "b2-open-352x288.m2v");
+        const std::uint32_t frames = movie.Info().frameCount;
+        for (const std::uint32_t given : {0u, 1u, 2u, 20u}) {
+            FrameRun run = movie.Run(0, frames, Scale::Full, 3);
+            FrameRun other = movie.Run(30, frames - 30, Scale::Quarter, 2);
+            for (std::uint32_t frame = 0; frame < given; ++frame) {
+                EXPECT_EQ(run.Next()->frame, frame);
+                EXPECT_EQ(other.Next()->frame, 30 + frame);
+                EXPECT_EQ(movie.Frame(60 - frame)->frame, 60 - frame);
+            }
+        }
+        EXPECT_EQ(movie.Run(frames, 0).Next(), nullptr);
+        EXPECT_THROW(static_cast<void>(movie.Run(1, frames)), Error);
+        EXPECT_THROW(static_cast<void>(movie.Run(frames, 1)), Error);
+    }
+    ProcessPlanePool().Clear();
+    ProcessBlockCache().Clear();
+    EXPECT_EQ(ProcessMemory().LiveBlocks(), before);
+}
+
+// Pictures come from the frame cache, which gets none; and helpers that have no handle are not missed.
+TEST_F(Runs, TakeWhatTheCacheHasAndGoOnPastFramesWithoutPicture) {
+    Memory memory;
+    PlanePool pool(memory, 0);
+    FrameCache cache(std::size_t{64} << 20);
+    const IndexedFile file(kStreams / "ip-64x48.m2v", [](std::vector<Vexmora::FrameRecord>& ioRecords) {
+        for (std::size_t record = 0; record < ioRecords.size(); ++record) {
+            if (record >= 10 && record != 12) ioRecords[record].size = 0;
+        }
+    });
+    const auto noHandle = [] { return Vexmora_Handle{}; };
+    const FrameSource sound = file.Source(cache, pool);
+    const SharedPicture kept = FrameDecoder(sound, Scale::Full).Frame(4);
+    const std::size_t pictures = cache.Pictures();
+    FrameRun::Crew crew(sound, {3, 5}, Scale::Full, 4, noHandle);
+    for (std::uint32_t frame = 3; frame < 8; ++frame) {
+        const SharedPicture picture = crew.Next();
+        EXPECT_EQ(picture == kept, frame == 4);
+        EXPECT_EQ(picture->frame, frame);
+    }
+    EXPECT_EQ(crew.Left(), 0u);
+    EXPECT_EQ(cache.Pictures(), pictures);
+
+    FrameSource cut = file.Source(cache, pool, 10);
+    EXPECT_EQ(FrameRun::Crew(cut, {1, 1}, Scale::Full, 4, noHandle).Next()->frame, 2u);
+    cut.firstFrame = 20;
+    cut.frameCount = 5;
+    FrameRun::Crew lost(cut, {0, 2}, Scale::Full, 4, noHandle);
+    EXPECT_EQ(lost.Next(), nullptr);
+    EXPECT_EQ(lost.Next(), nullptr);
+    EXPECT_EQ(lost.Left(), 0u);
+}
+
+}  // namespace
+}  // namespace VexmoraHost
