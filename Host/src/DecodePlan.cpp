@@ -1,6 +1,7 @@
 // The account of users and of what is waited for.
 #include "DecodePlan.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace VexmoraHost {
@@ -23,15 +24,20 @@ void DecodePlan::Release(std::int32_t inRecord) {
     LetGo(inRecord);
 }
 
-std::optional<PictureTask> DecodePlan::Start() {
+std::optional<PictureTask> DecodePlan::Start(unsigned inWorker) {
     if (mReady.empty()) return std::nullopt;
-    const auto first = mReady.begin();
-    PictureTask task{.record = first->second, .references = mPictures.at(first->second).references};
+    const auto best = std::min_element(
+        mReady.begin(), mReady.end(), [this, inWorker](const auto& inLeft, const auto& inRight) {
+            return ForeignReferences(inLeft.second, inWorker) < ForeignReferences(inRight.second, inWorker);
+        });
+    Entry& entry = mPictures.at(best->second);
+    entry.worker = inWorker;
+    PictureTask task{.record = best->second, .references = entry.references};
     for (const Direction direction : {kPast, kFuture}) {
         const std::int32_t reference = task.references.records[direction];
         if (reference != kNoRecord) task.predictedFrom[direction] = Find(reference);
     }
-    mReady.erase(first);
+    mReady.erase(best);
     return task;
 }
 
@@ -78,6 +84,14 @@ void DecodePlan::Enlist(std::int32_t inRecord) {
         ++entry.missing;
     }
     if (entry.missing == 0) mReady.emplace(entry.place, inRecord);
+}
+
+int DecodePlan::ForeignReferences(std::int32_t inRecord, unsigned inWorker) const {
+    int foreign = 0;
+    for (const std::int32_t reference : mPictures.at(inRecord).references.records) {
+        if (reference != kNoRecord && mPictures.at(reference).worker != inWorker) ++foreign;
+    }
+    return foreign;
 }
 
 void DecodePlan::LetGo(std::int32_t inRecord) {

@@ -18,8 +18,9 @@ namespace VexmoraHost {
 ///
 /// 1. A picture that is wanted brings along those that it is predicted from, and those that these are
 ///    predicted from, back to pictures that are there already.
-/// 2. Of those whose references are decoded the first in coding order is started next; several may be under
-///    way at once.
+/// 2. Those whose references are decoded may be started, several at once. A worker is given one with the
+///    fewest references that another worker decoded, of these the first in coding order: samples lie in the
+///    cache of the processor that wrote them. So each worker keeps to a group of pictures as long as it can.
 /// 3. A picture is held until it is wanted no more and the last one that is predicted from it is decoded.
 ///    What the picture that was wanted last is predicted from stays until another one is wanted: its
 ///    neighbours are mostly predicted from the same.
@@ -47,8 +48,8 @@ class DecodePlan {
     SharedPicture Find(std::int32_t inRecord) const { return mPictures.at(inRecord).picture; }
 
     bool CanStart() const { return !mReady.empty(); }
-    /// The next picture to decode; none while all wait for others, or nothing is left to do.
-    std::optional<PictureTask> Start();
+    /// The next picture for a worker to decode; none while all wait for others, or nothing is left to do.
+    std::optional<PictureTask> Start(unsigned inWorker = 0);
     /// Takes the picture of a task that was started.
     void Finish(std::int32_t inRecord, const SharedPicture& inPicture);
 
@@ -56,10 +57,14 @@ class DecodePlan {
     std::size_t Pictures() const { return mPictures.size(); }
 
   private:
+    static constexpr unsigned kNobody = ~0u;
+
     struct Entry {
         SharedPicture picture = {};
         References references = {};
         CodingPlace place = {};
+        // Who decodes it, or has decoded it.
+        unsigned worker = kNobody;
         // Wants, pictures yet to be decoded that are predicted from this one, and place in mStaying.
         std::uint32_t users = 0;
         // References that are not decoded.
@@ -71,6 +76,7 @@ class DecodePlan {
     void AddWithReferences(std::int32_t inRecord);
     void Enlist(std::int32_t inRecord);
     void LetGo(std::int32_t inRecord);
+    int ForeignReferences(std::int32_t inRecord, unsigned inWorker) const;
 
     const LookUp mLookUp;
     std::unordered_map<std::int32_t, Entry> mPictures;

@@ -22,6 +22,9 @@ constexpr std::size_t kWindowBytes = std::size_t{64} << 20;
 constexpr std::size_t kMostFrames = 32;
 constexpr std::size_t kLeastFramesPerThread = 4;
 
+// The worker that is no helper: they count from 1.
+constexpr unsigned kCaller = 0;
+
 std::uint32_t WindowFrames(const PictureLayout& inLayout, unsigned inThreads) {
     if (inThreads == 1) return 1;
     const std::size_t most = kWindowBytes / std::max<std::size_t>(inLayout.bytes, 1);
@@ -57,7 +60,9 @@ FrameRun::Crew::~Crew() {
 void FrameRun::Crew::StartHelpers(unsigned inCount) {
     mHelpers.reserve(inCount);
     try {
-        while (mHelpers.size() < inCount) mHelpers.push_back(Posix::StartQuietThread([this] { Help(); }));
+        for (unsigned worker = 1; worker <= inCount; ++worker) {
+            mHelpers.push_back(Posix::StartQuietThread([this, worker] { Help(worker); }));
+        }
     } catch (const std::exception&) {
     }
 }
@@ -90,7 +95,7 @@ SharedPicture FrameRun::Crew::TakeFirst(std::unique_lock<std::mutex>& ioLock) {
     SharedPicture picture;
     while (record != kNoRecord && (picture = mPlan.Find(record)) == nullptr) {
         if (mFailure != nullptr) std::rethrow_exception(mFailure);
-        if (auto task = mPlan.Start()) {
+        if (auto task = mPlan.Start(kCaller)) {
             Decode(mSource.handle, std::move(*task), ioLock);
         } else {
             mIsFinished.wait(ioLock);
@@ -104,7 +109,7 @@ SharedPicture FrameRun::Crew::TakeFirst(std::unique_lock<std::mutex>& ioLock) {
 }
 
 // A helper without a handle leaves the work to the others.
-void FrameRun::Crew::Help() {
+void FrameRun::Crew::Help(unsigned inWorker) {
     std::unique_lock lock(mMutex, std::defer_lock);
     try {
         const Handle handle(mOpenHandle());
@@ -113,7 +118,7 @@ void FrameRun::Crew::Help() {
         for (;;) {
             mCanStart.wait(lock, [this] { return mIsStopping || mFailure != nullptr || mPlan.CanStart(); });
             if (mIsStopping || mFailure != nullptr) return;
-            Decode(handle.get(), *mPlan.Start(), lock);
+            Decode(handle.get(), *mPlan.Start(inWorker), lock);
         }
     } catch (...) {
         if (!lock.owns_lock()) lock.lock();

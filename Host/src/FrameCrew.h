@@ -56,7 +56,7 @@ class FrameRun::Crew {
 
   private:
     void StartHelpers(unsigned inCount);
-    void Help();
+    void Help(unsigned inWorker);
     void MoveWindow();
     SharedPicture TakeFirst(std::unique_lock<std::mutex>& ioLock);
     void Decode(Vexmora_Handle inHandle, PictureTask inTask, std::unique_lock<std::mutex>& ioLock);

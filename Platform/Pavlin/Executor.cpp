@@ -1,4 +1,5 @@
-// The pool: callers post jobs, and take part in their own; threads take the tasks of the oldest job.
+// The pool: callers post jobs, and take part in their own; threads take the tasks of the oldest job, as long as
+// there is a processor for them besides those on which callers work.
 #include "Pavlin/Executor.h"
 
 #include <pthread.h>
@@ -75,6 +76,7 @@ class AsyncExecutor::Pool {
     std::mutex mMutex;  // guards what follows and every Job
     std::condition_variable mWork;
     std::deque<Job*> mJobs;  // those that still have tasks to take, oldest first
+    int mRunning = 0;          // tasks, on callers and on threads
     bool mStopping = false;
     std::vector<std::thread> mThreads;
 };
@@ -92,7 +94,7 @@ void AsyncExecutor::Pool::Execute(const boost::function<void(int)>& inTask, int 
     if (inCount < 1) return;
     Job job{inTask, inCount};
     std::unique_lock lock(mMutex);
-    const int helpers = std::min(inCount, mProcessorCount) - 1;
+    const int helpers = std::max(0, std::min(inCount, mProcessorCount - mRunning) - 1);
     StartThreads(helpers);
     mJobs.push_back(&job);
     for (int helper = 0; helper < helpers; ++helper) mWork.notify_one();
@@ -117,7 +119,7 @@ void AsyncExecutor::Pool::Run() {
     mAffinity.Apply();
     std::unique_lock lock(mMutex);
     for (;;) {
-        mWork.wait(lock, [this] { return mStopping || !mJobs.empty(); });
+        mWork.wait(lock, [this] { return mStopping || (!mJobs.empty() && mRunning < mProcessorCount); });
         if (mStopping) return;
         RunNextTask(*mJobs.front(), lock);
     }
@@ -128,6 +130,7 @@ void AsyncExecutor::Pool::Run() {
 void AsyncExecutor::Pool::RunNextTask(Job& ioJob, std::unique_lock<std::mutex>& ioLock) {
     const int index = ioJob.next++;
     if (ioJob.next == ioJob.count) std::erase(mJobs, &ioJob);
+    ++mRunning;
     ioLock.unlock();
     std::exception_ptr failure;
     try {
@@ -136,6 +139,7 @@ void AsyncExecutor::Pool::RunNextTask(Job& ioJob, std::unique_lock<std::mutex>& 
         failure = std::current_exception();
     }
     ioLock.lock();
+    --mRunning;
     if (failure && !ioJob.failure) ioJob.failure = std::move(failure);
     // Told under the lock: the job's owner cannot leave, and end the job, before it is released.
     if (++ioJob.ended == ioJob.count) ioJob.allEnded.notify_one();

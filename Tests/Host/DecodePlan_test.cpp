@@ -83,29 +83,38 @@ TEST(DecodePlan, DecodesEachPictureOnceAfterItsReferencesAndHoldsFew) {
     }
 }
 
-// With B pictures the next anchor and those of the group before are independent.
-TEST(DecodePlan, StartsInCodingOrderWhateverCanBeStarted) {
-    const std::map<std::int32_t, Node> stream = {{0, {{kNoRecord, kNoRecord}, 0}}, {1, {{0, 3}, 2}},
-                                                 {2, {{0, 3}, 3}},                 {3, {{0, kNoRecord}, 1}},
-                                                 {4, {{3, 6}, 5}},                 {5, {{3, 6}, 6}},
-                                                 {6, {{3, kNoRecord}, 4}}};
+// In coding order: 0 I, 3 P, 1 and 2 B, 6 P, 4 and 5 B; 7 I, 8 P.
+TEST(DecodePlan, KeepsWorkersToTheirGroupsAndNoneIdle) {
+    const std::vector<Node> stream = {
+        {{kNoRecord, kNoRecord}, 0}, {{0, 3}, 2}, {{0, 3}, 3},         {{0, kNoRecord}, 1},
+        {{3, 6}, 5},                 {{3, 6}, 6}, {{3, kNoRecord}, 4}, {{kNoRecord, kNoRecord}, 7},
+        {{7, kNoRecord}, 8}};
     DecodePlan plan([&](std::int32_t inRecord) {
-        const Node& node = stream.at(inRecord);
+        const Node& node = stream[static_cast<std::size_t>(inRecord)];
         return DecodePlan::Known{.picture = inRecord == 0 ? std::make_shared<Picture>() : nullptr,
                                  .references = {.records = node.references},
                                  .place = {.offset = node.place, .record = inRecord}};
     });
-    for (std::int32_t frame = 0; frame < 7; ++frame) plan.Want(frame);
-    const auto startAll = [&] {
-        std::vector<std::int32_t> started;
-        while (const auto task = plan.Start()) started.push_back(task->record);
-        return started;
+    for (std::int32_t record = 0; record < 9; ++record) plan.Want(record);
+    const auto start = [&](unsigned inWorker) {
+        const auto task = plan.Start(inWorker);
+        return task ? task->record : kNoRecord;
     };
-    EXPECT_EQ(startAll(), (std::vector<std::int32_t>{3})) << "0 is there already";
-    plan.Finish(3, std::make_shared<Picture>());
-    EXPECT_EQ(startAll(), (std::vector<std::int32_t>{1, 2, 6}));
-    plan.Finish(6, std::make_shared<Picture>());
-    EXPECT_EQ(startAll(), (std::vector<std::int32_t>{4, 5}));
+    const auto finish = [&](std::int32_t inRecord) { plan.Finish(inRecord, std::make_shared<Picture>()); };
+    EXPECT_EQ(start(1), 7) << "nobody has decoded 0, which was there";
+    EXPECT_EQ(start(2), 3);
+    EXPECT_EQ(start(1), kNoRecord);
+    finish(7);
+    finish(3);
+    EXPECT_EQ(start(2), 6) << "before 1 and 2, of which one reference is not its own";
+    EXPECT_EQ(start(1), 8);
+    finish(8);
+    EXPECT_EQ(start(1), 1);
+    finish(6);
+    EXPECT_EQ(start(2), 4);
+    EXPECT_EQ(start(1), 2) << "both references of 5 are the other one's";
+    EXPECT_EQ(start(1), 5);
+    EXPECT_EQ(start(2), kNoRecord);
 }
 
 }  // namespace
