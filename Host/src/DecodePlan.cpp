@@ -1,12 +1,18 @@
 // The account of users and of what is waited for.
 #include "DecodePlan.h"
 
-#include <algorithm>
 #include <utility>
 
 namespace VexmoraHost {
+namespace {
+
+// As many as there are B pictures between two anchors of most streams, and two more.
+constexpr std::uint64_t kTurnsOfBPictures = 4;
+
+}  // namespace
 
 void DecodePlan::Want(std::int32_t inRecord) {
+    ++mWants;
     AddWithReferences(inRecord);
     Entry& wanted = mPictures.at(inRecord);
     ++wanted.users;
@@ -24,20 +30,15 @@ void DecodePlan::Release(std::int32_t inRecord) {
     LetGo(inRecord);
 }
 
-std::optional<PictureTask> DecodePlan::Start(unsigned inWorker) {
+std::optional<PictureTask> DecodePlan::Start() {
     if (mReady.empty()) return std::nullopt;
-    const auto best = std::min_element(
-        mReady.begin(), mReady.end(), [this, inWorker](const auto& inLeft, const auto& inRight) {
-            return ForeignReferences(inLeft.second, inWorker) < ForeignReferences(inRight.second, inWorker);
-        });
-    Entry& entry = mPictures.at(best->second);
-    entry.worker = inWorker;
-    PictureTask task{.record = best->second, .references = entry.references};
+    const auto first = mReady.begin();
+    PictureTask task{.record = first->second, .references = mPictures.at(first->second).references};
     for (const Direction direction : {kPast, kFuture}) {
         const std::int32_t reference = task.references.records[direction];
         if (reference != kNoRecord) task.predictedFrom[direction] = Find(reference);
     }
-    mReady.erase(best);
+    mReady.erase(first);
     return task;
 }
 
@@ -46,7 +47,7 @@ void DecodePlan::Finish(std::int32_t inRecord, const SharedPicture& inPicture) {
     finished.picture = inPicture;
     for (const std::int32_t record : std::exchange(finished.waiting, {})) {
         Entry& waiting = mPictures.at(record);
-        if (--waiting.missing == 0) mReady.emplace(waiting.place, record);
+        if (--waiting.missing == 0) mReady.emplace(std::pair(waiting.turn, waiting.place), record);
     }
     for (const std::int32_t reference : finished.references.records) {
         if (reference != kNoRecord) LetGo(reference);
@@ -62,6 +63,7 @@ void DecodePlan::AddWithReferences(std::int32_t inRecord) {
         Entry& entry = mPictures.at(added[i]);
         Known known = mLookUp(added[i]);
         entry.place = known.place;
+        entry.turn = mWants + (known.place.isPredictedBothWays ? kTurnsOfBPictures : 0);
         entry.picture = std::move(known.picture);
         if (entry.picture != nullptr) continue;
         entry.references = known.references;
@@ -83,15 +85,7 @@ void DecodePlan::Enlist(std::int32_t inRecord) {
         reference.waiting.push_back(inRecord);
         ++entry.missing;
     }
-    if (entry.missing == 0) mReady.emplace(entry.place, inRecord);
-}
-
-int DecodePlan::ForeignReferences(std::int32_t inRecord, unsigned inWorker) const {
-    int foreign = 0;
-    for (const std::int32_t reference : mPictures.at(inRecord).references.records) {
-        if (reference != kNoRecord && mPictures.at(reference).worker != inWorker) ++foreign;
-    }
-    return foreign;
+    if (entry.missing == 0) mReady.emplace(std::pair(entry.turn, entry.place), inRecord);
 }
 
 void DecodePlan::LetGo(std::int32_t inRecord) {

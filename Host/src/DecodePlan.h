@@ -18,9 +18,9 @@ namespace VexmoraHost {
 ///
 /// 1. A picture that is wanted brings along those that it is predicted from, and those that these are
 ///    predicted from, back to pictures that are there already.
-/// 2. Those whose references are decoded may be started, several at once. A worker is given one with the
-///    fewest references that another worker decoded, of these the first in coding order: samples lie in the
-///    cache of the processor that wrote them. So each worker keeps to a group of pictures as long as it can.
+/// 2. Those whose references are decoded may be started, several at once: in the order in which they came to
+///    be needed, but B pictures, for which no other one waits, some turns later. So the next anchor is under
+///    way beside the B pictures before it.
 /// 3. A picture is held until it is wanted no more and the last one that is predicted from it is decoded.
 ///    What the picture that was wanted last is predicted from stays until another one is wanted: its
 ///    neighbours are mostly predicted from the same.
@@ -48,8 +48,8 @@ class DecodePlan {
     SharedPicture Find(std::int32_t inRecord) const { return mPictures.at(inRecord).picture; }
 
     bool CanStart() const { return !mReady.empty(); }
-    /// The next picture for a worker to decode; none while all wait for others, or nothing is left to do.
-    std::optional<PictureTask> Start(unsigned inWorker = 0);
+    /// The next picture to decode; none while all wait for others, or nothing is left to do.
+    std::optional<PictureTask> Start();
     /// Takes the picture of a task that was started.
     void Finish(std::int32_t inRecord, const SharedPicture& inPicture);
 
@@ -57,14 +57,12 @@ class DecodePlan {
     std::size_t Pictures() const { return mPictures.size(); }
 
   private:
-    static constexpr unsigned kNobody = ~0u;
-
     struct Entry {
         SharedPicture picture = {};
         References references = {};
         CodingPlace place = {};
-        // Who decodes it, or has decoded it.
-        unsigned worker = kNobody;
+        // When it is to be started: the Want that needed it first, and the turns that it lets pass.
+        std::uint64_t turn = 0;
         // Wants, pictures yet to be decoded that are predicted from this one, and place in mStaying.
         std::uint32_t users = 0;
         // References that are not decoded.
@@ -76,11 +74,11 @@ class DecodePlan {
     void AddWithReferences(std::int32_t inRecord);
     void Enlist(std::int32_t inRecord);
     void LetGo(std::int32_t inRecord);
-    int ForeignReferences(std::int32_t inRecord, unsigned inWorker) const;
 
     const LookUp mLookUp;
     std::unordered_map<std::int32_t, Entry> mPictures;
-    std::map<CodingPlace, std::int32_t> mReady;
+    std::uint64_t mWants = 0;
+    std::map<std::pair<std::uint64_t, CodingPlace>, std::int32_t> mReady;
     std::vector<std::int32_t> mStaying;
 };
 

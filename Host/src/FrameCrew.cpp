@@ -17,19 +17,21 @@ struct Close {
 };
 using Handle = std::unique_ptr<Vexmora_InstanceTag, Close>;
 
+constexpr std::uint32_t kFramesPerThread = 4;
+
 // Two groups of pictures as most encoders make them, unless the pictures are large.
-constexpr std::size_t kWindowBytes = std::size_t{64} << 20;
-constexpr std::size_t kMostFrames = 32;
-constexpr std::size_t kLeastFramesPerThread = 4;
+constexpr std::uint32_t kMostFrames = 32;
+constexpr std::size_t kMostBytes = std::size_t{64} << 20;
 
-// The worker that is no helper: they count from 1.
-constexpr unsigned kCaller = 0;
+std::uint32_t LeastWindow(unsigned inThreads) {
+    return inThreads == 1 ? 1 : kFramesPerThread * inThreads;
+}
 
-std::uint32_t WindowFrames(const PictureLayout& inLayout, unsigned inThreads) {
+std::uint32_t MostWindow(const PictureLayout& inLayout, unsigned inThreads) {
     if (inThreads == 1) return 1;
-    const std::size_t most = kWindowBytes / std::max<std::size_t>(inLayout.bytes, 1);
-    return static_cast<std::uint32_t>(
-        std::max(std::min(most, kMostFrames), inThreads * kLeastFramesPerThread));
+    const std::size_t frames = kMostBytes / std::max<std::size_t>(inLayout.bytes, 1);
+    return std::max(static_cast<std::uint32_t>(std::min<std::size_t>(frames, kMostFrames)),
+                    LeastWindow(inThreads));
 }
 
 }  // namespace
@@ -39,10 +41,12 @@ FrameRun::Crew::Crew(const FrameSource& inSource, FrameSpan inFrames, Scale inSc
     : mSource(inSource),
       mDecoder(mSource, inScale),
       mOpenHandle(std::move(inOpenHandle)),
-      mWindowFrames(WindowFrames(mDecoder.Maker().Layout(), inThreads)),
+      mLeastWindow(LeastWindow(inThreads)),
+      mMostWindow(MostWindow(mDecoder.Maker().Layout(), inThreads)),
       mEnd(inFrames.first + inFrames.count),
       mNext(inFrames.first),
       mWindowEnd(inFrames.first),
+      mWindowFrames(mLeastWindow),
       mPlan([this](std::int32_t inRecord) { return mDecoder.LookUp(inRecord); }) {
     if (inFrames.count > 1) StartHelpers(inThreads - 1);
 }
@@ -60,9 +64,7 @@ FrameRun::Crew::~Crew() {
 void FrameRun::Crew::StartHelpers(unsigned inCount) {
     mHelpers.reserve(inCount);
     try {
-        for (unsigned worker = 1; worker <= inCount; ++worker) {
-            mHelpers.push_back(Posix::StartQuietThread([this, worker] { Help(worker); }));
-        }
+        while (mHelpers.size() < inCount) mHelpers.push_back(Posix::StartQuietThread([this] { Help(); }));
     } catch (const std::exception&) {
     }
 }
@@ -90,12 +92,23 @@ void FrameRun::Crew::MoveWindow() {
     }
 }
 
+// Until there is something to start. The bound is taken back by one frame with each that is given.
+void FrameRun::Crew::LookFurther() {
+    while (!mPlan.CanStart() && mWindowFrames < mMostWindow && mWindowEnd < mEnd) {
+        ++mWindowFrames;
+        MoveWindow();
+    }
+}
+
 SharedPicture FrameRun::Crew::TakeFirst(std::unique_lock<std::mutex>& ioLock) {
     const std::int32_t record = mWindow.front();
     SharedPicture picture;
     while (record != kNoRecord && (picture = mPlan.Find(record)) == nullptr) {
         if (mFailure != nullptr) std::rethrow_exception(mFailure);
-        if (auto task = mPlan.Start(kCaller)) {
+        auto task = mPlan.Start();
+        if (!task || mIdle > 0) LookFurther();
+        if (!task) task = mPlan.Start();
+        if (task) {
             Decode(mSource.handle, std::move(*task), ioLock);
         } else {
             mIsFinished.wait(ioLock);
@@ -104,21 +117,24 @@ SharedPicture FrameRun::Crew::TakeFirst(std::unique_lock<std::mutex>& ioLock) {
     if (mPlan.CanStart()) mCanStart.notify_one();
     if (record != kNoRecord) mPlan.Release(record);
     mWindow.pop_front();
+    mWindowFrames = std::max(mWindowFrames - 1, mLeastWindow);
     const std::uint32_t frame = mNext++;
     return picture == nullptr || picture->frame == frame ? picture : StandInFor(picture);
 }
 
 // A helper without a handle leaves the work to the others.
-void FrameRun::Crew::Help(unsigned inWorker) {
+void FrameRun::Crew::Help() {
     std::unique_lock lock(mMutex, std::defer_lock);
     try {
         const Handle handle(mOpenHandle());
         if (handle == nullptr) return;
         lock.lock();
         for (;;) {
+            ++mIdle;
             mCanStart.wait(lock, [this] { return mIsStopping || mFailure != nullptr || mPlan.CanStart(); });
+            --mIdle;
             if (mIsStopping || mFailure != nullptr) return;
-            Decode(handle.get(), *mPlan.Start(inWorker), lock);
+            Decode(handle.get(), *mPlan.Start(), lock);
         }
     } catch (...) {
         if (!lock.owns_lock()) lock.lock();

@@ -32,8 +32,9 @@ struct FrameSpan {
 ///    of them, and the library uses for it what processors they leave.
 /// 3. Pictures are taken from the frame cache where it has them. It gets none: it would be flooded.
 ///
-/// The window is long enough for one thread to be busy with the next group of pictures while another one
-/// decodes a group in which each picture is predicted from the one before.
+/// The window is short, for pictures are read again soonest from the processors' caches. But where each picture
+/// is predicted from the one before, a thread that would be idle finds something to do only in the next group
+/// of pictures: then the window reaches as far as it must, within a bound, and shortens again afterwards.
 class FrameRun::Crew {
   public:
     /// A further handle of the source's file; null when there is none to be had.
@@ -56,18 +57,21 @@ class FrameRun::Crew {
 
   private:
     void StartHelpers(unsigned inCount);
-    void Help(unsigned inWorker);
+    void Help();
     void MoveWindow();
+    void LookFurther();
     SharedPicture TakeFirst(std::unique_lock<std::mutex>& ioLock);
     void Decode(Vexmora_Handle inHandle, PictureTask inTask, std::unique_lock<std::mutex>& ioLock);
 
     const FrameSource mSource;
     const FrameDecoder mDecoder;
     const OpenHandle mOpenHandle;
-    const std::uint32_t mWindowFrames;
+    const std::uint32_t mLeastWindow;  // frames
+    const std::uint32_t mMostWindow;
     const std::uint32_t mEnd;
-    std::uint32_t mNext;  // used by the thread that calls Next alone, as is the next member
+    std::uint32_t mNext;  // used by the thread that calls Next alone, as are the next two members
     std::uint32_t mWindowEnd;
+    std::uint32_t mWindowFrames;
 
     std::mutex mMutex;  // guards what follows
     std::condition_variable mCanStart;
@@ -75,6 +79,7 @@ class FrameRun::Crew {
     DecodePlan mPlan;
     std::deque<std::int32_t> mWindow;  // the record that each frame shows, or kNoRecord
     std::exception_ptr mFailure;
+    unsigned mIdle = 0;  // helpers that wait for something to start
     bool mIsStopping = false;
     std::vector<std::thread> mHelpers;
 };

@@ -83,38 +83,23 @@ TEST(DecodePlan, DecodesEachPictureOnceAfterItsReferencesAndHoldsFew) {
     }
 }
 
-// In coding order: 0 I, 3 P, 1 and 2 B, 6 P, 4 and 5 B; 7 I, 8 P.
-TEST(DecodePlan, KeepsWorkersToTheirGroupsAndNoneIdle) {
-    const std::vector<Node> stream = {
-        {{kNoRecord, kNoRecord}, 0}, {{0, 3}, 2}, {{0, 3}, 3},         {{0, kNoRecord}, 1},
-        {{3, 6}, 5},                 {{3, 6}, 6}, {{3, kNoRecord}, 4}, {{kNoRecord, kNoRecord}, 7},
-        {{7, kNoRecord}, 8}};
-    DecodePlan plan([&](std::int32_t inRecord) {
-        const Node& node = stream[static_cast<std::size_t>(inRecord)];
-        return DecodePlan::Known{.picture = inRecord == 0 ? std::make_shared<Picture>() : nullptr,
-                                 .references = {.records = node.references},
-                                 .place = {.offset = node.place, .record = inRecord}};
+// In coding order: 0 I, 3 P, 1 and 2 B, 6 P, 4 and 5 B, 9 P, 7 and 8 B.
+TEST(DecodePlan, StartsTheNextAnchorBesideTheBPicturesBeforeIt) {
+    DecodePlan plan([](std::int32_t inRecord) {
+        DecodePlan::Known known;
+        if (inRecord == 0) known.picture = std::make_shared<Picture>();
+        const bool isB = inRecord % 3 != 0;
+        known.references.records = {(inRecord - 1) / 3 * 3, isB ? (inRecord / 3 + 1) * 3 : kNoRecord};
+        known.place = {static_cast<std::uint64_t>(isB ? inRecord + 1 : inRecord - 2), isB, inRecord};
+        return known;
     });
     for (std::int32_t record = 0; record < 9; ++record) plan.Want(record);
-    const auto start = [&](unsigned inWorker) {
-        const auto task = plan.Start(inWorker);
-        return task ? task->record : kNoRecord;
-    };
-    const auto finish = [&](std::int32_t inRecord) { plan.Finish(inRecord, std::make_shared<Picture>()); };
-    EXPECT_EQ(start(1), 7) << "nobody has decoded 0, which was there";
-    EXPECT_EQ(start(2), 3);
-    EXPECT_EQ(start(1), kNoRecord);
-    finish(7);
-    finish(3);
-    EXPECT_EQ(start(2), 6) << "before 1 and 2, of which one reference is not its own";
-    EXPECT_EQ(start(1), 8);
-    finish(8);
-    EXPECT_EQ(start(1), 1);
-    finish(6);
-    EXPECT_EQ(start(2), 4);
-    EXPECT_EQ(start(1), 2) << "both references of 5 are the other one's";
-    EXPECT_EQ(start(1), 5);
-    EXPECT_EQ(start(2), kNoRecord);
+    std::vector<std::int32_t> order;
+    while (const auto task = plan.Start()) {
+        order.push_back(task->record);
+        plan.Finish(task->record, std::make_shared<Picture>());
+    }
+    EXPECT_EQ(order, (std::vector<std::int32_t>{3, 6, 1, 2, 9, 4, 5, 7, 8}));
 }
 
 }  // namespace
