@@ -28,13 +28,14 @@ struct FrameSpan {
 /// 1. A window of frames lies before the next one to be given. Every frame in it is wanted of the plan; it
 ///    moves with the calls of Next, and bounds the memory.
 /// 2. Each helper decodes, with a handle of its own, whatever the plan lets start. So does the thread that
-///    calls Next, with the source's handle, as long as its frame is not ready. Every picture is decoded by one
-///    of them, and the library uses for it what processors they leave.
+///    calls Next, with the source's handle, as long as its frame is not ready. Every picture is decoded by
+///    one of them, and the library uses for it what processors they leave.
 /// 3. Pictures are taken from the frame cache where it has them. It gets none: it would be flooded.
 ///
-/// The window is short, for pictures are read again soonest from the processors' caches. But where each picture
-/// is predicted from the one before, a thread that would be idle finds something to do only in the next group
-/// of pictures: then the window reaches as far as it must, within a bound, and shortens again afterwards.
+/// The window is short, for pictures are read again soonest from the processors' caches. But where each
+/// picture is predicted from the one before, a thread that would be idle finds something to do only in the
+/// next group of pictures: then the window reaches as far as it must, within a bound, and shortens again
+/// afterwards.
 class FrameRun::Crew {
   public:
     /// A further handle of the source's file; null when there is none to be had.

@@ -9,6 +9,7 @@
 
 #include "FrameCrew.h"
 #include "FrameDecoder.h"
+#include "PictureMatrices.h"
 #include "Posix.h"
 #include "VexmoraHost/IndexSession.h"
 #include "VexmoraHost/PathText.h"
@@ -186,7 +187,8 @@ SharedPicture Movie::Frame(std::uint32_t inFrame, Scale inScale) {
 FrameRun Movie::Run(std::uint32_t inFirst, std::uint32_t inCount, Scale inScale, unsigned inThreads) {
     if (inCount > 0) CheckFrame(inFirst);
     if (inCount > 0 && inCount > mInfo.frameCount - inFirst) CheckFrame(mInfo.frameCount);
-    const unsigned threads = inThreads > 0 ? inThreads : Posix::ProcessorCount();
+    unsigned threads = inThreads > 0 ? inThreads : Posix::ProcessorCount();
+    if (threads > 1 && inCount > 1 && !MayUseHandles(inFirst)) threads = 1;
     return {mPath, std::make_unique<FrameRun::Crew>(Source(), FrameSpan{inFirst, inCount}, inScale, threads,
                                                     [this] { return OpenAgain(); })};
 }
@@ -195,6 +197,15 @@ void Movie::CheckFrame(std::uint32_t inFrame) const {
     if (inFrame < mInfo.frameCount) return;
     throw Error(Vexmora_NoSuchFrame, mPath, "has no frame " + std::to_string(inFrame),
                 "it has " + std::to_string(mInfo.frameCount) + ", counted from 0");
+}
+
+// Whether pictures may be decoded with one handle or another.
+bool Movie::MayUseHandles(std::uint32_t inFirst) const {
+    try {
+        return !HasPictureMatrices(mPath, mRecords[mInfo.firstFrame + inFirst].offset);
+    } catch (const Error&) {
+        return false;  // no other handle could read it either
+    }
 }
 
 FrameSource Movie::Source() const {
@@ -211,8 +222,8 @@ FrameSource Movie::Source() const {
 // Another file may have taken the place of the one that this movie has open.
 Vexmora_Handle Movie::OpenAgain() const {
     Vexmora_Handle handle = nullptr;
-    const Vexmora_Status status = Vexmora_OpenFileWithIndex(ToInterfacePath(mPath), Services(mCacheId),
-                                                            mInfo.index, mRecords, &handle);
+    const Vexmora_Status status =
+        Vexmora_OpenFileWithIndex(ToInterfacePath(mPath), Services(mCacheId), mInfo.index, mRecords, &handle);
     Handle opened(handle);
     if (status != Vexmora_Ok) return nullptr;
     try {

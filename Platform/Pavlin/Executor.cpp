@@ -1,5 +1,5 @@
-// The pool: callers post jobs, and take part in their own; threads take the tasks of the oldest job, as long as
-// there is a processor for them besides those on which callers work.
+// The pool: callers post jobs, and take part in their own; threads take the tasks of the oldest job, as long
+// as there is a processor for them besides those on which callers work.
 #include "Pavlin/Executor.h"
 
 #include <pthread.h>
@@ -76,7 +76,7 @@ class AsyncExecutor::Pool {
     std::mutex mMutex;  // guards what follows and every Job
     std::condition_variable mWork;
     std::deque<Job*> mJobs;  // those that still have tasks to take, oldest first
-    int mRunning = 0;          // tasks, on callers and on threads
+    int mRunning = 0;        // tasks, on callers and on threads
     bool mStopping = false;
     std::vector<std::thread> mThreads;
 };

@@ -34,7 +34,8 @@ boost::shared_ptr<AsyncExecutor> CreateCPUBoundExecutor();
 /// Runs inTask(0) to inTask(inCount - 1), several at once, on the executor's threads and the calling one, and
 /// returns when all have ended; inTask is called from several threads at a time. If tasks throw, the others
 /// still run and the first exception is thrown on. Any number of threads may call at once, tasks included;
-/// each caller does its own tasks when no thread is free, also when none could be started.
+/// each caller does its own tasks when no thread is free, also when none could be started, or when callers
+/// keep all processors busy.
 void ExecuteCPUBoundTaskOnAllProcessors(AsyncExecutor& ioExecutor, const boost::function<void(int)>& inTask,
                                         int inCount);
 

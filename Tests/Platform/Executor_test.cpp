@@ -110,6 +110,32 @@ TEST(Executor, ABusyPoolDoesNotHoldOtherCallersUp) {
     blocked.get();
 }
 
+TEST(Executor, LeavesTheProcessorsToItsCallers) {
+    const auto executor = CreateCPUBoundExecutor();
+    std::promise<void> release;
+    const std::shared_future<void> released = release.get_future().share();
+    std::atomic<int> waiting{0};
+    const auto wait = [&](int) {
+        ++waiting;
+        released.wait();
+    };
+    std::vector<std::future<void>> callers;
+    for (int caller = 0; caller < executor->ProcessorCount(); ++caller) {
+        callers.push_back(
+            std::async(std::launch::async, [&] { ExecuteCPUBoundTaskOnAllProcessors(*executor, wait, 1); }));
+    }
+    while (waiting != executor->ProcessorCount()) std::this_thread::yield();
+    std::atomic<int> elsewhere{0};
+    const auto task = [&, own = std::this_thread::get_id()](int) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        if (std::this_thread::get_id() != own) ++elsewhere;
+    };
+    ExecuteCPUBoundTaskOnAllProcessors(*executor, task, 10);
+    EXPECT_EQ(0, elsewhere);
+    release.set_value();
+    for (auto& caller : callers) caller.get();
+}
+
 int ProcessorsOfThisThread() {
     cpu_set_t mask;
     return sched_getaffinity(0, sizeof mask, &mask) == 0 ? CPU_COUNT(&mask) : 0;

@@ -84,12 +84,14 @@ class Movie {
     SharedPicture Frame(std::uint32_t inFrame, Scale inScale = Scale::Full);
 
     /// The pictures of inCount frames in display order, from inFirst on, decoded on several processors some
-    /// frames ahead: at most 64 MiB of pictures, or four for each thread where that is more. They come from
-    /// the frame cache where it has them, but are not added to it.
+    /// frames ahead: four for each thread, and where each is predicted from the one before up to 32 or 64 MiB
+    /// of them. They come from the frame cache where it has them, but are not added to it. One thread decodes
+    /// a stream whose pictures bring quantiser matrices along (each picture on all processors, as Frame
+    /// does).
     /// @param inThreads that decode, the calling one among them; 0 for one on each processor that the calling
     ///                  thread may use.
-    /// The movie stays where it is and outlives the run. Throws Error with Vexmora_NoSuchFrame when one of the
-    /// frames does not exist, and std::bad_alloc.
+    /// The movie stays where it is and outlives the run. Throws Error with Vexmora_NoSuchFrame when one of
+    /// the frames does not exist, and std::bad_alloc.
     ///
     ///     FrameRun run = movie.Run(0, movie.Info().frameCount);
     ///     while (const SharedPicture picture = run.Next()) …
@@ -109,6 +111,7 @@ class Movie {
     Movie() = default;
 
     void CheckFrame(std::uint32_t inFrame) const;
+    bool MayUseHandles(std::uint32_t inFirst) const;
     FrameSource Source() const;
     Vexmora_Handle OpenAgain() const;
 
