@@ -22,7 +22,7 @@ constexpr std::uint8_t kErrorCr = 239;
 
 template <DecodeScale kScale>
 MacroblockBlocks<kScale>::MacroblockBlocks(const PictureContext& inPicture, BitReader& ioReader)
-    : mPicture(inPicture), mReader(ioReader) {
+    : mPicture(inPicture), mReader(ioReader), mFirstTarget(FirstTarget(inPicture)) {
     const DecodingTableSet& tables = inPicture.tables;
     const DecodingParameters& parameters = inPicture.parameters;
     const QuantiserMatrices& matrices = parameters.matrices;
@@ -88,6 +88,7 @@ template <DecodeScale kScale>
 DecodeStatus MacroblockBlocks<kScale>::AddResidual(std::uint32_t inPattern,
                                                    const MacroblockPosition& inPosition, bool inIsFieldDct,
                                                    const UnpredictedLines& inUnpredicted) {
+    if (inPattern == 0) return DecodeStatus::Ok;
     const Target target = TargetAt(inPosition);
     if (!inUnpredicted.Any()) [[likely]]
         return AddBlocks(inPattern, target, inIsFieldDct);
@@ -149,19 +150,27 @@ DecodeStatus MacroblockBlocks<kScale>::PaintError(const MacroblockPosition& inPo
 }
 
 template <DecodeScale kScale>
-auto MacroblockBlocks<kScale>::TargetAt(const MacroblockPosition& inPosition) const -> Target {
-    const YV12Frame& output = mPicture.output;
-    const Lines lines = LinesOf(mPicture.parameters.picture);
-    const auto at = [&](std::uint8_t* inPlane, std::ptrdiff_t inPitch, std::int32_t inBlocks) {
-        const std::ptrdiff_t step = lines == Lines::Frame ? inPitch : 2 * inPitch;
-        std::uint8_t* const firstLine = lines == Lines::BottomField ? inPlane + inPitch : inPlane;
-        return PixelBlock{firstLine + inPosition.row * inBlocks * kBlockHeight * step +
-                              inPosition.column * inBlocks * kBlockWidth,
-                          step};
+auto MacroblockBlocks<kScale>::FirstTarget(const PictureContext& inPicture) -> Target {
+    const YV12Frame& output = inPicture.output;
+    const Lines lines = LinesOf(inPicture.parameters.picture);
+    const auto linesOf = [lines](std::uint8_t* inPlane, std::ptrdiff_t inPitch) {
+        return PixelBlock{lines == Lines::BottomField ? inPlane + inPitch : inPlane,
+                          lines == Lines::Frame ? inPitch : 2 * inPitch};
     };
     const PlanePitches pitches = PitchesAt(kScale, output.pitch);
-    return {at(output.luma, pitches.luma, 2), at(output.cb, pitches.chroma, 1),
-            at(output.cr, pitches.chroma, 1)};
+    return {linesOf(output.luma, pitches.luma), linesOf(output.cb, pitches.chroma),
+            linesOf(output.cr, pitches.chroma)};
+}
+
+template <DecodeScale kScale>
+auto MacroblockBlocks<kScale>::TargetAt(const MacroblockPosition& inPosition) const -> Target {
+    Target target = mFirstTarget;
+    const std::ptrdiff_t line = inPosition.row * kBlockHeight;  // of chroma
+    const std::ptrdiff_t column = inPosition.column * kBlockWidth;
+    target.luma.samples += 2 * (line * target.luma.step + column);
+    target.cb.samples += line * target.cb.step + column;
+    target.cr.samples += line * target.cr.step + column;
+    return target;
 }
 
 template <DecodeScale kScale>

@@ -52,6 +52,7 @@ class MacroblockBlocks {
         std::ptrdiff_t lineStep;
     };
 
+    static Target FirstTarget(const PictureContext& inPicture);
     Target TargetAt(const MacroblockPosition& inPosition) const;
     static BlockPlace PlaceOf(std::size_t inLumaBlock, bool inIsFieldDct);
     DecodeStatus DecodeIntraBlock(const IntraBlockCoding& inCoding, std::int16_t& ioDcPredictor,
@@ -63,6 +64,7 @@ class MacroblockBlocks {
 
     const PictureContext& mPicture;
     BitReader& mReader;
+    const Target mFirstTarget;  // of the macroblock in the upper left corner
     IntraBlockCoding mIntraLuma;
     IntraBlockCoding mIntraChroma;
     NonIntraBlockCoding mNonIntraLuma;

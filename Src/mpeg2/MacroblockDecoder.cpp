@@ -25,12 +25,17 @@ MacroblockDecoder<kScale>::MacroblockDecoder(const PictureContext& inPicture, Bi
                                              const RowRange& inRows, std::uint32_t inQuantiserScaleCode)
     : mPicture(inPicture),
       mPictureType(inPicture.parameters.picture.pictureCodingType),
+      mTypeTable(TypeTable(inPicture.tables, mPictureType)),
+      mIsFrame(inPicture.IsFrame()),
+      mIsFlexibleFrame(mIsFrame && inPicture.parameters.picture.framePredFrameDct == 0),
+      mColumns(inPicture.MacroblockColumns()),
       mReader(ioReader),
       mBlocks(inPicture, ioReader),
       mMotionVectors(inPicture, ioReader),
       mMotionCompensation(inPicture),
-      mAddress(std::int64_t{inRows.first} * inPicture.MacroblockColumns() - 1),
-      mEndAddress(std::int64_t{inRows.end} * inPicture.MacroblockColumns()) {
+      mAddress(std::int64_t{inRows.first} * mColumns - 1),
+      mEndAddress(std::int64_t{inRows.end} * mColumns),
+      mPosition{mColumns, 0} {
     mBlocks.SetQuantiserScaleCode(inQuantiserScaleCode);
 }
 
@@ -62,7 +67,7 @@ void MacroblockDecoder<kScale>::PaintError() const {
 template <DecodeScale kScale>
 DecodeStatus MacroblockDecoder<kScale>::ReadAddressIncrement(std::int64_t& outIncrement) {
     const bool isPredictedFrame =
-        mPicture.IsFrame() && (mPictureType == kPictureTypeP || mPictureType == kPictureTypeB);
+        mIsFrame && (mPictureType == kPictureTypeP || mPictureType == kPictureTypeB);
     if (isPredictedFrame && mReader.ShowBits(kEscapeBits) == 0) return DecodeStatus::NoAddressIncrement;
     std::int64_t escapes = 0;
     while (mReader.ShowBits(kEscapeBits) == kEscapeCode) {
@@ -97,9 +102,13 @@ DecodeStatus MacroblockDecoder<kScale>::Advance(std::int64_t inIncrement) {
 
 template <DecodeScale kScale>
 void MacroblockDecoder<kScale>::MoveTo(std::int64_t inAddress) {
+    if (inAddress == mAddress + 1 && mPosition.column + 1 < mColumns) {
+        ++mPosition.column;
+    } else {
+        mPosition = {static_cast<std::int32_t>(inAddress % mColumns),
+                     static_cast<std::int32_t>(inAddress / mColumns)};
+    }
     mAddress = inAddress;
-    mPosition = {static_cast<std::int32_t>(inAddress % mPicture.MacroblockColumns()),
-                 static_cast<std::int32_t>(inAddress / mPicture.MacroblockColumns())};
     mKnowsPosition = true;
 }
 
@@ -125,18 +134,17 @@ DecodeStatus MacroblockDecoder<kScale>::ReconstructSkipped() {
 
 template <DecodeScale kScale>
 DecodeStatus MacroblockDecoder<kScale>::ReadModes(Modes& outModes, Prediction& outPrediction) {
-    if (!GetCode(TypeTable(mPicture.tables, mPictureType), outModes.type)) return DecodeStatus::Failed;
+    if (!GetCode(mTypeTable, outModes.type)) return DecodeStatus::Failed;
     const std::int32_t type = outModes.type;
     const bool isIntra = (type & kMacroblockIntra) != 0;
     outPrediction.directions = {(type & kMacroblockMotionForward) != 0,
                                 (type & kMacroblockMotionBackward) != 0};
     const bool hasMotion = outPrediction.directions[kForward] || outPrediction.directions[kBackward];
-    const bool isFlexibleFrame = mPicture.IsFrame() && mPicture.parameters.picture.framePredFrameDct == 0;
-    if (hasMotion && (isFlexibleFrame || !mPicture.IsFrame())) {
+    if (hasMotion && (mIsFlexibleFrame || !mIsFrame)) {
         const DecodeStatus status = ReadMotionType(outPrediction.type);
         if (status != DecodeStatus::Ok) return status;
     }
-    if (isFlexibleFrame && (isIntra || (type & kMacroblockPattern) != 0)) {
+    if (mIsFlexibleFrame && (isIntra || (type & kMacroblockPattern) != 0)) {
         outModes.isFieldDct = mReader.GetBits(1) != 0;
     }
     if ((type & kMacroblockQuant) != 0) {
@@ -153,7 +161,7 @@ DecodeStatus MacroblockDecoder<kScale>::ReadModes(Modes& outModes, Prediction& o
 template <DecodeScale kScale>
 DecodeStatus MacroblockDecoder<kScale>::ReadMotionType(MotionType& outType) {
     const std::uint32_t motion_type = mReader.GetBits(2);
-    const std::uint32_t wholeType = mPicture.IsFrame() ? 2 : 1;
+    const std::uint32_t wholeType = mIsFrame ? 2 : 1;
     if (motion_type == 0 || (motion_type == 3 && mPictureType != kPictureTypeP)) {
         return DecodeStatus::InvalidData;
     }

@@ -54,6 +54,10 @@ class MacroblockDecoder {
 
     const PictureContext& mPicture;
     const std::uint32_t mPictureType;
+    const VlcTable& mTypeTable;
+    const bool mIsFrame;
+    const bool mIsFlexibleFrame;  // a frame whose macroblocks may be coded by fields
+    const std::int32_t mColumns;
     BitReader& mReader;
     MacroblockBlocks<kScale> mBlocks;
     MotionVectorDecoder mMotionVectors;
@@ -64,7 +68,7 @@ class MacroblockDecoder {
     const std::int64_t mEndAddress;
     std::int64_t mLastIntraAddress = -2;
     bool mIsFirst = true;
-    MacroblockPosition mPosition;
+    MacroblockPosition mPosition;  // of mAddress; unknown until the first macroblock
     bool mKnowsPosition = false;
     std::array<bool, 2> mLastDirections{};  // of prediction, for skipped macroblocks of B pictures
 };

@@ -16,10 +16,6 @@ MotionVector ScaleVector(MotionVector inVector) {
     return inVector;
 }
 
-MotionVector ChromaVector(const MotionVector& inVector) {
-    return {static_cast<std::int16_t>(inVector.x / 2), static_cast<std::int16_t>(inVector.y / 2)};
-}
-
 }  // namespace
 
 template <DecodeScale kScale>
@@ -54,14 +50,14 @@ DecodeStatus MotionCompensation<kScale>::PredictFrameMacroblock(const Prediction
     outUnpredicted.areFields = true;
     for (const std::size_t field : {0U, 1U}) {
         const Lines lines = FieldLines(field == 1);
-        Part part{.lines = lines, .halfRow = inPosition.row, .isHalf = true};
+        Part part{.lines = lines, .halfRow = inPosition.row};
         if (inPrediction.type == MotionType::DualPrime) {
             part.Add(mForward, lines, inPrediction.vectors[0][kForward]);
             part.Add(mForward, OtherField(lines), inPrediction.dualPrimeVectors[field]);
         } else {
             AddFieldSources(inPrediction, field, part);
         }
-        const DecodeStatus status = PredictPart(part, inPosition, outUnpredicted.parts[field]);
+        const DecodeStatus status = PredictPart<true>(part, inPosition, outUnpredicted.parts[field]);
         if (status != DecodeStatus::Ok) return status;
     }
     return DecodeStatus::Ok;
@@ -83,10 +79,9 @@ DecodeStatus MotionCompensation<kScale>::PredictFieldMacroblock(const Prediction
         return PredictWhole(part, inPosition, outUnpredicted);
     }
     for (const std::size_t half : {0U, 1U}) {
-        Part part{
-            .lines = mLines, .halfRow = inPosition.row * 2 + static_cast<std::int32_t>(half), .isHalf = true};
+        Part part{.lines = mLines, .halfRow = inPosition.row * 2 + static_cast<std::int32_t>(half)};
         AddFieldSources(inPrediction, half, part);
-        const DecodeStatus status = PredictPart(part, inPosition, outUnpredicted.parts[half]);
+        const DecodeStatus status = PredictPart<true>(part, inPosition, outUnpredicted.parts[half]);
         if (status != DecodeStatus::Ok) return status;
     }
     return DecodeStatus::Ok;
@@ -114,19 +109,18 @@ auto MotionCompensation<kScale>::ForwardField(Lines inField) const -> const Fram
 
 template <DecodeScale kScale>
 DecodeStatus MotionCompensation<kScale>::CopySkipped(const MacroblockPosition& inPosition) const {
-    const Part part{.lines = mLines, .halfRow = inPosition.row * 2};
     const Planes& sources = mForward[static_cast<std::size_t>(mLines)];
     const Planes& targets = mOutput[static_cast<std::size_t>(mLines)];
     if (!HasPlanes(sources)) return DecodeStatus::Failed;
+    const Area luma = WholeLuma(inPosition);
     for (const Component component : {kLuma, kCb, kCr}) {
         const Plane& source = sources[component];
         const Plane& target = targets[component];
         if (source.samples == target.samples) continue;  // a picture that stands in for its own reference
-        const Area area = AreaOf(component, part, inPosition);
-        const std::ptrdiff_t offset = area.y * source.step + area.x;
-        const PrimitiveStatus status =
-            mPicture.primitives.copyBlock(source.samples + offset, source.step, target.samples + offset,
-                                          target.step, area.width, area.height);
+        const Area area = component == kLuma ? luma : ChromaOf(luma);
+        const BlockSize size = component == kLuma ? Traits::kWholeLuma : Traits::kWholeChroma;
+        const PrimitiveStatus status = mPicture.primitives.predictBlock[static_cast<std::size_t>(size)](
+            BlockAt(source, {area.x * 2, area.y * 2}), {}, PixelsAt(target, area));
         if (status != PrimitiveStatus::Ok) return DecodeStatus::Failed;
     }
     return DecodeStatus::Ok;
@@ -136,81 +130,108 @@ template <DecodeScale kScale>
 DecodeStatus MotionCompensation<kScale>::PredictWhole(const Part& inPart,
                                                       const MacroblockPosition& inPosition,
                                                       UnpredictedLines& outUnpredicted) const {
-    const DecodeStatus status = PredictPart(inPart, inPosition, outUnpredicted.parts[0]);
+    const DecodeStatus status = PredictPart<false>(inPart, inPosition, outUnpredicted.parts[0]);
     outUnpredicted.parts[1] = outUnpredicted.parts[0];
     return status;
 }
 
 template <DecodeScale kScale>
+template <bool kIsHalf>
 DecodeStatus MotionCompensation<kScale>::PredictPart(const Part& inPart, const MacroblockPosition& inPosition,
                                                      bool& outIsUnpredicted) const {
     outIsUnpredicted = true;
     if (inPart.sourceCount == 0) return DecodeStatus::Ok;
-    const Area lumaArea = AreaOf(kLuma, inPart, inPosition);
-    const Area chromaArea = AreaOf(kCb, inPart, inPosition);
-    std::array<Place, 2> luma;
-    std::array<Place, 2> chroma;  // of both chroma planes, which are alike
+    const Area luma{inPosition.column * 2 * Traits::kBlockWidth, inPart.halfRow * Traits::kBlockHeight,
+                    2 * Traits::kBlockWidth, (kIsHalf ? 1 : 2) * Traits::kBlockHeight};
+    std::array<References, 2> references;
     for (std::size_t i = 0; i < inPart.sourceCount; ++i) {
-        const Source& source = inPart.sources[i];
-        if (!HasPlanes(*source.planes)) return DecodeStatus::Failed;
-        const MotionVector vector = ScaleVector<kScale>(source.vector);
-        if (!Locate((*source.planes)[kLuma], source.isBottomField, lumaArea, vector, luma[i]) ||
-            !Locate((*source.planes)[kCb], source.isBottomField, chromaArea, ChromaVector(vector),
-                    chroma[i])) {
-            return DecodeStatus::Ok;
-        }
+        if (!HasPlanes(*inPart.sources[i].planes)) return DecodeStatus::Failed;
+        if (!Locate(inPart.sources[i], luma, references[i])) return DecodeStatus::Ok;
     }
     outIsUnpredicted = false;
+    const Planes& output = mOutput[static_cast<std::size_t>(inPart.lines)];
+    const PrimitiveTable& primitives = mPicture.primitives;
+    const auto write = [&](Component inComponent, const Area& inArea, BlockSize inSize) {
+        const auto size = static_cast<std::size_t>(inSize);
+        const PixelBlock pixels = PixelsAt(output[inComponent], inArea);
+        const ReferenceBlock& first = references[0][inComponent];
+        const PrimitiveStatus status =
+            inPart.sourceCount == 1
+                ? primitives.predictBlock[size](first, {}, pixels)
+                : primitives.predictBlockBidirectional[size](first, references[1][inComponent], {}, pixels);
+        return status == PrimitiveStatus::Ok;
+    };
+    constexpr BlockSize kLumaSize = kIsHalf ? Traits::kHalfLuma : Traits::kWholeLuma;
+    constexpr BlockSize kChromaSize = kIsHalf ? Traits::kHalfChroma : Traits::kWholeChroma;
+    const Area chroma = ChromaOf(luma);
     const bool isWritten =
-        WriteBlock(kLuma, inPart, lumaArea, luma, inPart.isHalf ? Traits::kHalfLuma : Traits::kWholeLuma) &&
-        WriteBlock(kCb, inPart, chromaArea, chroma,
-                   inPart.isHalf ? Traits::kHalfChroma : Traits::kWholeChroma) &&
-        WriteBlock(kCr, inPart, chromaArea, chroma,
-                   inPart.isHalf ? Traits::kHalfChroma : Traits::kWholeChroma);
+        write(kLuma, luma, kLumaSize) && write(kCb, chroma, kChromaSize) && write(kCr, chroma, kChromaSize);
     return isWritten ? DecodeStatus::Ok : DecodeStatus::Failed;
 }
 
-// Finds what the block at inArea is predicted from. False if it would begin before its plane.
+// Finds what the luma block at inLuma and the chroma blocks there are predicted from. False if one of them
+// would begin before its plane.
 template <DecodeScale kScale>
-bool MotionCompensation<kScale>::Locate(const Plane& inPlane, bool inIsBottomField, const Area& inArea,
-                                        const MotionVector& inVector, Place& outPlace) {
-    const std::ptrdiff_t firstLine = inIsBottomField ? inPlane.step / 2 : 0;
-    const std::ptrdiff_t offset =
-        firstLine + (inArea.y + (inVector.y >> 1)) * inPlane.step + inArea.x + (inVector.x >> 1);
-    if (offset < 0) return false;
+bool MotionCompensation<kScale>::Locate(const Source& inSource, const Area& inLuma,
+                                        References& outReferences) {
+    const Planes& planes = *inSource.planes;
+    const MotionVector vector = ScaleVector<kScale>(inSource.vector);
+    HalfSamplePoint luma{inLuma.x * 2 + vector.x, inLuma.y * 2 + vector.y};
+    HalfSamplePoint chroma{inLuma.x + vector.x / 2, inLuma.y + vector.y / 2};
+    // A vector that stays inside in luma does so in chroma, where all is half as large.
+    if (!Contains(planes[kLuma], inLuma, luma)) [[unlikely]] {
+        if (!MoveInside(planes[kLuma], inSource.isBottomField, inLuma, luma) ||
+            !MoveInside(planes[kCb], inSource.isBottomField, ChromaOf(inLuma), chroma)) {
+            return false;
+        }
+    }
+    outReferences = {BlockAt(planes[kLuma], luma), BlockAt(planes[kCb], chroma),
+                     BlockAt(planes[kCr], chroma)};
+    return true;
+}
 
-    // In half samples. At the last position no half sample is left, so that nothing behind it is read.
-    const std::int32_t x = std::clamp(inArea.x * 2 + inVector.x, 0, (inPlane.width - inArea.width) * 2);
-    const std::int32_t y = std::clamp(inArea.y * 2 + inVector.y, 0, (inPlane.height - inArea.height) * 2);
-    outPlace = {(y >> 1) * inPlane.step + (x >> 1), static_cast<HalfSampleType>((x & 1) * 8 + (y & 1) * 4)};
+// Whether a block as large as inArea that begins at inPoint reads nothing outside.
+template <DecodeScale kScale>
+bool MotionCompensation<kScale>::Contains(const Plane& inPlane, const Area& inArea,
+                                          const HalfSamplePoint& inPoint) {
+    const std::int32_t lastX = (inPlane.width - inArea.width) * 2;
+    const std::int32_t lastY = (inPlane.height - inArea.height) * 2;
+    return inPoint.x >= 0 && inPoint.x <= lastX && inPoint.y >= 0 && inPoint.y <= lastY;
+}
+
+// False if the block would begin before its plane. At the last position no half sample is left, so that
+// nothing behind it is read.
+template <DecodeScale kScale>
+bool MotionCompensation<kScale>::MoveInside(const Plane& inPlane, bool inIsBottomField, const Area& inArea,
+                                            HalfSamplePoint& ioPoint) {
+    const std::ptrdiff_t firstLine = inIsBottomField ? inPlane.step / 2 : 0;
+    if (firstLine + (ioPoint.y >> 1) * inPlane.step + (ioPoint.x >> 1) < 0) return false;
+    ioPoint.x = std::clamp(ioPoint.x, 0, (inPlane.width - inArea.width) * 2);
+    ioPoint.y = std::clamp(ioPoint.y, 0, (inPlane.height - inArea.height) * 2);
     return true;
 }
 
 template <DecodeScale kScale>
-bool MotionCompensation<kScale>::WriteBlock(Component inComponent, const Part& inPart, const Area& inArea,
-                                            const std::array<Place, 2>& inPlaces, BlockSize inSize) const {
-    const Plane& plane = mOutput[static_cast<std::size_t>(inPart.lines)][inComponent];
-    const PixelBlock pixels{plane.samples + inArea.y * plane.step + inArea.x, plane.step};
-    const auto reference = [&](std::size_t inSource) {
-        const Plane& from = (*inPart.sources[inSource].planes)[inComponent];
-        return ReferenceBlock{from.samples + inPlaces[inSource].offset, from.step, inPlaces[inSource].type};
-    };
-    const auto size = static_cast<std::size_t>(inSize);
-    const PrimitiveStatus status =
-        inPart.sourceCount == 1
-            ? mPicture.primitives.predictBlock[size](reference(0), {}, pixels)
-            : mPicture.primitives.predictBlockBidirectional[size](reference(0), reference(1), {}, pixels);
-    return status == PrimitiveStatus::Ok;
+ReferenceBlock MotionCompensation<kScale>::BlockAt(const Plane& inPlane, const HalfSamplePoint& inPoint) {
+    return {inPlane.samples + (inPoint.y >> 1) * inPlane.step + (inPoint.x >> 1), inPlane.step,
+            static_cast<HalfSampleType>((inPoint.x & 1) * 8 + (inPoint.y & 1) * 4)};
 }
 
 template <DecodeScale kScale>
-auto MotionCompensation<kScale>::AreaOf(Component inComponent, const Part& inPart,
-                                        const MacroblockPosition& inPosition) -> Area {
-    const std::int32_t blocks = inComponent == kLuma ? 2 : 1;
-    const std::int32_t width = blocks * Traits::kBlockWidth;
-    const std::int32_t halfHeight = blocks * Traits::kBlockHeight / 2;
-    return {inPosition.column * width, inPart.halfRow * halfHeight, width,
-            inPart.isHalf ? halfHeight : halfHeight * 2};
+PixelBlock MotionCompensation<kScale>::PixelsAt(const Plane& inPlane, const Area& inArea) {
+    return {inPlane.samples + inArea.y * inPlane.step + inArea.x, inPlane.step};
+}
+
+template <DecodeScale kScale>
+auto MotionCompensation<kScale>::WholeLuma(const MacroblockPosition& inPosition) -> Area {
+    constexpr std::int32_t kWidth = 2 * Traits::kBlockWidth;
+    constexpr std::int32_t kHeight = 2 * Traits::kBlockHeight;
+    return {inPosition.column * kWidth, inPosition.row * kHeight, kWidth, kHeight};
+}
+
+template <DecodeScale kScale>
+auto MotionCompensation<kScale>::ChromaOf(const Area& inLuma) -> Area {
+    return {inLuma.x / 2, inLuma.y / 2, inLuma.width / 2, inLuma.height / 2};
 }
 
 template <DecodeScale kScale>

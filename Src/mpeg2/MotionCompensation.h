@@ -63,7 +63,6 @@ class MotionCompensation {
         Lines lines = Lines::Frame;
         // First line, counted in those lines, in halves of a macroblock.
         std::int32_t halfRow = 0;
-        bool isHalf = false;
         std::array<Source, 2> sources{};
         std::size_t sourceCount = 0;
 
@@ -79,11 +78,13 @@ class MotionCompensation {
         std::int32_t width;
         std::int32_t height;
     };
-    // Where in its plane a reference block begins.
-    struct Place {
-        std::ptrdiff_t offset;
-        HalfSampleType type;
+    // A place in a plane, in half samples.
+    struct HalfSamplePoint {
+        std::int32_t x;
+        std::int32_t y;
     };
+    // What a part is predicted from in one reference, indexed by Component.
+    using References = std::array<ReferenceBlock, kComponents>;
 
     DecodeStatus PredictFrameMacroblock(const Prediction& inPrediction, const MacroblockPosition& inPosition,
                                         UnpredictedLines& outUnpredicted) const;
@@ -94,13 +95,17 @@ class MotionCompensation {
 
     DecodeStatus PredictWhole(const Part& inPart, const MacroblockPosition& inPosition,
                               UnpredictedLines& outUnpredicted) const;
+    template <bool kIsHalf>
     DecodeStatus PredictPart(const Part& inPart, const MacroblockPosition& inPosition,
                              bool& outIsUnpredicted) const;
-    static bool Locate(const Plane& inPlane, bool inIsBottomField, const Area& inArea,
-                       const MotionVector& inVector, Place& outPlace);
-    bool WriteBlock(Component inComponent, const Part& inPart, const Area& inArea,
-                    const std::array<Place, 2>& inPlaces, BlockSize inSize) const;
-    static Area AreaOf(Component inComponent, const Part& inPart, const MacroblockPosition& inPosition);
+    static bool Locate(const Source& inSource, const Area& inLuma, References& outReferences);
+    static bool Contains(const Plane& inPlane, const Area& inArea, const HalfSamplePoint& inPoint);
+    static bool MoveInside(const Plane& inPlane, bool inIsBottomField, const Area& inArea,
+                           HalfSamplePoint& ioPoint);
+    static ReferenceBlock BlockAt(const Plane& inPlane, const HalfSamplePoint& inPoint);
+    static PixelBlock PixelsAt(const Plane& inPlane, const Area& inArea);
+    static Area WholeLuma(const MacroblockPosition& inPosition);
+    static Area ChromaOf(const Area& inLuma);
     FramePlanesByLines PlanesOf(const YV12Frame& inFrame) const;
     static bool HasPlanes(const Planes& inPlanes);
 

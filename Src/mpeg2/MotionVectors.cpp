@@ -33,13 +33,13 @@ void MotionVectorDecoder::ResetForwardPredictors() {
 DecodeStatus MotionVectorDecoder::DecodeVector(Prediction& ioPrediction, std::size_t inVector,
                                                Direction inDirection) {
     // Predictors count lines of the picture; vectors of a frame's fields count lines of the field.
-    const bool isFieldOfFrame = mPicture.IsFrame() && ioPrediction.type != MotionType::Whole;
+    const bool isFieldOfFrame = mIsFrame && ioPrediction.type != MotionType::Whole;
     const bool isDualPrime = ioPrediction.type == MotionType::DualPrime;
-    if (!isDualPrime && (isFieldOfFrame || !mPicture.IsFrame())) {
+    if (!isDualPrime && (isFieldOfFrame || !mIsFrame)) {
         ioPrediction.fromBottomField[inVector][inDirection] = mReader.GetBits(1) != 0;
     }
     auto& predictor = mPredictors[inVector][inDirection];
-    const auto& fCode = mPicture.parameters.picture.fCode[inDirection];
+    const auto& fCode = mFCode[inDirection];
     MotionVector& vector = ioPrediction.vectors[inVector][inDirection];
 
     DecodeStatus status = DecodeComponent(fCode[0], predictor[0], vector.x);
@@ -58,14 +58,19 @@ DecodeStatus MotionVectorDecoder::DecodeVector(Prediction& ioPrediction, std::si
 DecodeStatus MotionVectorDecoder::DecodeComponent(std::uint32_t inFCode, std::int32_t inPredictor,
                                                   std::int16_t& outComponent) {
     if (inFCode == 0) return DecodeStatus::InvalidData;  // no header gave one
-    std::int32_t motion_code = 0;
-    if (!mReader.GetCode(mPicture.tables.motionCode, motion_code)) {
-        return DecodeStatus::Failed;
-    }
+    BitWindow& bits = mReader.Bits();
+    const VlcEntry code = FindVlcEntry(bits, mMotionCodeTable);
+    const auto length = static_cast<unsigned>(code.length);
+    if (length == 0 || !HoldsBits(bits, length)) return DecodeStatus::Failed;
     const std::uint32_t r_size = inFCode - 1;
-    std::int32_t delta = motion_code;
-    if (r_size != 0 && motion_code != 0) {
-        const auto motion_residual = static_cast<std::int32_t>(mReader.GetBits(r_size));
+    const std::int32_t motion_code = code.value;
+    std::int32_t delta = 0;
+    if (motion_code == 0) {
+        bits.Skip(length);
+    } else {
+        // motion_residual, at most 14 bits, follows a code of at most 11: it is valid already.
+        const auto motion_residual = static_cast<std::int32_t>((bits.bits << length >> 1) >> (63 - r_size));
+        bits.Skip(length + r_size);
         delta = ((std::abs(motion_code) - 1) << r_size) + motion_residual + 1;
         if (motion_code < 0) delta = -delta;
     }
@@ -93,7 +98,7 @@ void MotionVectorDecoder::DeriveDualPrimeVectors(Prediction& ioPrediction, std::
                             static_cast<std::int16_t>(half(vector.y) + inDifferenceY + inCorrection)};
     };
     const PictureHeader& picture = mPicture.parameters.picture;
-    if (!mPicture.IsFrame()) {
+    if (!mIsFrame) {
         ioPrediction.dualPrimeVectors[0] = derive(1, picture.pictureStructure == kTopField ? -1 : 1);
         return;
     }

@@ -44,7 +44,11 @@ struct Prediction {
 class MotionVectorDecoder {
   public:
     MotionVectorDecoder(const PictureContext& inPicture, BitReader& ioReader)
-        : mPicture(inPicture), mReader(ioReader) {}
+        : mPicture(inPicture),
+          mMotionCodeTable(inPicture.tables.motionCode),
+          mFCode(inPicture.parameters.picture.fCode),
+          mIsFrame(inPicture.IsFrame()),
+          mReader(ioReader) {}
 
     /// Reads the vectors of all directions that ioPrediction has.
     DecodeStatus Decode(Prediction& ioPrediction);
@@ -69,6 +73,9 @@ class MotionVectorDecoder {
                                 std::int32_t inDifferenceY) const;
 
     const PictureContext& mPicture;
+    const VlcTable& mMotionCodeTable;
+    const std::array<std::array<std::uint32_t, 2>, 2> mFCode;
+    const bool mIsFrame;
     BitReader& mReader;
     Predictors mPredictors{};
 };
