@@ -132,42 +132,47 @@ DecodeStatus MacroblockDecoder<kScale>::ReconstructSkipped() {
     return mMotionCompensation.Predict(prediction, mPosition, unpredicted);
 }
 
+// What follows macroblock_type has at most 8 bits, so that one look at the window sees everything.
 template <DecodeScale kScale>
 DecodeStatus MacroblockDecoder<kScale>::ReadModes(Modes& outModes, Prediction& outPrediction) {
-    if (!GetCode(mTypeTable, outModes.type)) return DecodeStatus::Failed;
-    const std::int32_t type = outModes.type;
+    BitWindow& bits = mReader.Bits();
+    const VlcEntry code = FindVlcEntry(bits, mTypeTable);
+    auto length = static_cast<unsigned>(code.length);
+    if (length == 0 || !HoldsBits(bits, length)) return DecodeStatus::Failed;
+    const auto read = [&length, window = bits.bits](unsigned inCount) {
+        const auto value = static_cast<std::uint32_t>(window << length >> (BitWindow::kWindowBits - inCount));
+        length += inCount;
+        return value;
+    };
+    const std::int32_t type = outModes.type = code.value;
     const bool isIntra = (type & kMacroblockIntra) != 0;
     outPrediction.directions = {(type & kMacroblockMotionForward) != 0,
                                 (type & kMacroblockMotionBackward) != 0};
-    const bool hasMotion = outPrediction.directions[kForward] || outPrediction.directions[kBackward];
+    const bool hasMotion = (type & (kMacroblockMotionForward | kMacroblockMotionBackward)) != 0;
     if (hasMotion && (mIsFlexibleFrame || !mIsFrame)) {
-        const DecodeStatus status = ReadMotionType(outPrediction.type);
+        const DecodeStatus status = InterpretMotionType(read(2), outPrediction.type);
         if (status != DecodeStatus::Ok) return status;
     }
-    if (mIsFlexibleFrame && (isIntra || (type & kMacroblockPattern) != 0)) {
-        outModes.isFieldDct = mReader.GetBits(1) != 0;
-    }
+    if (mIsFlexibleFrame && (isIntra || (type & kMacroblockPattern) != 0)) outModes.isFieldDct = read(1) != 0;
     if ((type & kMacroblockQuant) != 0) {
-        const std::uint32_t quantiser_scale_code = mReader.GetBits(5);
+        const std::uint32_t quantiser_scale_code = read(5);
         if (quantiser_scale_code == 0 && isIntra && mPictureType != kPictureTypeI) {
             return DecodeStatus::InvalidData;
         }
         mBlocks.SetQuantiserScaleCode(quantiser_scale_code);
     }
+    bits.Skip(length);
     return DecodeStatus::Ok;
 }
 
 // frame_motion_type or field_motion_type. Dual prime takes a reference in the past alone.
 template <DecodeScale kScale>
-DecodeStatus MacroblockDecoder<kScale>::ReadMotionType(MotionType& outType) {
-    const std::uint32_t motion_type = mReader.GetBits(2);
-    const std::uint32_t wholeType = mIsFrame ? 2 : 1;
-    if (motion_type == 0 || (motion_type == 3 && mPictureType != kPictureTypeP)) {
-        return DecodeStatus::InvalidData;
-    }
-    outType = motion_type == 3           ? MotionType::DualPrime
-              : motion_type == wholeType ? MotionType::Whole
-                                         : MotionType::Halves;
+DecodeStatus MacroblockDecoder<kScale>::InterpretMotionType(std::uint32_t inCode, MotionType& outType) const {
+    if (inCode == 0 || (inCode == 3 && mPictureType != kPictureTypeP)) return DecodeStatus::InvalidData;
+    const std::uint32_t wholeCode = mIsFrame ? 2 : 1;
+    outType = inCode == 3           ? MotionType::DualPrime
+              : inCode == wholeCode ? MotionType::Whole
+                                    : MotionType::Halves;
     return DecodeStatus::Ok;
 }
 

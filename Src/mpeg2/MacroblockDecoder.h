@@ -44,7 +44,7 @@ class MacroblockDecoder {
     DecodeStatus Advance(std::int64_t inIncrement);
     DecodeStatus ReconstructSkipped();
     DecodeStatus ReadModes(Modes& outModes, Prediction& outPrediction);
-    DecodeStatus ReadMotionType(MotionType& outType);
+    DecodeStatus InterpretMotionType(std::uint32_t inCode, MotionType& outType) const;
     DecodeStatus DecodeIntra(const Modes& inModes);
     DecodeStatus DecodeNonIntra(const Modes& inModes, Prediction& ioPrediction);
     bool GetCode(const VlcTable& inTable, std::int32_t& outValue) {

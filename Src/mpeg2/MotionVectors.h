@@ -66,9 +66,11 @@ class MotionVectorDecoder {
     // [first or second vector][direction][horizontal, vertical]
     using Predictors = std::array<std::array<std::array<std::int16_t, 2>, 2>, 2>;
 
-    DecodeStatus DecodeVector(Prediction& ioPrediction, std::size_t inVector, Direction inDirection);
-    DecodeStatus DecodeComponent(std::uint32_t inFCode, std::int32_t inPredictor, std::int16_t& outComponent);
-    std::int32_t ReadDualPrimeDifference();
+    DecodeStatus DecodeVectors(BitWindow& ioBits, Prediction& ioPrediction);
+    DecodeStatus DecodeVector(BitWindow& ioBits, Prediction& ioPrediction, std::size_t inVector,
+                              Direction inDirection);
+    DecodeStatus DecodeComponent(BitWindow& ioBits, std::uint32_t inFCode, std::int32_t inPredictor,
+                                 std::int16_t& outComponent);
     void DeriveDualPrimeVectors(Prediction& ioPrediction, std::int32_t inDifferenceX,
                                 std::int32_t inDifferenceY) const;
 
