@@ -16,15 +16,35 @@ MotionVector ScaleVector(MotionVector inVector) {
     return inVector;
 }
 
+ReferenceBlock BlockAt(const std::uint8_t* inPlane, std::ptrdiff_t inStep, std::int32_t inHalfX,
+                       std::int32_t inHalfY) {
+    return {inPlane + (inHalfY >> 1) * inStep + (inHalfX >> 1), inStep,
+            static_cast<HalfSampleType>((inHalfX & 1) * 8 + (inHalfY & 1) * 4)};
+}
+
+constexpr std::int32_t kCacheLine = 64;
+
+// Rows of macroblocks touch more lines of memory than processors foresee, so what the macroblocks to the
+// right are going to take is fetched early: every block of kWidth x kHeight samples does so for its share of
+// the rows, and together those above one line of the cache do it for all.
+template <std::int32_t kWidth, std::int32_t kHeight>
+void FetchAhead(const std::uint8_t* inBlock, std::ptrdiff_t inStep, std::int32_t inColumn) {
+    constexpr std::int32_t kBlocks = kCacheLine / kWidth;
+    constexpr std::int32_t kShare = std::max(kHeight / kBlocks, 1);
+    constexpr std::int32_t kTurns = kHeight / kShare;
+    const std::uint8_t* row = inBlock + kCacheLine + inColumn % kTurns * kShare * inStep;
+    for (std::int32_t i = 0; i < kShare; ++i, row += inStep) __builtin_prefetch(row);
+}
+
 }  // namespace
 
 template <DecodeScale kScale>
 MotionCompensation<kScale>::MotionCompensation(const PictureContext& inPicture)
     : mPicture(inPicture),
       mLines(LinesOf(inPicture.parameters.picture)),
-      mForward(PlanesOf(inPicture.forward)),
-      mBackward(PlanesOf(inPicture.backward)),
-      mOutput(PlanesOf(inPicture.output)) {}
+      mForward(SurfacesOf(inPicture.forward)),
+      mBackward(SurfacesOf(inPicture.backward)),
+      mOutput(SurfacesOf(inPicture.output)) {}
 
 template <DecodeScale kScale>
 DecodeStatus MotionCompensation<kScale>::Predict(const Prediction& inPrediction,
@@ -38,26 +58,32 @@ template <DecodeScale kScale>
 DecodeStatus MotionCompensation<kScale>::PredictFrameMacroblock(const Prediction& inPrediction,
                                                                 const MacroblockPosition& inPosition,
                                                                 UnpredictedLines& outUnpredicted) const {
+    const Place place{inPosition.column * kWidth, inPosition.row * kHeight};
     if (inPrediction.type == MotionType::Whole) {
-        Part part{.halfRow = inPosition.row * 2};
-        for (const Direction direction : {kForward, kBackward}) {
-            if (!inPrediction.directions[direction]) continue;
-            part.Add(direction == kForward ? mForward : mBackward, Lines::Frame,
-                     inPrediction.vectors[0][direction]);
+        Sources sources;
+        constexpr auto kFrame = static_cast<std::size_t>(Lines::Frame);
+        if (inPrediction.directions[kForward]) {
+            sources.Add(mForward[kFrame], inPrediction.vectors[0][kForward]);
         }
-        return PredictWhole(part, inPosition, outUnpredicted);
+        if (inPrediction.directions[kBackward]) {
+            sources.Add(mBackward[kFrame], inPrediction.vectors[0][kBackward]);
+        }
+        return PredictWhole(mOutput[kFrame], place, sources, outUnpredicted);
     }
     outUnpredicted.areFields = true;
     for (const std::size_t field : {0U, 1U}) {
         const Lines lines = FieldLines(field == 1);
-        Part part{.lines = lines, .halfRow = inPosition.row};
+        Sources sources;
         if (inPrediction.type == MotionType::DualPrime) {
-            part.Add(mForward, lines, inPrediction.vectors[0][kForward]);
-            part.Add(mForward, OtherField(lines), inPrediction.dualPrimeVectors[field]);
+            sources.Add(mForward[static_cast<std::size_t>(lines)], inPrediction.vectors[0][kForward]);
+            sources.Add(mForward[static_cast<std::size_t>(OtherField(lines))],
+                        inPrediction.dualPrimeVectors[field]);
         } else {
-            AddFieldSources(inPrediction, field, part);
+            sources = FieldSources(inPrediction, field);
         }
-        const DecodeStatus status = PredictPart<true>(part, inPosition, outUnpredicted.parts[field]);
+        const DecodeStatus status =
+            PredictPart<true>(mOutput[static_cast<std::size_t>(lines)], {place.x, place.y / 2}, sources,
+                              outUnpredicted.parts[field]);
         if (status != DecodeStatus::Ok) return status;
     }
     return DecodeStatus::Ok;
@@ -67,198 +93,170 @@ template <DecodeScale kScale>
 DecodeStatus MotionCompensation<kScale>::PredictFieldMacroblock(const Prediction& inPrediction,
                                                                 const MacroblockPosition& inPosition,
                                                                 UnpredictedLines& outUnpredicted) const {
+    const Surface& target = mOutput[static_cast<std::size_t>(mLines)];
+    const Place place{inPosition.column * kWidth, inPosition.row * kHeight};
     if (inPrediction.type != MotionType::Halves) {
-        Part part{.lines = mLines, .halfRow = inPosition.row * 2};
+        Sources sources;
         if (inPrediction.type == MotionType::DualPrime) {
             const Lines other = OtherField(mLines);
-            part.Add(mForward, mLines, inPrediction.vectors[0][kForward]);
-            part.Add(ForwardField(other), other, inPrediction.dualPrimeVectors[0]);
+            sources.Add(mForward[static_cast<std::size_t>(mLines)], inPrediction.vectors[0][kForward]);
+            sources.Add(ForwardField(other)[static_cast<std::size_t>(other)],
+                        inPrediction.dualPrimeVectors[0]);
         } else {
-            AddFieldSources(inPrediction, 0, part);
+            sources = FieldSources(inPrediction, 0);
         }
-        return PredictWhole(part, inPosition, outUnpredicted);
+        return PredictWhole(target, place, sources, outUnpredicted);
     }
     for (const std::size_t half : {0U, 1U}) {
-        Part part{.lines = mLines, .halfRow = inPosition.row * 2 + static_cast<std::int32_t>(half)};
-        AddFieldSources(inPrediction, half, part);
-        const DecodeStatus status = PredictPart<true>(part, inPosition, outUnpredicted.parts[half]);
+        const DecodeStatus status = PredictPart<true>(
+            target, {place.x, place.y + static_cast<std::int32_t>(half) * kHeight / 2},
+            FieldSources(inPrediction, half), outUnpredicted.parts[half]);
         if (status != DecodeStatus::Ok) return status;
     }
     return DecodeStatus::Ok;
 }
 
 template <DecodeScale kScale>
-void MotionCompensation<kScale>::AddFieldSources(const Prediction& inPrediction, std::size_t inVector,
-                                                 Part& ioPart) const {
+auto MotionCompensation<kScale>::FieldSources(const Prediction& inPrediction, std::size_t inVector) const
+    -> Sources {
+    Sources sources;
     for (const Direction direction : {kForward, kBackward}) {
         if (!inPrediction.directions[direction]) continue;
         const Lines field = FieldLines(inPrediction.fromBottomField[inVector][direction]);
-        ioPart.Add(direction == kForward ? ForwardField(field) : mBackward, field,
-                   inPrediction.vectors[inVector][direction]);
+        const SurfacesByLines& frame = direction == kForward ? ForwardField(field) : mBackward;
+        sources.Add(frame[static_cast<std::size_t>(field)], inPrediction.vectors[inVector][direction]);
     }
+    return sources;
 }
 
 // The second field of a P frame is predicted from the first one, too, which is already in the output.
 template <DecodeScale kScale>
-auto MotionCompensation<kScale>::ForwardField(Lines inField) const -> const FramePlanesByLines& {
-    const bool isFirstFieldOfFrame = mPicture.parameters.secondField && mLines != Lines::Frame &&
-                                     inField != mLines &&
+auto MotionCompensation<kScale>::ForwardField(Lines inField) const -> const SurfacesByLines& {
+    const bool isFirstFieldOfFrame = mLines != Lines::Frame && inField != mLines &&
+                                     mPicture.parameters.secondField &&
                                      mPicture.parameters.picture.pictureCodingType == kPictureTypeP;
     return isFirstFieldOfFrame ? mOutput : mForward;
 }
 
 template <DecodeScale kScale>
 DecodeStatus MotionCompensation<kScale>::CopySkipped(const MacroblockPosition& inPosition) const {
-    const Planes& sources = mForward[static_cast<std::size_t>(mLines)];
-    const Planes& targets = mOutput[static_cast<std::size_t>(mLines)];
-    if (!HasPlanes(sources)) return DecodeStatus::Failed;
-    const Area luma = WholeLuma(inPosition);
-    for (const Component component : {kLuma, kCb, kCr}) {
-        const Plane& source = sources[component];
-        const Plane& target = targets[component];
-        if (source.samples == target.samples) continue;  // a picture that stands in for its own reference
-        const Area area = component == kLuma ? luma : ChromaOf(luma);
-        const BlockSize size = component == kLuma ? Traits::kWholeLuma : Traits::kWholeChroma;
-        const PrimitiveStatus status = mPicture.primitives.predictBlock[static_cast<std::size_t>(size)](
-            BlockAt(source, {area.x * 2, area.y * 2}), {}, PixelsAt(target, area));
-        if (status != PrimitiveStatus::Ok) return DecodeStatus::Failed;
-    }
-    return DecodeStatus::Ok;
+    const Surface& source = mForward[static_cast<std::size_t>(mLines)];
+    const Surface& target = mOutput[static_cast<std::size_t>(mLines)];
+    if (!HasPlanes(source)) return DecodeStatus::Failed;
+    if (source.samples == target.samples) return DecodeStatus::Ok;  // its own reference stands in
+    Sources sources;
+    sources.Add(source, {});
+    bool isUnpredicted = false;
+    return PredictPart<false>(target, {inPosition.column * kWidth, inPosition.row * kHeight}, sources,
+                              isUnpredicted);
 }
 
 template <DecodeScale kScale>
-DecodeStatus MotionCompensation<kScale>::PredictWhole(const Part& inPart,
-                                                      const MacroblockPosition& inPosition,
+DecodeStatus MotionCompensation<kScale>::PredictWhole(const Surface& inTarget, const Place& inPlace,
+                                                      const Sources& inSources,
                                                       UnpredictedLines& outUnpredicted) const {
-    const DecodeStatus status = PredictPart<false>(inPart, inPosition, outUnpredicted.parts[0]);
+    const DecodeStatus status = PredictPart<false>(inTarget, inPlace, inSources, outUnpredicted.parts[0]);
     outUnpredicted.parts[1] = outUnpredicted.parts[0];
     return status;
 }
 
 template <DecodeScale kScale>
 template <bool kIsHalf>
-DecodeStatus MotionCompensation<kScale>::PredictPart(const Part& inPart, const MacroblockPosition& inPosition,
-                                                     bool& outIsUnpredicted) const {
+DecodeStatus MotionCompensation<kScale>::PredictPart(const Surface& inTarget, const Place& inPlace,
+                                                     const Sources& inSources, bool& outIsUnpredicted) const {
+    constexpr std::int32_t kPartHeight = kIsHalf ? kHeight / 2 : kHeight;
     outIsUnpredicted = true;
-    if (inPart.sourceCount == 0) return DecodeStatus::Ok;
-    const Area luma{inPosition.column * 2 * Traits::kBlockWidth, inPart.halfRow * Traits::kBlockHeight,
-                    2 * Traits::kBlockWidth, (kIsHalf ? 1 : 2) * Traits::kBlockHeight};
+    if (inSources.count == 0) return DecodeStatus::Ok;
+    const std::int32_t column = inPlace.x / kWidth;
     std::array<References, 2> references;
-    for (std::size_t i = 0; i < inPart.sourceCount; ++i) {
-        if (!HasPlanes(*inPart.sources[i].planes)) return DecodeStatus::Failed;
-        if (!Locate(inPart.sources[i], luma, references[i])) return DecodeStatus::Ok;
+    for (std::size_t i = 0; i < inSources.count; ++i) {
+        if (!HasPlanes(*inSources.pieces[i].surface)) return DecodeStatus::Failed;
+        if (!Locate<kPartHeight>(inSources.pieces[i], inPlace, references[i])) return DecodeStatus::Ok;
+        FetchAhead<kWidth, kPartHeight>(references[i][0].samples, references[i][0].step, column);
+        FetchAhead<kWidth / 2, kPartHeight / 2>(references[i][1].samples, references[i][1].step, column);
+        FetchAhead<kWidth / 2, kPartHeight / 2>(references[i][2].samples, references[i][2].step, column);
     }
     outIsUnpredicted = false;
-    const Planes& output = mOutput[static_cast<std::size_t>(inPart.lines)];
+    const std::ptrdiff_t lumaOffset = inPlace.y * inTarget.lumaStep + inPlace.x;
+    const std::ptrdiff_t chromaOffset = inPlace.y / 2 * inTarget.chromaStep + inPlace.x / 2;
+    const std::array<PixelBlock, kComponents> targets{
+        PixelBlock{inTarget.samples[0] + lumaOffset, inTarget.lumaStep},
+        PixelBlock{inTarget.samples[1] + chromaOffset, inTarget.chromaStep},
+        PixelBlock{inTarget.samples[2] + chromaOffset, inTarget.chromaStep}};
+    FetchAhead<kWidth, kPartHeight>(targets[0].samples, targets[0].step, column);
+    FetchAhead<kWidth / 2, kPartHeight / 2>(targets[1].samples, targets[1].step, column);
+    FetchAhead<kWidth / 2, kPartHeight / 2>(targets[2].samples, targets[2].step, column);
+
     const PrimitiveTable& primitives = mPicture.primitives;
-    const auto write = [&](Component inComponent, const Area& inArea, BlockSize inSize) {
-        const auto size = static_cast<std::size_t>(inSize);
-        const PixelBlock pixels = PixelsAt(output[inComponent], inArea);
-        const ReferenceBlock& first = references[0][inComponent];
+    constexpr auto kLumaSize = static_cast<std::size_t>(kIsHalf ? Traits::kHalfLuma : Traits::kWholeLuma);
+    constexpr auto kChromaSize = static_cast<std::size_t>(kIsHalf ? Traits::kHalfChroma : Traits::kWholeChroma);
+    for (std::size_t component = 0; component < kComponents; ++component) {
+        const std::size_t size = component == 0 ? kLumaSize : kChromaSize;
         const PrimitiveStatus status =
-            inPart.sourceCount == 1
-                ? primitives.predictBlock[size](first, {}, pixels)
-                : primitives.predictBlockBidirectional[size](first, references[1][inComponent], {}, pixels);
-        return status == PrimitiveStatus::Ok;
-    };
-    constexpr BlockSize kLumaSize = kIsHalf ? Traits::kHalfLuma : Traits::kWholeLuma;
-    constexpr BlockSize kChromaSize = kIsHalf ? Traits::kHalfChroma : Traits::kWholeChroma;
-    const Area chroma = ChromaOf(luma);
-    const bool isWritten =
-        write(kLuma, luma, kLumaSize) && write(kCb, chroma, kChromaSize) && write(kCr, chroma, kChromaSize);
-    return isWritten ? DecodeStatus::Ok : DecodeStatus::Failed;
+            inSources.count == 1
+                ? primitives.predictBlock[size](references[0][component], {}, targets[component])
+                : primitives.predictBlockBidirectional[size](references[0][component],
+                                                             references[1][component], {}, targets[component]);
+        if (status != PrimitiveStatus::Ok) return DecodeStatus::Failed;
+    }
+    return DecodeStatus::Ok;
 }
 
-// Finds what the luma block at inLuma and the chroma blocks there are predicted from. False if one of them
-// would begin before its plane.
+// Finds what the blocks at inPlace are predicted from. False if one of them would begin before its plane. At
+// the last position no half sample is left, so that nothing behind it is read.
 template <DecodeScale kScale>
-bool MotionCompensation<kScale>::Locate(const Source& inSource, const Area& inLuma,
+template <std::int32_t kPartHeight>
+bool MotionCompensation<kScale>::Locate(const Source& inSource, const Place& inPlace,
                                         References& outReferences) {
-    const Planes& planes = *inSource.planes;
+    const Surface& surface = *inSource.surface;
     const MotionVector vector = ScaleVector<kScale>(inSource.vector);
-    HalfSamplePoint luma{inLuma.x * 2 + vector.x, inLuma.y * 2 + vector.y};
-    HalfSamplePoint chroma{inLuma.x + vector.x / 2, inLuma.y + vector.y / 2};
+    HalfSamplePoint luma{inPlace.x * 2 + vector.x, inPlace.y * 2 + vector.y};
+    HalfSamplePoint chroma{inPlace.x + vector.x / 2, inPlace.y + vector.y / 2};
+    const Place most{(surface.width - kWidth) * 2, (surface.height - kPartHeight) * 2};
     // A vector that stays inside in luma does so in chroma, where all is half as large.
-    if (!Contains(planes[kLuma], inLuma, luma)) [[unlikely]] {
-        if (!MoveInside(planes[kLuma], inSource.isBottomField, inLuma, luma) ||
-            !MoveInside(planes[kCb], inSource.isBottomField, ChromaOf(inLuma), chroma)) {
+    if ((luma.x | luma.y | (most.x - luma.x) | (most.y - luma.y)) < 0) [[unlikely]] {
+        if (!MoveInside(most, surface.lumaStep, surface.isBottomField, luma) ||
+            !MoveInside({most.x / 2, most.y / 2}, surface.chromaStep, surface.isBottomField, chroma)) {
             return false;
         }
     }
-    outReferences = {BlockAt(planes[kLuma], luma), BlockAt(planes[kCb], chroma),
-                     BlockAt(planes[kCr], chroma)};
+    outReferences = {BlockAt(surface.samples[0], surface.lumaStep, luma.x, luma.y),
+                     BlockAt(surface.samples[1], surface.chromaStep, chroma.x, chroma.y),
+                     BlockAt(surface.samples[2], surface.chromaStep, chroma.x, chroma.y)};
     return true;
 }
 
-// Whether a block as large as inArea that begins at inPoint reads nothing outside.
+// False if the block would begin before its plane.
 template <DecodeScale kScale>
-bool MotionCompensation<kScale>::Contains(const Plane& inPlane, const Area& inArea,
-                                          const HalfSamplePoint& inPoint) {
-    const std::int32_t lastX = (inPlane.width - inArea.width) * 2;
-    const std::int32_t lastY = (inPlane.height - inArea.height) * 2;
-    return inPoint.x >= 0 && inPoint.x <= lastX && inPoint.y >= 0 && inPoint.y <= lastY;
-}
-
-// False if the block would begin before its plane. At the last position no half sample is left, so that
-// nothing behind it is read.
-template <DecodeScale kScale>
-bool MotionCompensation<kScale>::MoveInside(const Plane& inPlane, bool inIsBottomField, const Area& inArea,
+bool MotionCompensation<kScale>::MoveInside(const Place& inMost, std::ptrdiff_t inStep, bool inIsBottomField,
                                             HalfSamplePoint& ioPoint) {
-    const std::ptrdiff_t firstLine = inIsBottomField ? inPlane.step / 2 : 0;
-    if (firstLine + (ioPoint.y >> 1) * inPlane.step + (ioPoint.x >> 1) < 0) return false;
-    ioPoint.x = std::clamp(ioPoint.x, 0, (inPlane.width - inArea.width) * 2);
-    ioPoint.y = std::clamp(ioPoint.y, 0, (inPlane.height - inArea.height) * 2);
+    const std::ptrdiff_t firstLine = inIsBottomField ? inStep / 2 : 0;
+    if (firstLine + (ioPoint.y >> 1) * inStep + (ioPoint.x >> 1) < 0) return false;
+    ioPoint.x = std::clamp(ioPoint.x, 0, inMost.x);
+    ioPoint.y = std::clamp(ioPoint.y, 0, inMost.y);
     return true;
 }
 
 template <DecodeScale kScale>
-ReferenceBlock MotionCompensation<kScale>::BlockAt(const Plane& inPlane, const HalfSamplePoint& inPoint) {
-    return {inPlane.samples + (inPoint.y >> 1) * inPlane.step + (inPoint.x >> 1), inPlane.step,
-            static_cast<HalfSampleType>((inPoint.x & 1) * 8 + (inPoint.y & 1) * 4)};
-}
-
-template <DecodeScale kScale>
-PixelBlock MotionCompensation<kScale>::PixelsAt(const Plane& inPlane, const Area& inArea) {
-    return {inPlane.samples + inArea.y * inPlane.step + inArea.x, inPlane.step};
-}
-
-template <DecodeScale kScale>
-auto MotionCompensation<kScale>::WholeLuma(const MacroblockPosition& inPosition) -> Area {
-    constexpr std::int32_t kWidth = 2 * Traits::kBlockWidth;
-    constexpr std::int32_t kHeight = 2 * Traits::kBlockHeight;
-    return {inPosition.column * kWidth, inPosition.row * kHeight, kWidth, kHeight};
-}
-
-template <DecodeScale kScale>
-auto MotionCompensation<kScale>::ChromaOf(const Area& inLuma) -> Area {
-    return {inLuma.x / 2, inLuma.y / 2, inLuma.width / 2, inLuma.height / 2};
-}
-
-template <DecodeScale kScale>
-auto MotionCompensation<kScale>::PlanesOf(const YV12Frame& inFrame) const -> FramePlanesByLines {
+auto MotionCompensation<kScale>::SurfacesOf(const YV12Frame& inFrame) const -> SurfacesByLines {
     if (!inFrame.HasPlanes()) return {};
     const PlanePitches pitches = PitchesAt(kScale, inFrame.pitch);
     const auto rows = static_cast<std::int32_t>(PlaneMacroblockRows(mPicture.parameters.sequence));
-    const auto plane = [&](std::uint8_t* inSamples, std::ptrdiff_t inPitch, std::int32_t inBlocks) {
-        return Plane{inSamples, inPitch, mPicture.MacroblockColumns() * inBlocks * Traits::kBlockWidth,
-                     rows * inBlocks * Traits::kBlockHeight};
-    };
-    const auto fieldOf = [](Planes ioPlanes, bool inIsBottom) {
-        for (Plane& field : ioPlanes) {
-            if (inIsBottom) field.samples += field.step;
-            field.step *= 2;
-            field.height /= 2;
-        }
-        return ioPlanes;
-    };
-    const Planes frame{plane(inFrame.luma, pitches.luma, 2), plane(inFrame.cb, pitches.chroma, 1),
-                       plane(inFrame.cr, pitches.chroma, 1)};
-    return {frame, fieldOf(frame, false), fieldOf(frame, true)};  // in the order of Lines
-}
-
-template <DecodeScale kScale>
-bool MotionCompensation<kScale>::HasPlanes(const Planes& inPlanes) {
-    return inPlanes[kLuma].samples != nullptr;
+    const Surface frame{.samples = {inFrame.luma, inFrame.cb, inFrame.cr},
+                        .lumaStep = pitches.luma,
+                        .chromaStep = pitches.chroma,
+                        .width = mPicture.MacroblockColumns() * kWidth,
+                        .height = rows * kHeight};
+    Surface top = frame;
+    top.lumaStep *= 2;
+    top.chromaStep *= 2;
+    top.height /= 2;
+    Surface bottom = top;
+    bottom.samples[0] += frame.lumaStep;
+    bottom.samples[1] += frame.chromaStep;
+    bottom.samples[2] += frame.chromaStep;
+    bottom.isBottomField = true;
+    return {frame, top, bottom};  // in the order of Lines
 }
 
 template class MotionCompensation<DecodeScale::Full>;
