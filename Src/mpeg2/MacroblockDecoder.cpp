@@ -4,7 +4,6 @@
 #include <algorithm>
 
 #include "Vexmora/Records.h"
-#include "mpeg2/vlc/VlcLists.h"
 
 namespace Vexmora {
 namespace {
@@ -31,7 +30,7 @@ MacroblockDecoder<kScale>::MacroblockDecoder(const PictureContext& inPicture, Bi
       mColumns(inPicture.MacroblockColumns()),
       mReader(ioReader),
       mBlocks(inPicture, ioReader),
-      mMotionVectors(inPicture, ioReader),
+      mMotionVectors(inPicture),
       mMotionCompensation(inPicture),
       mAddress(std::int64_t{inRows.first} * mColumns - 1),
       mEndAddress(std::int64_t{inRows.end} * mColumns),
@@ -45,17 +44,37 @@ DecodeStatus MacroblockDecoder<kScale>::DecodeMacroblock() {
     if (bytesLeft == 0) return DecodeStatus::Ok;
     if (bytesLeft < 0) return DecodeStatus::InvalidData;
 
+    HeaderBits bits(mReader.Bits());
+    Header header;
+    DecodeStatus status = ReadHeader(bits, header);
+    if (status != DecodeStatus::Ok) return status;
+    if (!bits.Store(mReader.Bits())) return DecodeStatus::Failed;
+
+    if (header.Has(kMacroblockIntra)) return mBlocks.DecodeIntra(mPosition, header.isFieldDct);
+    UnpredictedLines unpredicted;
+    status = mMotionCompensation.Predict(header.prediction, mPosition, unpredicted);
+    if (status != DecodeStatus::Ok) return status;
+    return mBlocks.AddResidual(static_cast<std::uint32_t>(header.coded_block_pattern), mPosition,
+                               header.isFieldDct, unpredicted);
+}
+
+// All that it calls is put in its place, so that the bits stay in registers.
+template <DecodeScale kScale>
+[[gnu::flatten]] DecodeStatus MacroblockDecoder<kScale>::ReadHeader(HeaderBits& ioBits, Header& outHeader) {
     std::int64_t increment = 0;
-    DecodeStatus status = ReadAddressIncrement(increment);
+    DecodeStatus status = ReadAddressIncrement(ioBits, increment);
     if (status != DecodeStatus::Ok) return status;
     status = Advance(increment);
     if (status != DecodeStatus::Ok) return status;
-
-    Modes modes;
-    Prediction prediction;
-    status = ReadModes(modes, prediction);
+    status = ReadModes(ioBits, outHeader);
     if (status != DecodeStatus::Ok) return status;
-    return (modes.type & kMacroblockIntra) != 0 ? DecodeIntra(modes) : DecodeNonIntra(modes, prediction);
+    if (outHeader.Has(kMacroblockIntra)) return ReadIntraVectors(ioBits);
+    status = ReadVectors(ioBits, outHeader.prediction);
+    if (status != DecodeStatus::Ok || !outHeader.Has(kMacroblockPattern)) return status;
+    const VlcEntry code = ioBits.Find(mPicture.tables.codedBlockPattern);
+    ioBits.Skip(static_cast<std::uint32_t>(code.length));
+    outHeader.coded_block_pattern = code.value;
+    return code.length != 0 ? DecodeStatus::Ok : DecodeStatus::Failed;
 }
 
 template <DecodeScale kScale>
@@ -65,38 +84,50 @@ void MacroblockDecoder<kScale>::PaintError() const {
 
 // Escapes end with the data at the latest, behind which there are only zeros.
 template <DecodeScale kScale>
-DecodeStatus MacroblockDecoder<kScale>::ReadAddressIncrement(std::int64_t& outIncrement) {
+DecodeStatus MacroblockDecoder<kScale>::ReadAddressIncrement(HeaderBits& ioBits,
+                                                             std::int64_t& outIncrement) const {
+    if (ioBits.Show(0, 1) != 0) {
+        ioBits.Skip(1);
+        outIncrement = 1;
+        return DecodeStatus::Ok;
+    }
     const bool isPredictedFrame =
         mIsFrame && (mPictureType == kPictureTypeP || mPictureType == kPictureTypeB);
-    if (isPredictedFrame && mReader.ShowBits(kEscapeBits) == 0) return DecodeStatus::NoAddressIncrement;
+    if (isPredictedFrame && ioBits.Show(0, kEscapeBits) == 0) return DecodeStatus::NoAddressIncrement;
     std::int64_t escapes = 0;
-    while (mReader.ShowBits(kEscapeBits) == kEscapeCode) {
+    while (ioBits.Show(0, kEscapeBits) == kEscapeCode) {
         escapes += kEscapeIncrement;
-        mReader.SkipBits(kEscapeBits);
+        ioBits.Skip(kEscapeBits);
     }
-    std::int32_t macroblock_address_increment = 0;
-    if (!GetCode(mPicture.tables.macroblockAddressIncrement, macroblock_address_increment)) {
-        return DecodeStatus::Failed;
-    }
-    outIncrement = escapes + macroblock_address_increment;
+    const VlcEntry code = ioBits.Find(mPicture.tables.macroblockAddressIncrement);
+    ioBits.Skip(static_cast<std::uint32_t>(code.length));
+    if (code.length == 0 || ioBits.IsBehindEnd()) return DecodeStatus::Failed;
+    outIncrement = escapes + code.value;
     return DecodeStatus::Ok;
 }
 
-// Reconstructs the macroblocks that are passed over and arrives at the one that is coded. Where a slice
-// begins, none were skipped.
+// Arrives at the macroblock that is coded. Where a slice begins, none were skipped.
 template <DecodeScale kScale>
 DecodeStatus MacroblockDecoder<kScale>::Advance(std::int64_t inIncrement) {
     const std::int64_t address = mAddress + inIncrement;
-    if (!mIsFirst) {
-        for (std::int64_t skipped = mAddress + 1; skipped < std::min(address, mEndAddress); ++skipped) {
-            MoveTo(skipped);
-            const DecodeStatus status = ReconstructSkipped();
-            if (status != DecodeStatus::Ok) return status;
-        }
+    if (inIncrement != 1 && !mIsFirst) {
+        const DecodeStatus status = ReconstructSkipped(std::min(address, mEndAddress));
+        if (status != DecodeStatus::Ok) return status;
     }
     if (address < 0 || address >= mEndAddress) return DecodeStatus::InvalidData;
     MoveTo(address);
     mIsFirst = false;
+    return DecodeStatus::Ok;
+}
+
+// Reconstructs the macroblocks that are passed over, up to the one at inEnd.
+template <DecodeScale kScale>
+DecodeStatus MacroblockDecoder<kScale>::ReconstructSkipped(std::int64_t inEnd) {
+    for (std::int64_t skipped = mAddress + 1; skipped < inEnd; ++skipped) {
+        MoveTo(skipped);
+        const DecodeStatus status = ReconstructSkipped();
+        if (status != DecodeStatus::Ok) return status;
+    }
     return DecodeStatus::Ok;
 }
 
@@ -132,36 +163,37 @@ DecodeStatus MacroblockDecoder<kScale>::ReconstructSkipped() {
     return mMotionCompensation.Predict(prediction, mPosition, unpredicted);
 }
 
-// What follows macroblock_type has at most 8 bits, so that one look at the window sees everything.
+// All of it has at most 14 bits, so that one look at them suffices.
 template <DecodeScale kScale>
-DecodeStatus MacroblockDecoder<kScale>::ReadModes(Modes& outModes, Prediction& outPrediction) {
-    BitWindow& bits = mReader.Bits();
-    const VlcEntry code = FindVlcEntry(bits, mTypeTable);
+DecodeStatus MacroblockDecoder<kScale>::ReadModes(HeaderBits& ioBits, Header& outHeader) {
+    const VlcEntry code = ioBits.Find(mTypeTable);
+    if (code.length == 0) return DecodeStatus::Failed;
     auto length = static_cast<unsigned>(code.length);
-    if (length == 0 || !HoldsBits(bits, length)) return DecodeStatus::Failed;
-    const auto read = [&length, window = bits.bits](unsigned inCount) {
-        const auto value = static_cast<std::uint32_t>(window << length >> (BitWindow::kWindowBits - inCount));
+    const auto read = [&length, &ioBits](unsigned inCount) {
+        const std::uint32_t value = ioBits.Show(length, inCount);
         length += inCount;
         return value;
     };
-    const std::int32_t type = outModes.type = code.value;
-    const bool isIntra = (type & kMacroblockIntra) != 0;
-    outPrediction.directions = {(type & kMacroblockMotionForward) != 0,
-                                (type & kMacroblockMotionBackward) != 0};
-    const bool hasMotion = (type & (kMacroblockMotionForward | kMacroblockMotionBackward)) != 0;
+    outHeader.type = code.value;
+    Prediction& prediction = outHeader.prediction;
+    prediction.directions = {outHeader.Has(kMacroblockMotionForward),
+                             outHeader.Has(kMacroblockMotionBackward)};
+    const bool hasMotion = prediction.directions[kForward] || prediction.directions[kBackward];
     if (hasMotion && (mIsFlexibleFrame || !mIsFrame)) {
-        const DecodeStatus status = InterpretMotionType(read(2), outPrediction.type);
+        const DecodeStatus status = InterpretMotionType(read(2), prediction.type);
         if (status != DecodeStatus::Ok) return status;
     }
-    if (mIsFlexibleFrame && (isIntra || (type & kMacroblockPattern) != 0)) outModes.isFieldDct = read(1) != 0;
-    if ((type & kMacroblockQuant) != 0) {
+    const bool isIntra = outHeader.Has(kMacroblockIntra);
+    if (mIsFlexibleFrame && (isIntra || outHeader.Has(kMacroblockPattern)))
+        outHeader.isFieldDct = read(1) != 0;
+    if (outHeader.Has(kMacroblockQuant)) {
         const std::uint32_t quantiser_scale_code = read(5);
         if (quantiser_scale_code == 0 && isIntra && mPictureType != kPictureTypeI) {
             return DecodeStatus::InvalidData;
         }
         mBlocks.SetQuantiserScaleCode(quantiser_scale_code);
     }
-    bits.Skip(length);
+    ioBits.Skip(length);
     return DecodeStatus::Ok;
 }
 
@@ -177,41 +209,28 @@ DecodeStatus MacroblockDecoder<kScale>::InterpretMotionType(std::uint32_t inCode
 }
 
 template <DecodeScale kScale>
-DecodeStatus MacroblockDecoder<kScale>::DecodeIntra(const Modes& inModes) {
+DecodeStatus MacroblockDecoder<kScale>::ReadIntraVectors(HeaderBits& ioBits) {
     if (mAddress - mLastIntraAddress > 1) mBlocks.ResetDcPredictors();
     mLastIntraAddress = mAddress;
     if (mPicture.parameters.picture.concealmentMotionVectors != 0) {
-        const DecodeStatus status = mMotionVectors.DecodeConcealment();
-        if (status != DecodeStatus::Ok) return status;
-    } else {
-        mMotionVectors.ResetPredictors();
+        return mMotionVectors.DecodeConcealment(ioBits);
     }
-    return mBlocks.DecodeIntra(mPosition, inModes.isFieldDct);
+    mMotionVectors.ResetPredictors();
+    return DecodeStatus::Ok;
 }
 
 template <DecodeScale kScale>
-DecodeStatus MacroblockDecoder<kScale>::DecodeNonIntra(const Modes& inModes, Prediction& ioPrediction) {
+DecodeStatus MacroblockDecoder<kScale>::ReadVectors(HeaderBits& ioBits, Prediction& ioPrediction) {
     if (ioPrediction.directions[kForward] || ioPrediction.directions[kBackward]) {
-        const DecodeStatus status = mMotionVectors.Decode(ioPrediction);
-        if (status != DecodeStatus::Ok) return status;
+        const DecodeStatus status = mMotionVectors.Decode(ioBits, ioPrediction);
         mLastDirections = ioPrediction.directions;
-    } else {
-        // P picture without a vector: the same place in the reference, in a field picture in the same field.
-        mMotionVectors.ResetForwardPredictors();
-        ioPrediction.directions[kForward] = true;
-        ioPrediction.fromBottomField[0][kForward] =
-            mPicture.parameters.picture.pictureStructure == kBottomField;
+        return status;
     }
-    std::int32_t coded_block_pattern = 0;
-    if ((inModes.type & kMacroblockPattern) != 0 &&
-        !GetCode(mPicture.tables.codedBlockPattern, coded_block_pattern)) {
-        return DecodeStatus::Failed;
-    }
-    UnpredictedLines unpredicted;
-    const DecodeStatus status = mMotionCompensation.Predict(ioPrediction, mPosition, unpredicted);
-    if (status != DecodeStatus::Ok) return status;
-    return mBlocks.AddResidual(static_cast<std::uint32_t>(coded_block_pattern), mPosition, inModes.isFieldDct,
-                               unpredicted);
+    // P picture without a vector: the same place in the reference, in a field picture in the same field.
+    mMotionVectors.ResetForwardPredictors();
+    ioPrediction.directions[kForward] = true;
+    ioPrediction.fromBottomField[0][kForward] = mPicture.parameters.picture.pictureStructure == kBottomField;
+    return DecodeStatus::Ok;
 }
 
 template class MacroblockDecoder<DecodeScale::Full>;

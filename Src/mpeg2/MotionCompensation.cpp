@@ -108,9 +108,9 @@ DecodeStatus MotionCompensation<kScale>::PredictFieldMacroblock(const Prediction
         return PredictWhole(target, place, sources, outUnpredicted);
     }
     for (const std::size_t half : {0U, 1U}) {
-        const DecodeStatus status = PredictPart<true>(
-            target, {place.x, place.y + static_cast<std::int32_t>(half) * kHeight / 2},
-            FieldSources(inPrediction, half), outUnpredicted.parts[half]);
+        const DecodeStatus status =
+            PredictPart<true>(target, {place.x, place.y + static_cast<std::int32_t>(half) * kHeight / 2},
+                              FieldSources(inPrediction, half), outUnpredicted.parts[half]);
         if (status != DecodeStatus::Ok) return status;
     }
     return DecodeStatus::Ok;
@@ -189,14 +189,15 @@ DecodeStatus MotionCompensation<kScale>::PredictPart(const Surface& inTarget, co
 
     const PrimitiveTable& primitives = mPicture.primitives;
     constexpr auto kLumaSize = static_cast<std::size_t>(kIsHalf ? Traits::kHalfLuma : Traits::kWholeLuma);
-    constexpr auto kChromaSize = static_cast<std::size_t>(kIsHalf ? Traits::kHalfChroma : Traits::kWholeChroma);
+    constexpr auto kChromaSize =
+        static_cast<std::size_t>(kIsHalf ? Traits::kHalfChroma : Traits::kWholeChroma);
     for (std::size_t component = 0; component < kComponents; ++component) {
         const std::size_t size = component == 0 ? kLumaSize : kChromaSize;
         const PrimitiveStatus status =
             inSources.count == 1
                 ? primitives.predictBlock[size](references[0][component], {}, targets[component])
-                : primitives.predictBlockBidirectional[size](references[0][component],
-                                                             references[1][component], {}, targets[component]);
+                : primitives.predictBlockBidirectional[size](
+                      references[0][component], references[1][component], {}, targets[component]);
         if (status != PrimitiveStatus::Ok) return DecodeStatus::Failed;
     }
     return DecodeStatus::Ok;

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include "primitives/BitWindow.h"
+#include "primitives/BitCursor.h"
 #include "primitives/BlockDecode.h"
 #include "primitives/portable/Portable.h"
 
@@ -25,62 +25,8 @@ constexpr FlatWeights MakeFlatWeights() {
 }
 constexpr FlatWeights kFlatWeights = MakeFlatWeights();
 
-/// Whether the words of a block may reach beyond the data.
-enum class Words { AllThere, MayEnd };
 /// More than a block takes: a DC coefficient, 64 escapes of 24 bits, and what the window holds.
 constexpr std::size_t kWordsOfBlock = 56;
-
-/// A BitWindow in registers.
-template <Words kWords>
-class BlockBits {
-  public:
-    explicit BlockBits(const BitWindowState& inState)
-        : mBits(inState.bits),
-          mValidBits(inState.validBits),
-          mNext(inState.data + inState.nextWord * kWordBytes),
-          mState(inState),
-          mNextWord(inState.nextWord) {}
-
-    std::uint64_t Bits() const { return mBits; }
-    /// The top inCount bits behind the first inPassed; at most 32 together.
-    std::uint32_t Show(unsigned inPassed, unsigned inCount) const {
-        return static_cast<std::uint32_t>(mBits << inPassed >> (64 - inCount));
-    }
-    /// Passes over inCount % 64 bits, at most 32, and makes 32 valid.
-    void Skip(std::uint32_t inCount) {
-        mBits <<= inCount % 64;
-        mValidBits -= inCount % 64;
-        std::uint32_t word = 0;
-        if (kWords == Words::AllThere || mNextWord < mState.wordCount) {
-            std::memcpy(&word, mNext, sizeof word);
-        }
-        mBits |= (std::uint64_t{word} << 32) >> mValidBits;
-        const std::size_t counted = (~mValidBits / 32) & 1;
-        mNext += counted * kWordBytes;
-        mNextWord += counted;
-        mValidBits |= 32;
-    }
-    /// False if bits were passed over that lie behind the data.
-    [[nodiscard]] bool Store(BitWindowState& outState) const {
-        const std::size_t nextWord = kWords == Words::AllThere
-                                         ? static_cast<std::size_t>(mNext - mState.data) / kWordBytes
-                                         : mNextWord;
-        if (kWords == Words::MayEnd && nextWord * 32 - mValidBits > mState.wordCount * 32) return false;
-        outState.bits = mBits;
-        outState.validBits = mValidBits;
-        outState.nextWord = nextWord;
-        return true;
-    }
-
-  private:
-    static constexpr std::size_t kWordBytes = 4;
-
-    std::uint64_t mBits;
-    std::uint32_t mValidBits;
-    const std::uint8_t* mNext;
-    const BitWindowState& mState;
-    std::size_t mNextWord;  // only where the data may end
-};
 
 /// Collects the coefficients of a block.
 class BlockBuilder {
@@ -136,12 +82,12 @@ std::uint32_t RunOf(RunLevelEntry inEntry) {
 /// The entry of a code that is longer than a first stage of inFirstBits.
 template <Words kWords>
 RunLevelEntry FollowLink(RunLevelEntry inLink, const RunLevelEntry* inEntries, unsigned inFirstBits,
-                         const BlockBits<kWords>& inBits) {
+                         const BitCursor<kWords>& inBits) {
     return inEntries[(inLink >> 16) + inBits.Show(inFirstBits, inLink & 0xFF)];
 }
 
 template <Words kWords>
-RunLevelEntry LookUp(const VlcTableView<RunLevelEntry>& inTable, const BlockBits<kWords>& inBits) {
+RunLevelEntry LookUp(const VlcTableView<RunLevelEntry>& inTable, const BitCursor<kWords>& inBits) {
     const auto first_bits = static_cast<unsigned>(inTable.firstBits);
     const RunLevelEntry entry = inTable.entries[inBits.Show(0, first_bits)];
     return RunOf(entry) == kRunLink ? FollowLink(entry, inTable.entries, first_bits, inBits) : entry;
@@ -150,7 +96,7 @@ RunLevelEntry LookUp(const VlcTableView<RunLevelEntry>& inTable, const BlockBits
 /// Decodes run-level codes up to the end of the block. inNext is the number of the first coefficient that
 /// they stand for. Tables have two stages at most.
 template <Kind kKind, Words kWords>
-PrimitiveStatus DecodeRunLevels(BlockBits<kWords>& ioBits, const AcCoding& inCoding, std::uint32_t inNext,
+PrimitiveStatus DecodeRunLevels(BitCursor<kWords>& ioBits, const AcCoding& inCoding, std::uint32_t inNext,
                                 BlockBuilder& ioBlock) {
     const RunLevelEntry* const entries = inCoding.table.entries;
     const unsigned shift = 64 - static_cast<unsigned>(inCoding.table.firstBits);
@@ -190,7 +136,7 @@ PrimitiveStatus DecodeRunLevels(BlockBits<kWords>& ioBits, const AcCoding& inCod
 
 /// The differential of a DC coefficient, whose top bit clear means that it is negative.
 template <Words kWords>
-PrimitiveStatus ReadDcDifferential(BlockBits<kWords>& ioBits, const VlcTableView<VlcEntry>& inSizes,
+PrimitiveStatus ReadDcDifferential(BitCursor<kWords>& ioBits, const VlcTableView<VlcEntry>& inSizes,
                                    std::int32_t& outDifferential) {
     std::uint32_t passed = 0;
     std::uint32_t bits = static_cast<std::uint32_t>(inSizes.firstBits);
@@ -215,7 +161,7 @@ PrimitiveStatus ReadDcDifferential(BlockBits<kWords>& ioBits, const VlcTableView
 template <Words kWords>
 PrimitiveStatus DecodeIntra(BitWindowState& ioState, const IntraBlockCoding& inCoding,
                             std::int16_t& ioDcPredictor, CoefficientBlock& outBlock) {
-    BlockBits<kWords> bits(ioState);
+    BitCursor<kWords> bits(ioState);
     std::int32_t differential = 0;
     PrimitiveStatus status = ReadDcDifferential(bits, inCoding.dcSizeTable, differential);
     if (status != PrimitiveStatus::Ok) return status;
@@ -236,7 +182,7 @@ PrimitiveStatus DecodeIntra(BitWindowState& ioState, const IntraBlockCoding& inC
 template <Words kWords>
 PrimitiveStatus DecodeNonIntra(BitWindowState& ioState, const NonIntraBlockCoding& inCoding,
                                CoefficientBlock& outBlock) {
-    BlockBits<kWords> bits(ioState);
+    BitCursor<kWords> bits(ioState);
     BlockBuilder block(outBlock);
     const AcCoding ac{inCoding.firstTable, inCoding.acTable, inCoding.scan,
                       inCoding.weights != nullptr ? inCoding.weights : kFlatWeights.values,
