@@ -26,8 +26,8 @@ MacroblockBlocks<kScale>::MacroblockBlocks(const PictureContext& inPicture, BitR
     const DecodingTableSet& tables = inPicture.tables;
     const DecodingParameters& parameters = inPicture.parameters;
     const QuantiserMatrices& matrices = parameters.matrices;
-    const std::uint8_t* const scan =
-        (parameters.picture.alternateScan != 0 ? kAlternateScanByColumns : kZigzagScanByColumns).data();
+    const bool isAlternate = parameters.picture.alternateScan != 0;
+    const std::uint8_t* const scan = (isAlternate ? kAlternateScanByColumns : kZigzagScanByColumns).data();
 
     mIntraLuma = {
         .dcSizeTable = ViewOf(tables.dctDcSizeLuminance),
@@ -53,12 +53,14 @@ MacroblockBlocks<kScale>::MacroblockBlocks(const PictureContext& inPicture, BitR
 
 // Null stands for 16 everywhere where that is allowed.
 template <DecodeScale kScale>
-const std::uint16_t* MacroblockBlocks<kScale>::Weights(MatrixSource inSource,
-                                                       std::array<std::uint16_t, 64>& outByColumns) const {
+const std::uint16_t* MacroblockBlocks<kScale>::Weights(
+    MatrixSource inSource, std::array<std::uint16_t, 64>& outInCodingOrder) const {
     const QuantiserMatrix* const matrix = mPicture.parameters.matrices.Find(inSource);
     if (matrix == nullptr) return nullptr;
-    for (std::size_t i = 0; i < 64; ++i) outByColumns[i] = (*matrix)[i % 8 * 8 + i / 8];
-    return outByColumns.data();
+    const bool isAlternate = mPicture.parameters.picture.alternateScan != 0;
+    const ScanOrder& scan = isAlternate ? kAlternateScan : kZigzagScan;
+    for (std::size_t i = 0; i < 64; ++i) outInCodingOrder[i] = (*matrix)[scan[i]];
+    return outInCodingOrder.data();
 }
 
 template <DecodeScale kScale>

@@ -60,7 +60,8 @@ class MacroblockBlocks {
     DecodeStatus AddNonIntraBlock(const NonIntraBlockCoding& inCoding, std::uint8_t* ioSamples,
                                   std::ptrdiff_t inStep);
     DecodeStatus AddBlocks(std::uint32_t inPattern, const Target& inTarget, bool inIsFieldDct);
-    const std::uint16_t* Weights(MatrixSource inSource, std::array<std::uint16_t, 64>& outByColumns) const;
+    const std::uint16_t* Weights(MatrixSource inSource,
+                                 std::array<std::uint16_t, 64>& outInCodingOrder) const;
 
     const PictureContext& mPicture;
     BitReader& mReader;
@@ -70,7 +71,7 @@ class MacroblockBlocks {
     NonIntraBlockCoding mNonIntraLuma;
     NonIntraBlockCoding mNonIntraChroma;
     std::array<std::int16_t, 3> mDcPredictors{};
-    std::array<std::array<std::uint16_t, 64>, 4> mWeights;  // of the four kinds of blocks, column by column
+    std::array<std::array<std::uint16_t, 64>, 4> mWeights;  // of the four kinds of blocks, in coding order
 
     CoefficientBlock mCoefficients;
 };

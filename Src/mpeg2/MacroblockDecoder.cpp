@@ -44,11 +44,9 @@ DecodeStatus MacroblockDecoder<kScale>::DecodeMacroblock() {
     if (bytesLeft == 0) return DecodeStatus::Ok;
     if (bytesLeft < 0) return DecodeStatus::InvalidData;
 
-    HeaderBits bits(mReader.Bits());
     Header header;
-    DecodeStatus status = ReadHeader(bits, header);
+    DecodeStatus status = ReadHeader(header);
     if (status != DecodeStatus::Ok) return status;
-    if (!bits.Store(mReader.Bits())) return DecodeStatus::Failed;
 
     if (header.Has(kMacroblockIntra)) return mBlocks.DecodeIntra(mPosition, header.isFieldDct);
     UnpredictedLines unpredicted;
@@ -60,21 +58,28 @@ DecodeStatus MacroblockDecoder<kScale>::DecodeMacroblock() {
 
 // All that it calls is put in its place, so that the bits stay in registers.
 template <DecodeScale kScale>
-[[gnu::flatten]] DecodeStatus MacroblockDecoder<kScale>::ReadHeader(HeaderBits& ioBits, Header& outHeader) {
+[[gnu::flatten]] DecodeStatus MacroblockDecoder<kScale>::ReadHeader(Header& outHeader) {
+    HeaderBits bits(mReader.Bits());
     std::int64_t increment = 0;
-    DecodeStatus status = ReadAddressIncrement(ioBits, increment);
+    DecodeStatus status = ReadAddressIncrement(bits, increment);
     if (status != DecodeStatus::Ok) return status;
     status = Advance(increment);
     if (status != DecodeStatus::Ok) return status;
-    status = ReadModes(ioBits, outHeader);
+    status = ReadModes(bits, outHeader);
     if (status != DecodeStatus::Ok) return status;
-    if (outHeader.Has(kMacroblockIntra)) return ReadIntraVectors(ioBits);
-    status = ReadVectors(ioBits, outHeader.prediction);
-    if (status != DecodeStatus::Ok || !outHeader.Has(kMacroblockPattern)) return status;
-    const VlcEntry code = ioBits.Find(mPicture.tables.codedBlockPattern);
-    ioBits.Skip(static_cast<std::uint32_t>(code.length));
-    outHeader.coded_block_pattern = code.value;
-    return code.length != 0 ? DecodeStatus::Ok : DecodeStatus::Failed;
+    if (outHeader.Has(kMacroblockIntra)) {
+        status = ReadIntraVectors(bits);
+    } else {
+        status = ReadVectors(bits, outHeader.prediction);
+        if (status == DecodeStatus::Ok && outHeader.Has(kMacroblockPattern)) {
+            const VlcEntry code = bits.Find(mPicture.tables.codedBlockPattern);
+            bits.Skip(static_cast<std::uint32_t>(code.length));
+            outHeader.coded_block_pattern = code.value;
+            if (code.length == 0) return DecodeStatus::Failed;
+        }
+    }
+    if (status != DecodeStatus::Ok) return status;
+    return bits.Store(mReader.Bits()) ? DecodeStatus::Ok : DecodeStatus::Failed;
 }
 
 template <DecodeScale kScale>

@@ -45,7 +45,7 @@ class MacroblockDecoder {
         Prediction prediction;
     };
 
-    DecodeStatus ReadHeader(HeaderBits& ioBits, Header& outHeader);
+    DecodeStatus ReadHeader(Header& outHeader);
     DecodeStatus ReadAddressIncrement(HeaderBits& ioBits, std::int64_t& outIncrement) const;
     DecodeStatus Advance(std::int64_t inIncrement);
     [[gnu::noinline]] DecodeStatus ReconstructSkipped(std::int64_t inEnd);

@@ -22,17 +22,18 @@ ReferenceBlock BlockAt(const std::uint8_t* inPlane, std::ptrdiff_t inStep, std::
             static_cast<HalfSampleType>((inHalfX & 1) * 8 + (inHalfY & 1) * 4)};
 }
 
-constexpr std::int32_t kCacheLine = 64;
+constexpr ResidualBlock kNoResidual{};
 
 // Rows of macroblocks touch more lines of memory than processors foresee, so what the macroblocks to the
 // right are going to take is fetched early: every block of kWidth x kHeight samples does so for its share of
 // the rows, and together those above one line of the cache do it for all.
 template <std::int32_t kWidth, std::int32_t kHeight>
-void FetchAhead(const std::uint8_t* inBlock, std::ptrdiff_t inStep, std::int32_t inColumn) {
-    constexpr std::int32_t kBlocks = kCacheLine / kWidth;
-    constexpr std::int32_t kShare = std::max(kHeight / kBlocks, 1);
-    constexpr std::int32_t kTurns = kHeight / kShare;
-    const std::uint8_t* row = inBlock + kCacheLine + inColumn % kTurns * kShare * inStep;
+void FetchAhead(const std::uint8_t* inBlock, std::ptrdiff_t inStep, std::uint32_t inColumn) {
+    constexpr std::int32_t kCacheLine = 64;
+    constexpr std::int32_t kShare = std::max(kHeight * kWidth / kCacheLine, 1);
+    constexpr std::uint32_t kTurns = kHeight / kShare;
+    const std::uint8_t* row =
+        inBlock + kCacheLine + static_cast<std::ptrdiff_t>(inColumn % kTurns) * (kShare * inStep);
     for (std::int32_t i = 0; i < kShare; ++i, row += inStep) __builtin_prefetch(row);
 }
 
@@ -164,17 +165,34 @@ template <DecodeScale kScale>
 template <bool kIsHalf>
 DecodeStatus MotionCompensation<kScale>::PredictPart(const Surface& inTarget, const Place& inPlace,
                                                      const Sources& inSources, bool& outIsUnpredicted) const {
-    constexpr std::int32_t kPartHeight = kIsHalf ? kHeight / 2 : kHeight;
     outIsUnpredicted = true;
-    if (inSources.count == 0) return DecodeStatus::Ok;
-    const std::int32_t column = inPlace.x / kWidth;
-    std::array<References, 2> references;
-    for (std::size_t i = 0; i < inSources.count; ++i) {
-        if (!HasPlanes(*inSources.pieces[i].surface)) return DecodeStatus::Failed;
-        if (!Locate<kPartHeight>(inSources.pieces[i], inPlace, references[i])) return DecodeStatus::Ok;
-        FetchAhead<kWidth, kPartHeight>(references[i][0].samples, references[i][0].step, column);
-        FetchAhead<kWidth / 2, kPartHeight / 2>(references[i][1].samples, references[i][1].step, column);
-        FetchAhead<kWidth / 2, kPartHeight / 2>(references[i][2].samples, references[i][2].step, column);
+    switch (inSources.count) {
+        case 1:
+            return PredictFrom<kIsHalf, 1>(inTarget, inPlace, inSources, outIsUnpredicted);
+        case 2:
+            return PredictFrom<kIsHalf, 2>(inTarget, inPlace, inSources, outIsUnpredicted);
+        default:
+            return DecodeStatus::Ok;
+    }
+}
+
+template <DecodeScale kScale>
+template <bool kIsHalf, std::size_t kCount>
+DecodeStatus MotionCompensation<kScale>::PredictFrom(const Surface& inTarget, const Place& inPlace,
+                                                     const Sources& inSources, bool& outIsUnpredicted) const {
+    constexpr std::int32_t kPartHeight = kIsHalf ? kHeight / 2 : kHeight;
+    const auto column = static_cast<std::uint32_t>(inPlace.x) / kWidth;
+    const auto fetchAhead = [column](const auto& inBlocks) {
+        FetchAhead<kWidth, kPartHeight>(inBlocks[0].samples, inBlocks[0].step, column);
+        FetchAhead<kWidth / 2, kPartHeight / 2>(inBlocks[1].samples, inBlocks[1].step, column);
+        FetchAhead<kWidth / 2, kPartHeight / 2>(inBlocks[2].samples, inBlocks[2].step, column);
+    };
+    std::array<References, kCount> references;
+    for (std::size_t i = 0; i < kCount; ++i) {
+        const Source& source = inSources.pieces[i];
+        if (!HasPlanes(*source.surface)) return DecodeStatus::Failed;
+        if (!Locate<kPartHeight>(source, inPlace, references[i])) return DecodeStatus::Ok;
+        fetchAhead(references[i]);
     }
     outIsUnpredicted = false;
     const std::ptrdiff_t lumaOffset = inPlace.y * inTarget.lumaStep + inPlace.x;
@@ -183,24 +201,25 @@ DecodeStatus MotionCompensation<kScale>::PredictPart(const Surface& inTarget, co
         PixelBlock{inTarget.samples[0] + lumaOffset, inTarget.lumaStep},
         PixelBlock{inTarget.samples[1] + chromaOffset, inTarget.chromaStep},
         PixelBlock{inTarget.samples[2] + chromaOffset, inTarget.chromaStep}};
-    FetchAhead<kWidth, kPartHeight>(targets[0].samples, targets[0].step, column);
-    FetchAhead<kWidth / 2, kPartHeight / 2>(targets[1].samples, targets[1].step, column);
-    FetchAhead<kWidth / 2, kPartHeight / 2>(targets[2].samples, targets[2].step, column);
+    fetchAhead(targets);
 
     const PrimitiveTable& primitives = mPicture.primitives;
-    constexpr auto kLumaSize = static_cast<std::size_t>(kIsHalf ? Traits::kHalfLuma : Traits::kWholeLuma);
-    constexpr auto kChromaSize =
-        static_cast<std::size_t>(kIsHalf ? Traits::kHalfChroma : Traits::kWholeChroma);
-    for (std::size_t component = 0; component < kComponents; ++component) {
-        const std::size_t size = component == 0 ? kLumaSize : kChromaSize;
-        const PrimitiveStatus status =
-            inSources.count == 1
-                ? primitives.predictBlock[size](references[0][component], {}, targets[component])
-                : primitives.predictBlockBidirectional[size](
-                      references[0][component], references[1][component], {}, targets[component]);
-        if (status != PrimitiveStatus::Ok) return DecodeStatus::Failed;
-    }
-    return DecodeStatus::Ok;
+    const auto predict = [&](std::size_t inComponent, BlockSize inSize) {
+        const auto size = static_cast<std::size_t>(inSize);
+        const ReferenceBlock& first = references[0][inComponent];
+        PrimitiveStatus status;
+        if constexpr (kCount == 1) {
+            status = primitives.predictBlock[size](first, kNoResidual, targets[inComponent]);
+        } else {
+            status = primitives.predictBlockBidirectional[size](first, references[1][inComponent],
+                                                                kNoResidual, targets[inComponent]);
+        }
+        return status == PrimitiveStatus::Ok;
+    };
+    constexpr BlockSize kLumaSize = kIsHalf ? Traits::kHalfLuma : Traits::kWholeLuma;
+    constexpr BlockSize kChromaSize = kIsHalf ? Traits::kHalfChroma : Traits::kWholeChroma;
+    const bool isWritten = predict(0, kLumaSize) && predict(1, kChromaSize) && predict(2, kChromaSize);
+    return isWritten ? DecodeStatus::Ok : DecodeStatus::Failed;
 }
 
 // Finds what the blocks at inPlace are predicted from. False if one of them would begin before its plane. At

@@ -93,6 +93,9 @@ class MotionCompensation {
     template <bool kIsHalf>
     DecodeStatus PredictPart(const Surface& inTarget, const Place& inPlace, const Sources& inSources,
                              bool& outIsUnpredicted) const;
+    template <bool kIsHalf, std::size_t kCount>
+    DecodeStatus PredictFrom(const Surface& inTarget, const Place& inPlace, const Sources& inSources,
+                             bool& outIsUnpredicted) const;
     template <std::int32_t kPartHeight>
     static bool Locate(const Source& inSource, const Place& inPlace, References& outReferences);
     static bool MoveInside(const Place& inMost, std::ptrdiff_t inStep, bool inIsBottomField,

@@ -1,21 +1,7 @@
-// What few vectors need: concealment and dual prime (ISO/IEC 13818-2, 7.6.3).
+// Dual prime arithmetic (ISO/IEC 13818-2, 7.6.3.6).
 #include "mpeg2/MotionVectors.h"
 
 namespace Vexmora {
-
-DecodeStatus MotionVectorDecoder::DecodeConcealment(HeaderBits& ioBits) {
-    Prediction unused;
-    unused.directions[kForward] = true;
-    const DecodeStatus status = Decode(ioBits, unused);
-    if (status != DecodeStatus::Ok) return status;
-    return ioBits.Take(1) != 0 ? DecodeStatus::Ok : DecodeStatus::InvalidData;
-}
-
-// dmvector
-std::int32_t MotionVectorDecoder::ReadDualPrimeDifference(HeaderBits& ioBits) {
-    if (ioBits.Take(1) == 0) return 0;
-    return ioBits.Take(1) != 0 ? -1 : 1;
-}
 
 // The vector is stretched over the time between the fields; the lines of the two fields lie half a line
 // apart.

@@ -49,7 +49,7 @@ class MotionVectorDecoder {
     explicit MotionVectorDecoder(const PictureContext& inPicture)
         : mPicture(inPicture),
           mMotionCodeTable(inPicture.tables.motionCode),
-          mFCode(inPicture.parameters.picture.fCode),
+          mCoding{CodingOf(inPicture, kForward), CodingOf(inPicture, kBackward)},
           mIsFrame(inPicture.IsFrame()) {}
 
     /// Reads the vectors of all directions that ioPrediction has.
@@ -70,82 +70,121 @@ class MotionVectorDecoder {
     // [first or second vector][direction][horizontal, vertical]
     using Predictors = std::array<std::array<std::array<std::int16_t, 2>, 2>, 2>;
 
-    DecodeStatus DecodeVector(HeaderBits& ioBits, Prediction& ioPrediction, std::size_t inVector,
-                              Direction inDirection);
-    bool DecodeComponent(HeaderBits& ioBits, std::uint32_t inFCode, std::int32_t inPredictor,
+    // How the vectors of a direction are coded.
+    struct Coding {
+        std::array<std::uint32_t, 2> r_size;
+        bool isKnown;  // some header said it
+        bool isShort;  // both components have 31 bits at most
+    };
+    static Coding CodingOf(const PictureContext& inPicture, Direction inDirection) {
+        constexpr std::uint32_t kLongestCodes = 2 * 11;
+        const auto& f_code = inPicture.parameters.picture.fCode[inDirection];
+        return {.r_size = {f_code[0] - 1, f_code[1] - 1},
+                .isKnown = f_code[0] != 0 && f_code[1] != 0,
+                .isShort = kLongestCodes + f_code[0] + f_code[1] - 2 <= 31};
+    }
+
+    DecodeStatus DecodeVectors(HeaderBits& ioBits, Prediction& ioPrediction, Direction inDirection);
+    bool DecodeVector(HeaderBits& ioBits, Prediction& ioPrediction, std::size_t inVector,
+                      Direction inDirection);
+    bool DecodeComponent(HeaderBits& ioBits, std::uint32_t inRSize, std::int32_t inPredictor,
                          std::int16_t& outComponent) const;
     void DeriveDualPrimeVectors(Prediction& ioPrediction, std::int32_t inDifferenceX,
                                 std::int32_t inDifferenceY) const;
-    static std::int32_t ReadDualPrimeDifference(HeaderBits& ioBits);
+    static std::int32_t TakeDualPrimeDifference(HeaderBits& ioBits);
 
     const PictureContext& mPicture;
     const VlcTable& mMotionCodeTable;
-    const std::array<std::array<std::uint32_t, 2>, 2> mFCode;
+    const std::array<Coding, 2> mCoding;
     const bool mIsFrame;
     Predictors mPredictors{};
 };
 
 // Here, so that whoever calls them can keep the bits in registers from one vector to the next.
+
 inline DecodeStatus MotionVectorDecoder::Decode(HeaderBits& ioBits, Prediction& ioPrediction) {
-    const std::size_t count = ioPrediction.type == MotionType::Halves ? 2 : 1;
     for (const Direction direction : {kForward, kBackward}) {
         if (!ioPrediction.directions[direction]) continue;
-        if (mFCode[direction][0] == 0 || mFCode[direction][1] == 0)
-            return DecodeStatus::InvalidData;  // no header gave one
-        for (std::size_t vector = 0; vector < count; ++vector) {
-            const DecodeStatus status = DecodeVector(ioBits, ioPrediction, vector, direction);
-            if (status != DecodeStatus::Ok) return status;
-        }
-        if (count == 1) mPredictors[1][direction] = mPredictors[0][direction];
+        const DecodeStatus status = DecodeVectors(ioBits, ioPrediction, direction);
+        if (status != DecodeStatus::Ok) return status;
     }
     return DecodeStatus::Ok;
 }
 
-inline DecodeStatus MotionVectorDecoder::DecodeVector(HeaderBits& ioBits, Prediction& ioPrediction,
-                                                      std::size_t inVector, Direction inDirection) {
+inline DecodeStatus MotionVectorDecoder::DecodeConcealment(HeaderBits& ioBits) {
+    Prediction unused;
+    const DecodeStatus status = DecodeVectors(ioBits, unused, kForward);
+    if (status != DecodeStatus::Ok) return status;
+    return ioBits.Take(1) != 0 ? DecodeStatus::Ok : DecodeStatus::InvalidData;
+}
+
+inline DecodeStatus MotionVectorDecoder::DecodeVectors(HeaderBits& ioBits, Prediction& ioPrediction,
+                                                       Direction inDirection) {
+    if (!mCoding[inDirection].isKnown) return DecodeStatus::InvalidData;
+    const std::size_t count = ioPrediction.type == MotionType::Halves ? 2 : 1;
+    for (std::size_t vector = 0; vector < count; ++vector) {
+        if (!DecodeVector(ioBits, ioPrediction, vector, inDirection)) return DecodeStatus::Failed;
+    }
+    if (count == 1) mPredictors[1][inDirection] = mPredictors[0][inDirection];
+    return DecodeStatus::Ok;
+}
+
+// False if a code is not in its table.
+inline bool MotionVectorDecoder::DecodeVector(HeaderBits& ioBits, Prediction& ioPrediction,
+                                              std::size_t inVector, Direction inDirection) {
     // Predictors count lines of the picture; vectors of a frame's fields count lines of the field.
-    const bool isFieldOfFrame = mIsFrame && ioPrediction.type != MotionType::Whole;
+    const unsigned halved = mIsFrame && ioPrediction.type != MotionType::Whole ? 1 : 0;
     const bool isDualPrime = ioPrediction.type == MotionType::DualPrime;
-    if (!isDualPrime && (isFieldOfFrame || !mIsFrame)) {
-        ioPrediction.fromBottomField[inVector][inDirection] = ioBits.Take(1) != 0;
+    if (!isDualPrime && (halved != 0 || !mIsFrame)) {
+        ioPrediction.fromBottomField[inVector][inDirection] = ioBits.Show(0, 1) != 0;
+        ioBits.Pass(1);
     }
     auto& predictor = mPredictors[inVector][inDirection];
-    const auto& fCode = mFCode[inDirection];
+    const Coding& coding = mCoding[inDirection];
     MotionVector& vector = ioPrediction.vectors[inVector][inDirection];
 
-    if (!DecodeComponent(ioBits, fCode[0], predictor[0], vector.x)) return DecodeStatus::Failed;
+    if (!DecodeComponent(ioBits, coding.r_size[0], predictor[0], vector.x)) return false;
     predictor[0] = vector.x;
-    const std::int32_t differenceX = isDualPrime ? ReadDualPrimeDifference(ioBits) : 0;
+    if (!coding.isShort || isDualPrime) ioBits.Refill();
+    const std::int32_t differenceX = isDualPrime ? TakeDualPrimeDifference(ioBits) : 0;
 
-    const unsigned halved = isFieldOfFrame ? 1 : 0;
-    if (!DecodeComponent(ioBits, fCode[1], predictor[1] >> halved, vector.y)) return DecodeStatus::Failed;
+    if (!DecodeComponent(ioBits, coding.r_size[1], predictor[1] >> halved, vector.y)) return false;
     predictor[1] = static_cast<std::int16_t>(vector.y * (1 << halved));
-    if (isDualPrime) DeriveDualPrimeVectors(ioPrediction, differenceX, ReadDualPrimeDifference(ioBits));
-    return DecodeStatus::Ok;
+    ioBits.Refill();
+    if (isDualPrime) DeriveDualPrimeVectors(ioPrediction, differenceX, TakeDualPrimeDifference(ioBits));
+    return true;
 }
 
-// False if the code is not in its table. Wild f_codes give values beyond 16 bits, which are cut.
-inline bool MotionVectorDecoder::DecodeComponent(HeaderBits& ioBits, std::uint32_t inFCode,
+// Passes over 25 bits at most. Wild f_codes give values beyond 16 bits, which are cut.
+inline bool MotionVectorDecoder::DecodeComponent(HeaderBits& ioBits, std::uint32_t inRSize,
                                                  std::int32_t inPredictor, std::int16_t& outComponent) const {
     const VlcEntry code = ioBits.Find(mMotionCodeTable);
     if (code.length == 0) return false;
     const auto length = static_cast<unsigned>(code.length);
     const std::int32_t motion_code = code.value;
-    const std::int32_t sign = motion_code >> 31;  // -1 or 0
-    // A motion_code of 0 has no motion_residual: what follows makes a difference of 0 of it then. Both
-    // together have at most 25 bits.
-    const std::uint32_t r_size = inFCode - 1;
-    const std::uint32_t residual_bits = motion_code == 0 ? 0 : r_size;
-    const auto motion_residual =
-        static_cast<std::int32_t>((ioBits.Bits() << length >> 1) >> (63 - residual_bits));
-    ioBits.Skip(length + residual_bits);
-    const std::int32_t magnitude =
-        (((motion_code ^ sign) - sign - 1) * (1 << residual_bits)) + motion_residual + 1;
+    std::int32_t delta = 0;
+    if (motion_code == 0) {
+        ioBits.Pass(length);
+    } else {
+        const auto motion_residual =
+            static_cast<std::int32_t>((ioBits.Bits() << length >> 1) >> (63 - inRSize));
+        ioBits.Pass(length + inRSize);
+        const std::int32_t sign = motion_code >> 31;  // -1 or 0
+        const std::int32_t magnitude =
+            (((motion_code ^ sign) - sign - 1) * (1 << inRSize)) + motion_residual + 1;
+        delta = (magnitude ^ sign) - sign;
+    }
     // Components wrap within the range of their f_code, 32 << r_size.
-    const auto component = static_cast<std::uint32_t>(inPredictor + ((magnitude ^ sign) - sign));
-    const std::uint32_t above = 27 - r_size;
-    outComponent = static_cast<std::int16_t>(static_cast<std::int32_t>(component << above) >> above);
+    const std::uint32_t above = 27 - inRSize;
+    const auto component = static_cast<std::uint32_t>(inPredictor + delta) << above;
+    outComponent = static_cast<std::int16_t>(static_cast<std::int32_t>(component) >> above);
     return true;
+}
+
+// dmvector
+inline std::int32_t MotionVectorDecoder::TakeDualPrimeDifference(HeaderBits& ioBits) {
+    if (ioBits.Take(1) == 0) return 0;
+    return ioBits.Take(1) != 0 ? -1 : 1;
 }
 
 }  // namespace Vexmora

@@ -1,6 +1,7 @@
 // A place in coded data that is kept in registers while many codes are read in a row.
 #pragma once
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -20,30 +21,33 @@ class BitCursor {
     explicit BitCursor(const BitWindowState& inState)
         : mBits(inState.bits),
           mValidBits(inState.validBits),
-          mNext(inState.data + inState.nextWord * kWordBytes),
-          mState(inState),
-          mNextWord(inState.nextWord) {}
+          mNextWord(inState.nextWord),
+          mData(inState.data),
+          mWordCount(inState.wordCount) {}
 
+    /// The next bits, from the top: all 64 after Refill, 64 less those passed over since otherwise.
     std::uint64_t Bits() const { return mBits; }
-    /// The inCount bits behind the first inPassed; at most 32 together, inCount not 0.
+    /// The inCount bits behind the first inPassed, inCount not 0.
     std::uint32_t Show(unsigned inPassed, unsigned inCount) const {
         return static_cast<std::uint32_t>(mBits << inPassed >> (64 - inCount));
     }
-    /// Passes over inCount % 64 bits, at most 32, and makes 32 valid.
-    void Skip(std::uint32_t inCount) {
+    /// Passes over inCount % 64 bits; at most 32 from one Refill to the next.
+    void Pass(std::uint32_t inCount) {
         mBits <<= inCount % 64;
         mValidBits -= inCount % 64;
-        std::uint32_t word = 0;
-        if (kWords == Words::AllThere || mNextWord < mState.wordCount) {
-            std::memcpy(&word, mNext, sizeof word);
-        }
-        mBits |= (std::uint64_t{word} << 32) >> mValidBits;
-        const std::size_t counted = (~mValidBits / 32) & 1;
-        mNext += counted * kWordBytes;
-        mNextWord += counted;
+    }
+    /// Puts two words behind the bits that are valid, and counts the first one if there is room for all of
+    /// it. No branch depends on their number, which no processor could predict.
+    void Refill() {
+        mBits |= NextWords() >> mValidBits;
+        mNextWord = mNextWord + 1 - mValidBits / 32;
         mValidBits |= 32;
     }
-    /// Shows and passes over inCount bits, 1 to 32.
+    void Skip(std::uint32_t inCount) {
+        Pass(inCount);
+        Refill();
+    }
+    /// Shows and skips inCount bits, 1 to 32.
     std::uint32_t Take(unsigned inCount) {
         const std::uint32_t bits = Show(0, inCount);
         Skip(inCount);
@@ -63,27 +67,37 @@ class BitCursor {
 
     /// Whether bits were passed over that lie behind the data.
     bool IsBehindEnd() const {
-        return kWords == Words::MayEnd && mNextWord * 32 - mValidBits > mState.wordCount * 32;
+        return kWords == Words::MayEnd && mNextWord * 32 - mValidBits > mWordCount * 32;
     }
     /// False, without storing, if bits were passed over that lie behind the data.
     [[nodiscard]] bool Store(BitWindowState& outState) const {
         if (IsBehindEnd()) return false;
         outState.bits = mBits;
         outState.validBits = mValidBits;
-        outState.nextWord = kWords == Words::AllThere
-                                ? static_cast<std::size_t>(mNext - mState.data) / kWordBytes
-                                : mNextWord;
+        outState.nextWord = mNextWord;
         return true;
     }
 
   private:
     static constexpr std::size_t kWordBytes = 4;
 
+    std::uint64_t NextWords() const {
+        const std::uint8_t* const next = mData + mNextWord * kWordBytes;
+        if (kWords == Words::AllThere || mNextWord + 1 < mWordCount) [[likely]] {
+            std::uint64_t both;
+            std::memcpy(&both, next, sizeof both);
+            return std::endian::native == std::endian::little ? std::rotl(both, 32) : both;
+        }
+        std::uint32_t first = 0;
+        if (mNextWord < mWordCount) std::memcpy(&first, next, sizeof first);
+        return std::uint64_t{first} << 32;
+    }
+
     std::uint64_t mBits;
     std::uint32_t mValidBits;
-    const std::uint8_t* mNext;
-    const BitWindowState& mState;
-    std::size_t mNextWord;  // only where the data may end
+    std::size_t mNextWord;
+    const std::uint8_t* mData;
+    std::size_t mWordCount;
 };
 
 }  // namespace Vexmora
