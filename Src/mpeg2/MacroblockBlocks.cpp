@@ -1,6 +1,7 @@
 // Block layer of macroblocks (ISO/IEC 13818-2, 7.2 to 7.5), and the colour of macroblocks in error.
 #include "mpeg2/MacroblockBlocks.h"
 
+#include <bit>
 #include <cstring>
 
 #include "mpeg2/QuantiserScale.h"
@@ -9,10 +10,10 @@
 namespace Vexmora {
 namespace {
 
-// coded_block_pattern
-constexpr std::uint32_t kPatternFirstLuma = 32;
-constexpr std::uint32_t kPatternCb = 2;
-constexpr std::uint32_t kPatternCr = 1;
+// coded_block_pattern has a bit for each block, the first block's uppermost.
+constexpr std::size_t kBlocks = 6;
+constexpr std::uint32_t kTopBit = 0x80000000;
+constexpr unsigned kBitsAbovePattern = 32 - kBlocks;
 
 constexpr std::uint8_t kErrorLuma = 81;
 constexpr std::uint8_t kErrorCb = 90;
@@ -120,23 +121,28 @@ DecodeStatus MacroblockBlocks<kScale>::AddResidual(std::uint32_t inPattern,
     return status;
 }
 
+// From coded block to coded block, since a processor foresees their number better than which ones they are.
 template <DecodeScale kScale>
 DecodeStatus MacroblockBlocks<kScale>::AddBlocks(std::uint32_t inPattern, const Target& inTarget,
                                                  bool inIsFieldDct) {
-    for (std::size_t block = 0; block < kLumaBlocks; ++block) {
-        if ((inPattern & (kPatternFirstLuma >> block)) == 0) continue;
-        const BlockPlace place = PlaceOf(block, inIsFieldDct);
-        const DecodeStatus status = AddNonIntraBlock(
-            mNonIntraLuma, inTarget.luma.samples + place.line * inTarget.luma.step + place.column,
-            place.lineStep * inTarget.luma.step);
+    const std::ptrdiff_t lumaStep = inIsFieldDct ? 2 * inTarget.luma.step : inTarget.luma.step;
+    std::uint8_t* const lower =
+        inTarget.luma.samples + (inIsFieldDct ? 1 : kBlockHeight) * inTarget.luma.step;
+    const std::array<std::uint8_t*, kBlocks> samples{inTarget.luma.samples,
+                                                     inTarget.luma.samples + kBlockWidth,
+                                                     lower,
+                                                     lower + kBlockWidth,
+                                                     inTarget.cb.samples,
+                                                     inTarget.cr.samples};
+    for (std::uint32_t rest = inPattern << kBitsAbovePattern; rest != 0;) {
+        const auto block = static_cast<std::size_t>(std::countl_zero(rest));
+        rest &= ~(kTopBit >> block);
+        const bool isLuma = block < kLumaBlocks;
+        const DecodeStatus status = AddNonIntraBlock(isLuma ? mNonIntraLuma : mNonIntraChroma, samples[block],
+                                                     isLuma ? lumaStep : inTarget.cb.step);
         if (status != DecodeStatus::Ok) return status;
     }
-    if ((inPattern & kPatternCb) != 0) {
-        const DecodeStatus status = AddNonIntraBlock(mNonIntraChroma, inTarget.cb.samples, inTarget.cb.step);
-        if (status != DecodeStatus::Ok) return status;
-    }
-    if ((inPattern & kPatternCr) == 0) return DecodeStatus::Ok;
-    return AddNonIntraBlock(mNonIntraChroma, inTarget.cr.samples, inTarget.cr.step);
+    return DecodeStatus::Ok;
 }
 
 template <DecodeScale kScale>
