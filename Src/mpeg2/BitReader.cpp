@@ -5,7 +5,6 @@ namespace Vexmora {
 
 namespace {
 
-constexpr unsigned kWordBits = BitWindow::kWordBits;
 constexpr unsigned kWordBytes = BitWindow::kWordBytes;
 constexpr unsigned kStartCodeBits = 32;
 
@@ -22,13 +21,6 @@ BitReader::BitReader(const CodedPictureBuffer& inBuffer)
       mSize(inBuffer.Size()),
       mNextCode(inBuffer.Start().nextCode),
       mTable(&inBuffer.StartCodes()) {}
-
-std::int64_t BitReader::BytesLeft() const {
-    const std::size_t bit = mBits.NextBit();
-    const auto wordOffset = static_cast<std::int64_t>(bit / kWordBits * kWordBytes);
-    const auto bitIndex = static_cast<std::int64_t>(kWordBits - 1 - bit % kWordBits);
-    return std::int64_t{mSize} - wordOffset - ((bitIndex + 7) >> 3);
-}
 
 const StartCodeRecord* BitReader::NextRecord() const {
     return mNextCode < mTable->records.size() ? &mTable->records[mNextCode] : nullptr;

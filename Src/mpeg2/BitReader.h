@@ -40,7 +40,13 @@ class BitReader {
 
     /// The bytes held, less the offset of the word with the next bit, less the bytes of that word in which
     /// bits are left, a byte of which only one bit is left not counted. Slices end where it is 0.
-    std::int64_t BytesLeft() const;
+    std::int64_t BytesLeft() const {
+        constexpr unsigned kWordBits = BitWindow::kWordBits;
+        const std::size_t bit = mBits.NextBit();
+        const auto wordOffset = static_cast<std::int64_t>(bit / kWordBits * BitWindow::kWordBytes);
+        const auto bitIndex = static_cast<std::int64_t>(kWordBits - 1 - bit % kWordBits);
+        return std::int64_t{mSize} - wordOffset - ((bitIndex + 7) >> 3);
+    }
 
     /// Moves to the next start code, whose 32 bits then come next, and returns it; 0 without moving if there
     /// is none.

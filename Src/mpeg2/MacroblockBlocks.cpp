@@ -1,6 +1,7 @@
 // Block layer of macroblocks (ISO/IEC 13818-2, 7.2 to 7.5), and the colour of macroblocks in error.
 #include "mpeg2/MacroblockBlocks.h"
 
+#include <bit>
 #include <cstring>
 
 #include "mpeg2/QuantiserScale.h"
@@ -9,10 +10,10 @@
 namespace Vexmora {
 namespace {
 
-// coded_block_pattern
-constexpr std::uint32_t kPatternFirstLuma = 32;
-constexpr std::uint32_t kPatternCb = 2;
-constexpr std::uint32_t kPatternCr = 1;
+// coded_block_pattern has a bit for each block, the first block's uppermost.
+constexpr std::size_t kBlocks = 6;
+constexpr std::uint32_t kTopBit = 0x80000000;
+constexpr unsigned kBitsAbovePattern = 32 - kBlocks;
 
 constexpr std::uint8_t kErrorLuma = 81;
 constexpr std::uint8_t kErrorCb = 90;
@@ -22,12 +23,12 @@ constexpr std::uint8_t kErrorCr = 239;
 
 template <DecodeScale kScale>
 MacroblockBlocks<kScale>::MacroblockBlocks(const PictureContext& inPicture, BitReader& ioReader)
-    : mPicture(inPicture), mReader(ioReader) {
+    : mPicture(inPicture), mReader(ioReader), mFirstTarget(FirstTarget(inPicture)) {
     const DecodingTableSet& tables = inPicture.tables;
     const DecodingParameters& parameters = inPicture.parameters;
     const QuantiserMatrices& matrices = parameters.matrices;
-    const std::uint8_t* const scan =
-        (parameters.picture.alternateScan != 0 ? kAlternateScanByColumns : kZigzagScanByColumns).data();
+    const bool isAlternate = parameters.picture.alternateScan != 0;
+    const std::uint8_t* const scan = (isAlternate ? kAlternateScanByColumns : kZigzagScanByColumns).data();
 
     mIntraLuma = {
         .dcSizeTable = ViewOf(tables.dctDcSizeLuminance),
@@ -53,12 +54,14 @@ MacroblockBlocks<kScale>::MacroblockBlocks(const PictureContext& inPicture, BitR
 
 // Null stands for 16 everywhere where that is allowed.
 template <DecodeScale kScale>
-const std::uint16_t* MacroblockBlocks<kScale>::Weights(MatrixSource inSource,
-                                                       std::array<std::uint16_t, 64>& outByColumns) const {
+const std::uint16_t* MacroblockBlocks<kScale>::Weights(
+    MatrixSource inSource, std::array<std::uint16_t, 64>& outInCodingOrder) const {
     const QuantiserMatrix* const matrix = mPicture.parameters.matrices.Find(inSource);
     if (matrix == nullptr) return nullptr;
-    for (std::size_t i = 0; i < 64; ++i) outByColumns[i] = (*matrix)[i % 8 * 8 + i / 8];
-    return outByColumns.data();
+    const bool isAlternate = mPicture.parameters.picture.alternateScan != 0;
+    const ScanOrder& scan = isAlternate ? kAlternateScan : kZigzagScan;
+    for (std::size_t i = 0; i < 64; ++i) outInCodingOrder[i] = (*matrix)[scan[i]];
+    return outInCodingOrder.data();
 }
 
 template <DecodeScale kScale>
@@ -88,6 +91,7 @@ template <DecodeScale kScale>
 DecodeStatus MacroblockBlocks<kScale>::AddResidual(std::uint32_t inPattern,
                                                    const MacroblockPosition& inPosition, bool inIsFieldDct,
                                                    const UnpredictedLines& inUnpredicted) {
+    if (inPattern == 0) return DecodeStatus::Ok;
     const Target target = TargetAt(inPosition);
     if (!inUnpredicted.Any()) [[likely]]
         return AddBlocks(inPattern, target, inIsFieldDct);
@@ -117,23 +121,28 @@ DecodeStatus MacroblockBlocks<kScale>::AddResidual(std::uint32_t inPattern,
     return status;
 }
 
+// From coded block to coded block, since a processor foresees their number better than which ones they are.
 template <DecodeScale kScale>
 DecodeStatus MacroblockBlocks<kScale>::AddBlocks(std::uint32_t inPattern, const Target& inTarget,
                                                  bool inIsFieldDct) {
-    for (std::size_t block = 0; block < kLumaBlocks; ++block) {
-        if ((inPattern & (kPatternFirstLuma >> block)) == 0) continue;
-        const BlockPlace place = PlaceOf(block, inIsFieldDct);
-        const DecodeStatus status = AddNonIntraBlock(
-            mNonIntraLuma, inTarget.luma.samples + place.line * inTarget.luma.step + place.column,
-            place.lineStep * inTarget.luma.step);
+    const std::ptrdiff_t lumaStep = inIsFieldDct ? 2 * inTarget.luma.step : inTarget.luma.step;
+    std::uint8_t* const lower =
+        inTarget.luma.samples + (inIsFieldDct ? 1 : kBlockHeight) * inTarget.luma.step;
+    const std::array<std::uint8_t*, kBlocks> samples{inTarget.luma.samples,
+                                                     inTarget.luma.samples + kBlockWidth,
+                                                     lower,
+                                                     lower + kBlockWidth,
+                                                     inTarget.cb.samples,
+                                                     inTarget.cr.samples};
+    for (std::uint32_t rest = inPattern << kBitsAbovePattern; rest != 0;) {
+        const auto block = static_cast<std::size_t>(std::countl_zero(rest));
+        rest &= ~(kTopBit >> block);
+        const bool isLuma = block < kLumaBlocks;
+        const DecodeStatus status = AddNonIntraBlock(isLuma ? mNonIntraLuma : mNonIntraChroma, samples[block],
+                                                     isLuma ? lumaStep : inTarget.cb.step);
         if (status != DecodeStatus::Ok) return status;
     }
-    if ((inPattern & kPatternCb) != 0) {
-        const DecodeStatus status = AddNonIntraBlock(mNonIntraChroma, inTarget.cb.samples, inTarget.cb.step);
-        if (status != DecodeStatus::Ok) return status;
-    }
-    if ((inPattern & kPatternCr) == 0) return DecodeStatus::Ok;
-    return AddNonIntraBlock(mNonIntraChroma, inTarget.cr.samples, inTarget.cr.step);
+    return DecodeStatus::Ok;
 }
 
 template <DecodeScale kScale>
@@ -149,19 +158,27 @@ DecodeStatus MacroblockBlocks<kScale>::PaintError(const MacroblockPosition& inPo
 }
 
 template <DecodeScale kScale>
-auto MacroblockBlocks<kScale>::TargetAt(const MacroblockPosition& inPosition) const -> Target {
-    const YV12Frame& output = mPicture.output;
-    const Lines lines = LinesOf(mPicture.parameters.picture);
-    const auto at = [&](std::uint8_t* inPlane, std::ptrdiff_t inPitch, std::int32_t inBlocks) {
-        const std::ptrdiff_t step = lines == Lines::Frame ? inPitch : 2 * inPitch;
-        std::uint8_t* const firstLine = lines == Lines::BottomField ? inPlane + inPitch : inPlane;
-        return PixelBlock{firstLine + inPosition.row * inBlocks * kBlockHeight * step +
-                              inPosition.column * inBlocks * kBlockWidth,
-                          step};
+auto MacroblockBlocks<kScale>::FirstTarget(const PictureContext& inPicture) -> Target {
+    const YV12Frame& output = inPicture.output;
+    const Lines lines = LinesOf(inPicture.parameters.picture);
+    const auto linesOf = [lines](std::uint8_t* inPlane, std::ptrdiff_t inPitch) {
+        return PixelBlock{lines == Lines::BottomField ? inPlane + inPitch : inPlane,
+                          lines == Lines::Frame ? inPitch : 2 * inPitch};
     };
     const PlanePitches pitches = PitchesAt(kScale, output.pitch);
-    return {at(output.luma, pitches.luma, 2), at(output.cb, pitches.chroma, 1),
-            at(output.cr, pitches.chroma, 1)};
+    return {linesOf(output.luma, pitches.luma), linesOf(output.cb, pitches.chroma),
+            linesOf(output.cr, pitches.chroma)};
+}
+
+template <DecodeScale kScale>
+auto MacroblockBlocks<kScale>::TargetAt(const MacroblockPosition& inPosition) const -> Target {
+    Target target = mFirstTarget;
+    const std::ptrdiff_t line = inPosition.row * kBlockHeight;  // of chroma
+    const std::ptrdiff_t column = inPosition.column * kBlockWidth;
+    target.luma.samples += 2 * (line * target.luma.step + column);
+    target.cb.samples += line * target.cb.step + column;
+    target.cr.samples += line * target.cr.step + column;
+    return target;
 }
 
 template <DecodeScale kScale>

@@ -52,6 +52,7 @@ class MacroblockBlocks {
         std::ptrdiff_t lineStep;
     };
 
+    static Target FirstTarget(const PictureContext& inPicture);
     Target TargetAt(const MacroblockPosition& inPosition) const;
     static BlockPlace PlaceOf(std::size_t inLumaBlock, bool inIsFieldDct);
     DecodeStatus DecodeIntraBlock(const IntraBlockCoding& inCoding, std::int16_t& ioDcPredictor,
@@ -59,16 +60,18 @@ class MacroblockBlocks {
     DecodeStatus AddNonIntraBlock(const NonIntraBlockCoding& inCoding, std::uint8_t* ioSamples,
                                   std::ptrdiff_t inStep);
     DecodeStatus AddBlocks(std::uint32_t inPattern, const Target& inTarget, bool inIsFieldDct);
-    const std::uint16_t* Weights(MatrixSource inSource, std::array<std::uint16_t, 64>& outByColumns) const;
+    const std::uint16_t* Weights(MatrixSource inSource,
+                                 std::array<std::uint16_t, 64>& outInCodingOrder) const;
 
     const PictureContext& mPicture;
     BitReader& mReader;
+    const Target mFirstTarget;  // of the macroblock in the upper left corner
     IntraBlockCoding mIntraLuma;
     IntraBlockCoding mIntraChroma;
     NonIntraBlockCoding mNonIntraLuma;
     NonIntraBlockCoding mNonIntraChroma;
     std::array<std::int16_t, 3> mDcPredictors{};
-    std::array<std::array<std::uint16_t, 64>, 4> mWeights;  // of the four kinds of blocks, column by column
+    std::array<std::array<std::uint16_t, 64>, 4> mWeights;  // of the four kinds of blocks, in coding order
 
     CoefficientBlock mCoefficients;
 };

@@ -4,7 +4,6 @@
 #include <algorithm>
 
 #include "Vexmora/Records.h"
-#include "mpeg2/vlc/VlcLists.h"
 
 namespace Vexmora {
 namespace {
@@ -25,12 +24,17 @@ MacroblockDecoder<kScale>::MacroblockDecoder(const PictureContext& inPicture, Bi
                                              const RowRange& inRows, std::uint32_t inQuantiserScaleCode)
     : mPicture(inPicture),
       mPictureType(inPicture.parameters.picture.pictureCodingType),
+      mTypeTable(TypeTable(inPicture.tables, mPictureType)),
+      mIsFrame(inPicture.IsFrame()),
+      mIsFlexibleFrame(mIsFrame && inPicture.parameters.picture.framePredFrameDct == 0),
+      mColumns(inPicture.MacroblockColumns()),
       mReader(ioReader),
       mBlocks(inPicture, ioReader),
-      mMotionVectors(inPicture, ioReader),
+      mMotionVectors(inPicture),
       mMotionCompensation(inPicture),
-      mAddress(std::int64_t{inRows.first} * inPicture.MacroblockColumns() - 1),
-      mEndAddress(std::int64_t{inRows.end} * inPicture.MacroblockColumns()) {
+      mAddress(std::int64_t{inRows.first} * mColumns - 1),
+      mEndAddress(std::int64_t{inRows.end} * mColumns),
+      mPosition{mColumns, 0} {
     mBlocks.SetQuantiserScaleCode(inQuantiserScaleCode);
 }
 
@@ -40,17 +44,42 @@ DecodeStatus MacroblockDecoder<kScale>::DecodeMacroblock() {
     if (bytesLeft == 0) return DecodeStatus::Ok;
     if (bytesLeft < 0) return DecodeStatus::InvalidData;
 
+    Header header;
+    DecodeStatus status = ReadHeader(header);
+    if (status != DecodeStatus::Ok) return status;
+
+    if (header.Has(kMacroblockIntra)) return mBlocks.DecodeIntra(mPosition, header.isFieldDct);
+    UnpredictedLines unpredicted;
+    status = mMotionCompensation.Predict(header.prediction, mPosition, unpredicted);
+    if (status != DecodeStatus::Ok) return status;
+    return mBlocks.AddResidual(static_cast<std::uint32_t>(header.coded_block_pattern), mPosition,
+                               header.isFieldDct, unpredicted);
+}
+
+// All that it calls is put in its place, so that the bits stay in registers.
+template <DecodeScale kScale>
+[[gnu::flatten]] DecodeStatus MacroblockDecoder<kScale>::ReadHeader(Header& outHeader) {
+    HeaderBits bits(mReader.Bits());
     std::int64_t increment = 0;
-    DecodeStatus status = ReadAddressIncrement(increment);
+    DecodeStatus status = ReadAddressIncrement(bits, increment);
     if (status != DecodeStatus::Ok) return status;
     status = Advance(increment);
     if (status != DecodeStatus::Ok) return status;
-
-    Modes modes;
-    Prediction prediction;
-    status = ReadModes(modes, prediction);
+    status = ReadModes(bits, outHeader);
     if (status != DecodeStatus::Ok) return status;
-    return (modes.type & kMacroblockIntra) != 0 ? DecodeIntra(modes) : DecodeNonIntra(modes, prediction);
+    if (outHeader.Has(kMacroblockIntra)) {
+        status = ReadIntraVectors(bits);
+    } else {
+        status = ReadVectors(bits, outHeader.prediction);
+        if (status == DecodeStatus::Ok && outHeader.Has(kMacroblockPattern)) {
+            const VlcEntry code = bits.Find(mPicture.tables.codedBlockPattern);
+            bits.Skip(static_cast<std::uint32_t>(code.length));
+            outHeader.coded_block_pattern = code.value;
+            if (code.length == 0) return DecodeStatus::Failed;
+        }
+    }
+    if (status != DecodeStatus::Ok) return status;
+    return bits.Store(mReader.Bits()) ? DecodeStatus::Ok : DecodeStatus::Failed;
 }
 
 template <DecodeScale kScale>
@@ -60,34 +89,35 @@ void MacroblockDecoder<kScale>::PaintError() const {
 
 // Escapes end with the data at the latest, behind which there are only zeros.
 template <DecodeScale kScale>
-DecodeStatus MacroblockDecoder<kScale>::ReadAddressIncrement(std::int64_t& outIncrement) {
+DecodeStatus MacroblockDecoder<kScale>::ReadAddressIncrement(HeaderBits& ioBits,
+                                                             std::int64_t& outIncrement) const {
+    if (ioBits.Show(0, 1) != 0) {
+        ioBits.Skip(1);
+        outIncrement = 1;
+        return DecodeStatus::Ok;
+    }
     const bool isPredictedFrame =
-        mPicture.IsFrame() && (mPictureType == kPictureTypeP || mPictureType == kPictureTypeB);
-    if (isPredictedFrame && mReader.ShowBits(kEscapeBits) == 0) return DecodeStatus::NoAddressIncrement;
+        mIsFrame && (mPictureType == kPictureTypeP || mPictureType == kPictureTypeB);
+    if (isPredictedFrame && ioBits.Show(0, kEscapeBits) == 0) return DecodeStatus::NoAddressIncrement;
     std::int64_t escapes = 0;
-    while (mReader.ShowBits(kEscapeBits) == kEscapeCode) {
+    while (ioBits.Show(0, kEscapeBits) == kEscapeCode) {
         escapes += kEscapeIncrement;
-        mReader.SkipBits(kEscapeBits);
+        ioBits.Skip(kEscapeBits);
     }
-    std::int32_t macroblock_address_increment = 0;
-    if (!GetCode(mPicture.tables.macroblockAddressIncrement, macroblock_address_increment)) {
-        return DecodeStatus::Failed;
-    }
-    outIncrement = escapes + macroblock_address_increment;
+    const VlcEntry code = ioBits.Find(mPicture.tables.macroblockAddressIncrement);
+    ioBits.Skip(static_cast<std::uint32_t>(code.length));
+    if (code.length == 0 || ioBits.IsBehindEnd()) return DecodeStatus::Failed;
+    outIncrement = escapes + code.value;
     return DecodeStatus::Ok;
 }
 
-// Reconstructs the macroblocks that are passed over and arrives at the one that is coded. Where a slice
-// begins, none were skipped.
+// Arrives at the macroblock that is coded. Where a slice begins, none were skipped.
 template <DecodeScale kScale>
 DecodeStatus MacroblockDecoder<kScale>::Advance(std::int64_t inIncrement) {
     const std::int64_t address = mAddress + inIncrement;
-    if (!mIsFirst) {
-        for (std::int64_t skipped = mAddress + 1; skipped < std::min(address, mEndAddress); ++skipped) {
-            MoveTo(skipped);
-            const DecodeStatus status = ReconstructSkipped();
-            if (status != DecodeStatus::Ok) return status;
-        }
+    if (inIncrement != 1 && !mIsFirst) {
+        const DecodeStatus status = ReconstructSkipped(std::min(address, mEndAddress));
+        if (status != DecodeStatus::Ok) return status;
     }
     if (address < 0 || address >= mEndAddress) return DecodeStatus::InvalidData;
     MoveTo(address);
@@ -95,11 +125,26 @@ DecodeStatus MacroblockDecoder<kScale>::Advance(std::int64_t inIncrement) {
     return DecodeStatus::Ok;
 }
 
+// Reconstructs the macroblocks that are passed over, up to the one at inEnd.
+template <DecodeScale kScale>
+DecodeStatus MacroblockDecoder<kScale>::ReconstructSkipped(std::int64_t inEnd) {
+    for (std::int64_t skipped = mAddress + 1; skipped < inEnd; ++skipped) {
+        MoveTo(skipped);
+        const DecodeStatus status = ReconstructSkipped();
+        if (status != DecodeStatus::Ok) return status;
+    }
+    return DecodeStatus::Ok;
+}
+
 template <DecodeScale kScale>
 void MacroblockDecoder<kScale>::MoveTo(std::int64_t inAddress) {
+    if (inAddress == mAddress + 1 && mPosition.column + 1 < mColumns) {
+        ++mPosition.column;
+    } else {
+        mPosition = {static_cast<std::int32_t>(inAddress % mColumns),
+                     static_cast<std::int32_t>(inAddress / mColumns)};
+    }
     mAddress = inAddress;
-    mPosition = {static_cast<std::int32_t>(inAddress % mPicture.MacroblockColumns()),
-                 static_cast<std::int32_t>(inAddress / mPicture.MacroblockColumns())};
     mKnowsPosition = true;
 }
 
@@ -123,82 +168,74 @@ DecodeStatus MacroblockDecoder<kScale>::ReconstructSkipped() {
     return mMotionCompensation.Predict(prediction, mPosition, unpredicted);
 }
 
+// All of it has at most 14 bits, so that one look at them suffices.
 template <DecodeScale kScale>
-DecodeStatus MacroblockDecoder<kScale>::ReadModes(Modes& outModes, Prediction& outPrediction) {
-    if (!GetCode(TypeTable(mPicture.tables, mPictureType), outModes.type)) return DecodeStatus::Failed;
-    const std::int32_t type = outModes.type;
-    const bool isIntra = (type & kMacroblockIntra) != 0;
-    outPrediction.directions = {(type & kMacroblockMotionForward) != 0,
-                                (type & kMacroblockMotionBackward) != 0};
-    const bool hasMotion = outPrediction.directions[kForward] || outPrediction.directions[kBackward];
-    const bool isFlexibleFrame = mPicture.IsFrame() && mPicture.parameters.picture.framePredFrameDct == 0;
-    if (hasMotion && (isFlexibleFrame || !mPicture.IsFrame())) {
-        const DecodeStatus status = ReadMotionType(outPrediction.type);
+DecodeStatus MacroblockDecoder<kScale>::ReadModes(HeaderBits& ioBits, Header& outHeader) {
+    const VlcEntry code = ioBits.Find(mTypeTable);
+    if (code.length == 0) return DecodeStatus::Failed;
+    auto length = static_cast<unsigned>(code.length);
+    const auto read = [&length, &ioBits](unsigned inCount) {
+        const std::uint32_t value = ioBits.Show(length, inCount);
+        length += inCount;
+        return value;
+    };
+    outHeader.type = code.value;
+    Prediction& prediction = outHeader.prediction;
+    prediction.directions = {outHeader.Has(kMacroblockMotionForward),
+                             outHeader.Has(kMacroblockMotionBackward)};
+    const bool hasMotion = prediction.directions[kForward] || prediction.directions[kBackward];
+    if (hasMotion && (mIsFlexibleFrame || !mIsFrame)) {
+        const DecodeStatus status = InterpretMotionType(read(2), prediction.type);
         if (status != DecodeStatus::Ok) return status;
     }
-    if (isFlexibleFrame && (isIntra || (type & kMacroblockPattern) != 0)) {
-        outModes.isFieldDct = mReader.GetBits(1) != 0;
-    }
-    if ((type & kMacroblockQuant) != 0) {
-        const std::uint32_t quantiser_scale_code = mReader.GetBits(5);
+    const bool isIntra = outHeader.Has(kMacroblockIntra);
+    if (mIsFlexibleFrame && (isIntra || outHeader.Has(kMacroblockPattern)))
+        outHeader.isFieldDct = read(1) != 0;
+    if (outHeader.Has(kMacroblockQuant)) {
+        const std::uint32_t quantiser_scale_code = read(5);
         if (quantiser_scale_code == 0 && isIntra && mPictureType != kPictureTypeI) {
             return DecodeStatus::InvalidData;
         }
         mBlocks.SetQuantiserScaleCode(quantiser_scale_code);
     }
+    ioBits.Skip(length);
     return DecodeStatus::Ok;
 }
 
 // frame_motion_type or field_motion_type. Dual prime takes a reference in the past alone.
 template <DecodeScale kScale>
-DecodeStatus MacroblockDecoder<kScale>::ReadMotionType(MotionType& outType) {
-    const std::uint32_t motion_type = mReader.GetBits(2);
-    const std::uint32_t wholeType = mPicture.IsFrame() ? 2 : 1;
-    if (motion_type == 0 || (motion_type == 3 && mPictureType != kPictureTypeP)) {
-        return DecodeStatus::InvalidData;
-    }
-    outType = motion_type == 3           ? MotionType::DualPrime
-              : motion_type == wholeType ? MotionType::Whole
-                                         : MotionType::Halves;
+DecodeStatus MacroblockDecoder<kScale>::InterpretMotionType(std::uint32_t inCode, MotionType& outType) const {
+    if (inCode == 0 || (inCode == 3 && mPictureType != kPictureTypeP)) return DecodeStatus::InvalidData;
+    const std::uint32_t wholeCode = mIsFrame ? 2 : 1;
+    outType = inCode == 3           ? MotionType::DualPrime
+              : inCode == wholeCode ? MotionType::Whole
+                                    : MotionType::Halves;
     return DecodeStatus::Ok;
 }
 
 template <DecodeScale kScale>
-DecodeStatus MacroblockDecoder<kScale>::DecodeIntra(const Modes& inModes) {
+DecodeStatus MacroblockDecoder<kScale>::ReadIntraVectors(HeaderBits& ioBits) {
     if (mAddress - mLastIntraAddress > 1) mBlocks.ResetDcPredictors();
     mLastIntraAddress = mAddress;
     if (mPicture.parameters.picture.concealmentMotionVectors != 0) {
-        const DecodeStatus status = mMotionVectors.DecodeConcealment();
-        if (status != DecodeStatus::Ok) return status;
-    } else {
-        mMotionVectors.ResetPredictors();
+        return mMotionVectors.DecodeConcealment(ioBits);
     }
-    return mBlocks.DecodeIntra(mPosition, inModes.isFieldDct);
+    mMotionVectors.ResetPredictors();
+    return DecodeStatus::Ok;
 }
 
 template <DecodeScale kScale>
-DecodeStatus MacroblockDecoder<kScale>::DecodeNonIntra(const Modes& inModes, Prediction& ioPrediction) {
+DecodeStatus MacroblockDecoder<kScale>::ReadVectors(HeaderBits& ioBits, Prediction& ioPrediction) {
     if (ioPrediction.directions[kForward] || ioPrediction.directions[kBackward]) {
-        const DecodeStatus status = mMotionVectors.Decode(ioPrediction);
-        if (status != DecodeStatus::Ok) return status;
+        const DecodeStatus status = mMotionVectors.Decode(ioBits, ioPrediction);
         mLastDirections = ioPrediction.directions;
-    } else {
-        // P picture without a vector: the same place in the reference, in a field picture in the same field.
-        mMotionVectors.ResetForwardPredictors();
-        ioPrediction.directions[kForward] = true;
-        ioPrediction.fromBottomField[0][kForward] =
-            mPicture.parameters.picture.pictureStructure == kBottomField;
+        return status;
     }
-    std::int32_t coded_block_pattern = 0;
-    if ((inModes.type & kMacroblockPattern) != 0 &&
-        !GetCode(mPicture.tables.codedBlockPattern, coded_block_pattern)) {
-        return DecodeStatus::Failed;
-    }
-    UnpredictedLines unpredicted;
-    const DecodeStatus status = mMotionCompensation.Predict(ioPrediction, mPosition, unpredicted);
-    if (status != DecodeStatus::Ok) return status;
-    return mBlocks.AddResidual(static_cast<std::uint32_t>(coded_block_pattern), mPosition, inModes.isFieldDct,
-                               unpredicted);
+    // P picture without a vector: the same place in the reference, in a field picture in the same field.
+    mMotionVectors.ResetForwardPredictors();
+    ioPrediction.directions[kForward] = true;
+    ioPrediction.fromBottomField[0][kForward] = mPicture.parameters.picture.pictureStructure == kBottomField;
+    return DecodeStatus::Ok;
 }
 
 template class MacroblockDecoder<DecodeScale::Full>;

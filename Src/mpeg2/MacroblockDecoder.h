@@ -9,6 +9,7 @@
 #include "mpeg2/MotionCompensation.h"
 #include "mpeg2/MotionVectors.h"
 #include "mpeg2/PictureContext.h"
+#include "mpeg2/vlc/VlcLists.h"
 
 namespace Vexmora {
 
@@ -34,26 +35,33 @@ class MacroblockDecoder {
     void PaintError() const;
 
   private:
-    // What the macroblock header says.
-    struct Modes {
+    // What a macroblock says before its blocks.
+    struct Header {
+        bool Has(MacroblockFlag inFlag) const { return (type & inFlag) != 0; }
+
         std::int32_t type = 0;  // MacroblockFlag
         bool isFieldDct = false;
+        std::int32_t coded_block_pattern = 0;
+        Prediction prediction;
     };
 
-    DecodeStatus ReadAddressIncrement(std::int64_t& outIncrement);
+    DecodeStatus ReadHeader(Header& outHeader);
+    DecodeStatus ReadAddressIncrement(HeaderBits& ioBits, std::int64_t& outIncrement) const;
     DecodeStatus Advance(std::int64_t inIncrement);
+    [[gnu::noinline]] DecodeStatus ReconstructSkipped(std::int64_t inEnd);
     DecodeStatus ReconstructSkipped();
-    DecodeStatus ReadModes(Modes& outModes, Prediction& outPrediction);
-    DecodeStatus ReadMotionType(MotionType& outType);
-    DecodeStatus DecodeIntra(const Modes& inModes);
-    DecodeStatus DecodeNonIntra(const Modes& inModes, Prediction& ioPrediction);
-    bool GetCode(const VlcTable& inTable, std::int32_t& outValue) {
-        return mReader.GetCode(inTable, outValue);
-    }
+    DecodeStatus ReadModes(HeaderBits& ioBits, Header& outHeader);
+    DecodeStatus InterpretMotionType(std::uint32_t inCode, MotionType& outType) const;
+    DecodeStatus ReadIntraVectors(HeaderBits& ioBits);
+    DecodeStatus ReadVectors(HeaderBits& ioBits, Prediction& ioPrediction);
     void MoveTo(std::int64_t inAddress);
 
     const PictureContext& mPicture;
     const std::uint32_t mPictureType;
+    const VlcTable& mTypeTable;
+    const bool mIsFrame;
+    const bool mIsFlexibleFrame;  // a frame whose macroblocks may be coded by fields
+    const std::int32_t mColumns;
     BitReader& mReader;
     MacroblockBlocks<kScale> mBlocks;
     MotionVectorDecoder mMotionVectors;
@@ -64,7 +72,7 @@ class MacroblockDecoder {
     const std::int64_t mEndAddress;
     std::int64_t mLastIntraAddress = -2;
     bool mIsFirst = true;
-    MacroblockPosition mPosition;
+    MacroblockPosition mPosition;  // of mAddress; unknown until the first macroblock
     bool mKnowsPosition = false;
     std::array<bool, 2> mLastDirections{};  // of prediction, for skipped macroblocks of B pictures
 };

@@ -39,76 +39,76 @@ class MotionCompensation {
 
   private:
     using Traits = ScaleTraits<kScale>;
-    // One plane of a frame or of a field of it, in samples.
-    struct Plane {
-        std::uint8_t* samples;
-        std::ptrdiff_t step;
-        std::int32_t width;
-        std::int32_t height;
-    };
-    enum Component : std::size_t { kLuma, kCb, kCr };
+    static constexpr std::int32_t kWidth = 2 * Traits::kBlockWidth;
+    static constexpr std::int32_t kHeight = 2 * Traits::kBlockHeight;
     static constexpr std::size_t kComponents = 3;
-    // The planes of a frame, or of one of its fields.
-    using Planes = std::array<Plane, kComponents>;
-    // A frame's planes, indexed by Lines.
-    using FramePlanesByLines = std::array<Planes, 3>;
+
+    // The planes of a frame or of one of its fields: Y, Cb, Cr; null samples where there are none.
+    struct Surface {
+        std::array<std::uint8_t*, kComponents> samples{};
+        std::ptrdiff_t lumaStep = 0;
+        std::ptrdiff_t chromaStep = 0;
+        // In luma; chroma has half as many samples and lines.
+        std::int32_t width = 0;
+        std::int32_t height = 0;
+        // Its first line is the second one of the planes.
+        bool isBottomField = false;
+    };
+    // A frame and its fields, indexed by Lines.
+    using SurfacesByLines = std::array<Surface, 3>;
     // One piece of a reference that a block is predicted from.
     struct Source {
-        const Planes* planes = nullptr;
-        bool isBottomField = false;
+        const Surface* surface;
         MotionVector vector;
     };
-    // A part of the macroblock that is predicted as one block a plane.
-    struct Part {
-        Lines lines = Lines::Frame;
-        // First line, counted in those lines, in halves of a macroblock.
-        std::int32_t halfRow = 0;
-        bool isHalf = false;
-        std::array<Source, 2> sources{};
-        std::size_t sourceCount = 0;
-
-        void Add(const FramePlanesByLines& inFrame, Lines inLines, const MotionVector& inVector) {
-            sources[sourceCount++] = {&inFrame[static_cast<std::size_t>(inLines)],
-                                      inLines == Lines::BottomField, inVector};
+    struct Sources {
+        void Add(const Surface& inSurface, const MotionVector& inVector) {
+            pieces[count++] = {&inSurface, inVector};
         }
+        std::array<Source, 2> pieces;
+        std::size_t count = 0;
     };
-    // A block in a plane, in samples and lines of the plane.
-    struct Area {
+    // A place in the luma plane of a surface, in samples and lines.
+    struct Place {
         std::int32_t x;
         std::int32_t y;
-        std::int32_t width;
-        std::int32_t height;
     };
-    // Where in its plane a reference block begins.
-    struct Place {
-        std::ptrdiff_t offset;
-        HalfSampleType type;
+    // A place in a plane, in half samples.
+    struct HalfSamplePoint {
+        std::int32_t x;
+        std::int32_t y;
     };
+    // What a block is predicted from in each plane of one reference.
+    using References = std::array<ReferenceBlock, kComponents>;
 
     DecodeStatus PredictFrameMacroblock(const Prediction& inPrediction, const MacroblockPosition& inPosition,
                                         UnpredictedLines& outUnpredicted) const;
     DecodeStatus PredictFieldMacroblock(const Prediction& inPrediction, const MacroblockPosition& inPosition,
                                         UnpredictedLines& outUnpredicted) const;
-    void AddFieldSources(const Prediction& inPrediction, std::size_t inVector, Part& ioPart) const;
-    const FramePlanesByLines& ForwardField(Lines inField) const;
+    Sources FieldSources(const Prediction& inPrediction, std::size_t inVector) const;
+    const SurfacesByLines& ForwardField(Lines inField) const;
 
-    DecodeStatus PredictWhole(const Part& inPart, const MacroblockPosition& inPosition,
+    DecodeStatus PredictWhole(const Surface& inTarget, const Place& inPlace, const Sources& inSources,
                               UnpredictedLines& outUnpredicted) const;
-    DecodeStatus PredictPart(const Part& inPart, const MacroblockPosition& inPosition,
+    template <bool kIsHalf>
+    DecodeStatus PredictPart(const Surface& inTarget, const Place& inPlace, const Sources& inSources,
                              bool& outIsUnpredicted) const;
-    static bool Locate(const Plane& inPlane, bool inIsBottomField, const Area& inArea,
-                       const MotionVector& inVector, Place& outPlace);
-    bool WriteBlock(Component inComponent, const Part& inPart, const Area& inArea,
-                    const std::array<Place, 2>& inPlaces, BlockSize inSize) const;
-    static Area AreaOf(Component inComponent, const Part& inPart, const MacroblockPosition& inPosition);
-    FramePlanesByLines PlanesOf(const YV12Frame& inFrame) const;
-    static bool HasPlanes(const Planes& inPlanes);
+    template <bool kIsHalf, std::size_t kCount>
+    DecodeStatus PredictFrom(const Surface& inTarget, const Place& inPlace, const Sources& inSources,
+                             bool& outIsUnpredicted) const;
+    template <std::int32_t kPartHeight>
+    static bool Locate(const Source& inSource, const Place& inPlace, References& outReferences);
+    static bool MoveInside(const Place& inMost, std::ptrdiff_t inStep, bool inIsBottomField,
+                           HalfSamplePoint& ioPoint);
+
+    SurfacesByLines SurfacesOf(const YV12Frame& inFrame) const;
+    static bool HasPlanes(const Surface& inSurface) { return inSurface.samples[0] != nullptr; }
 
     const PictureContext& mPicture;
     const Lines mLines;
-    const FramePlanesByLines mForward;
-    const FramePlanesByLines mBackward;
-    const FramePlanesByLines mOutput;
+    const SurfacesByLines mForward;
+    const SurfacesByLines mBackward;
+    const SurfacesByLines mOutput;
 };
 
 }  // namespace Vexmora

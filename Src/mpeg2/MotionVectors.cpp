@@ -1,86 +1,7 @@
-// Motion vectors (ISO/IEC 13818-2, 7.6.3).
+// Dual prime arithmetic (ISO/IEC 13818-2, 7.6.3.6).
 #include "mpeg2/MotionVectors.h"
 
-#include <cstdlib>
-
 namespace Vexmora {
-
-DecodeStatus MotionVectorDecoder::Decode(Prediction& ioPrediction) {
-    const std::size_t count = ioPrediction.type == MotionType::Halves ? 2 : 1;
-    for (const Direction direction : {kForward, kBackward}) {
-        if (!ioPrediction.directions[direction]) continue;
-        for (std::size_t vector = 0; vector < count; ++vector) {
-            const DecodeStatus status = DecodeVector(ioPrediction, vector, direction);
-            if (status != DecodeStatus::Ok) return status;
-        }
-        if (count == 1) mPredictors[1][direction] = mPredictors[0][direction];
-    }
-    return DecodeStatus::Ok;
-}
-
-DecodeStatus MotionVectorDecoder::DecodeConcealment() {
-    Prediction unused;
-    unused.directions[kForward] = true;
-    const DecodeStatus status = Decode(unused);
-    if (status != DecodeStatus::Ok) return status;
-    return mReader.GetBits(1) != 0 ? DecodeStatus::Ok : DecodeStatus::InvalidData;
-}
-
-void MotionVectorDecoder::ResetForwardPredictors() {
-    for (auto& vector : mPredictors) vector[kForward] = {};
-}
-
-DecodeStatus MotionVectorDecoder::DecodeVector(Prediction& ioPrediction, std::size_t inVector,
-                                               Direction inDirection) {
-    // Predictors count lines of the picture; vectors of a frame's fields count lines of the field.
-    const bool isFieldOfFrame = mPicture.IsFrame() && ioPrediction.type != MotionType::Whole;
-    const bool isDualPrime = ioPrediction.type == MotionType::DualPrime;
-    if (!isDualPrime && (isFieldOfFrame || !mPicture.IsFrame())) {
-        ioPrediction.fromBottomField[inVector][inDirection] = mReader.GetBits(1) != 0;
-    }
-    auto& predictor = mPredictors[inVector][inDirection];
-    const auto& fCode = mPicture.parameters.picture.fCode[inDirection];
-    MotionVector& vector = ioPrediction.vectors[inVector][inDirection];
-
-    DecodeStatus status = DecodeComponent(fCode[0], predictor[0], vector.x);
-    if (status != DecodeStatus::Ok) return status;
-    predictor[0] = vector.x;
-    const std::int32_t differenceX = isDualPrime ? ReadDualPrimeDifference() : 0;
-
-    status = DecodeComponent(fCode[1], isFieldOfFrame ? predictor[1] >> 1 : predictor[1], vector.y);
-    if (status != DecodeStatus::Ok) return status;
-    predictor[1] = isFieldOfFrame ? static_cast<std::int16_t>(vector.y * 2) : vector.y;
-    if (isDualPrime) DeriveDualPrimeVectors(ioPrediction, differenceX, ReadDualPrimeDifference());
-    return DecodeStatus::Ok;
-}
-
-// Components wrap within the range of their f_code. Wild f_codes give values beyond 16 bits, which are cut.
-DecodeStatus MotionVectorDecoder::DecodeComponent(std::uint32_t inFCode, std::int32_t inPredictor,
-                                                  std::int16_t& outComponent) {
-    if (inFCode == 0) return DecodeStatus::InvalidData;  // no header gave one
-    std::int32_t motion_code = 0;
-    if (!mReader.GetCode(mPicture.tables.motionCode, motion_code)) {
-        return DecodeStatus::Failed;
-    }
-    const std::uint32_t r_size = inFCode - 1;
-    std::int32_t delta = motion_code;
-    if (r_size != 0 && motion_code != 0) {
-        const auto motion_residual = static_cast<std::int32_t>(mReader.GetBits(r_size));
-        delta = ((std::abs(motion_code) - 1) << r_size) + motion_residual + 1;
-        if (motion_code < 0) delta = -delta;
-    }
-    const std::int32_t range = 32 << r_size;
-    std::int32_t component = inPredictor + delta;
-    if (component < -range / 2) component += range;
-    if (component >= range / 2) component -= range;
-    outComponent = static_cast<std::int16_t>(component);
-    return DecodeStatus::Ok;
-}
-
-std::int32_t MotionVectorDecoder::ReadDualPrimeDifference() {
-    if (mReader.GetBits(1) == 0) return 0;
-    return mReader.GetBits(1) == 0 ? 1 : -1;
-}
 
 // The vector is stretched over the time between the fields; the lines of the two fields lie half a line
 // apart.
@@ -93,7 +14,7 @@ void MotionVectorDecoder::DeriveDualPrimeVectors(Prediction& ioPrediction, std::
                             static_cast<std::int16_t>(half(vector.y) + inDifferenceY + inCorrection)};
     };
     const PictureHeader& picture = mPicture.parameters.picture;
-    if (!mPicture.IsFrame()) {
+    if (!mIsFrame) {
         ioPrediction.dualPrimeVectors[0] = derive(1, picture.pictureStructure == kTopField ? -1 : 1);
         return;
     }

@@ -22,7 +22,7 @@ struct IntraBlockCoding {
     VlcTableView<RunLevelEntry> acTable;
     /// The positions of the 64 coefficients in coding order, counted column by column.
     const std::uint8_t* scan = nullptr;
-    /// 64 weights, column by column.
+    /// 64 weights, in coding order.
     const std::uint16_t* weights = nullptr;
     /// quantiser_scale, 0 to 112.
     std::int32_t quantiserScale = 0;

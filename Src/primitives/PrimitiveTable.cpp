@@ -66,6 +66,8 @@ constexpr PrimitiveTable MakeAvx2() {
     PrimitiveTable table = MakeAvx();
     table.findStartCodePrefix = FindStartCodePrefix_Avx2;
     table.swapWords = SwapWords_Avx2;
+    table.decodeIntraBlock = DecodeIntraBlock_Avx2;
+    table.decodeNonIntraBlock = DecodeNonIntraBlock_Avx2;
     table.inverseDctToPixels = InverseDctToPixels_Avx2;
     table.inverseDctAddToPixels = InverseDctAddToPixels_Avx2;
     table.inverseDctToResidual = InverseDctToResidual_Avx2;

@@ -16,7 +16,7 @@ constexpr std::uint32_t Bit(int inBit) {
 
 constexpr std::uint32_t kStateSavingByOs = Bit(27);
 constexpr std::uint32_t kAvx = Bit(28);
-constexpr std::uint32_t kAvx2 = Bit(5);
+constexpr std::uint32_t kAvx2AndBmi2 = Bit(5) | Bit(8);
 /// Bits 1 and 2 of the extended control register: the SSE state and the upper halves of the AVX registers.
 constexpr std::uint64_t kAvxState = 6;
 
@@ -53,7 +53,7 @@ std::uint32_t FeaturesOf(const ProcessorFacts& inFacts) {
 }
 
 bool RunsAvx2(const ProcessorFacts& inFacts) {
-    return OsSavesAvx(inFacts) && (inFacts.leaf7Ebx & kAvx2) != 0;
+    return OsSavesAvx(inFacts) && (inFacts.leaf7Ebx & kAvx2AndBmi2) == kAvx2AndBmi2;
 }
 
 #if defined(__x86_64__)

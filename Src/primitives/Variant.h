@@ -10,7 +10,7 @@ namespace Vexmora {
 /// Variant indices 0 to 5: 0 and 1 SSE2/SSE3, 2 SSSE3, 3 in-order SSSE3, 4 SSE4.1/SSE4.2, 5 AVX.
 inline constexpr int kVariantCount = 6;
 
-/// One more table than variants: variant 5 on a processor that also has AVX2.
+/// One more table than variants: variant 5 on a processor that also has AVX2 and BMI2.
 inline constexpr int kAvx2Table = kVariantCount;
 inline constexpr int kTableCount = kVariantCount + 1;
 

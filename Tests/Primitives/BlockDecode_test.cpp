@@ -81,7 +81,7 @@ class BlockDecode : public ::testing::Test {
         for (const RunLevel& code : inCodes) {
             index += code.run + 1;
             const int doubled = 2 * code.level + (inDc ? 0 : code.level < 0 ? -1 : 1);
-            const int weight = mWeights[mScan[static_cast<std::size_t>(index)]];
+            const int weight = mWeights[static_cast<std::size_t>(index)];
             set(index, static_cast<int>(static_cast<std::int64_t>(doubled) * weight * inScale / 32));
         }
         if (sum % 2 == 0) values[63] += values[63] % 2 == 0 ? 1 : -1;
@@ -239,7 +239,7 @@ TEST_F(BlockDecode, QuantisationDerivedByHand) {
                   {-2047, 16, 112, -2048, -2048},
                   {5, 19, 8, 47, 52}};  // 1520 / 32 = 47.5, 1672 / 32 = 52.25
     for (const auto& one : kCases) {
-        mWeights[mScan[1]] = one.weight;
+        mWeights[1] = one.weight;
         BitWriter writer;
         writer.Put(3, 0b100);
         mAcEncoder.Put(writer, 0, one.level);

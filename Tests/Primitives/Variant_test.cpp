@@ -37,7 +37,7 @@ ProcessorFacts Intel(std::uint32_t inSignature, std::uint32_t inEcx, std::uint32
 ProcessorFacts WithAvx(bool inAvx2) {
     ProcessorFacts facts = Other(kAvx | kOsSavesState);
     facts.extendedControl = 7;
-    facts.leaf7Ebx = inAvx2 ? 1U << 5 : 0;
+    facts.leaf7Ebx = inAvx2 ? 1U << 5 | 1U << 8 : 0;
     return facts;
 }
 

@@ -8,7 +8,8 @@ namespace {
 /// A pair of rows: samples 0 to 3 of both, then samples 4 to 7 of both.
 using RowPairs = __m256i[4];
 
-void InverseDct(const CoefficientBlock& inBlock, RowPairs& outPairs) {
+// In its callers, so that the rows stay in registers.
+[[gnu::always_inline]] inline void InverseDct(const CoefficientBlock& inBlock, RowPairs& outPairs) {
     if (IsFlat(inBlock.reach, inBlock.values)) {
         for (__m256i& pair : outPairs) pair = _mm256_set1_epi16(FlatSample(inBlock));
         return;

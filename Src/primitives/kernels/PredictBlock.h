@@ -56,39 +56,63 @@ inline __m128i AverageFour(__m128i inA, __m128i inB, __m128i inC, __m128i inD) {
     return _mm_sub_epi8(_mm_avg_epu8(one, other), _mm_and_si128(rounded, again));
 }
 
-enum class Output { Replace, Average };
+/// A way of making rows of a prediction: the average of two samples each, which are the same one where there
+/// is nothing to interpolate. So only two kinds of predictions are told apart, and a processor seldom guesses
+/// wrong which one comes next.
+template <std::size_t kWidth>
+struct RowsOfTwo {
+    explicit RowsOfTwo(const ReferenceBlock& inReference)
+        : samples(inReference.samples), step(inReference.step) {
+        const auto type = static_cast<std::ptrdiff_t>(inReference.halfSampleType);
+        constexpr auto kHorizontal = static_cast<std::ptrdiff_t>(HalfSampleType::HalfHorizontal);
+        constexpr auto kVertical = static_cast<std::ptrdiff_t>(HalfSampleType::HalfVertical);
+        other = (type & kHorizontal) / kHorizontal + (type & kVertical) / kVertical * step;
+    }
 
-/// Writes the prediction, or its average with what is there.
-template <std::size_t kWidth, std::size_t kHeight, Output kOutput>
-inline void Interpolate(const ReferenceBlock& inReference, const PixelBlock& ioPixels) {
-    // Pixels might be anything, so what is not local would be loaded again behind each of them.
-    const std::ptrdiff_t step = inReference.step;
-    const std::ptrdiff_t target_step = ioPixels.step;
-    const auto load = [step](const std::uint8_t* inFrom) { return LoadRows<kWidth>(inFrom, step); };
-    const std::uint8_t* from = inReference.samples;
-    std::uint8_t* to = ioPixels.samples;
-    auto fill = [from, to, step, target_step](auto inRowsAt) mutable {
-        constexpr auto kRows = static_cast<std::ptrdiff_t>(kRowsAtOnce<kWidth>);
-        for (std::size_t y = 0; y < kHeight; y += kRowsAtOnce<kWidth>) {
-            __m128i rows = inRowsAt(from);
-            if (kOutput == Output::Average) rows = _mm_avg_epu8(rows, LoadRows<kWidth>(to, target_step));
-            StoreRows<kWidth>(rows, to, target_step);
-            from += kRows * step;
-            to += kRows * target_step;
-        }
-    };
-    switch (inReference.halfSampleType) {
-        case HalfSampleType::Full:
-            return fill(load);
-        case HalfSampleType::HalfHorizontal:
-            return fill([load](const std::uint8_t* in) { return _mm_avg_epu8(load(in), load(in + 1)); });
-        case HalfSampleType::HalfVertical:
-            return fill(
-                [load, step](const std::uint8_t* in) { return _mm_avg_epu8(load(in), load(in + step)); });
-        case HalfSampleType::HalfBoth:
-            return fill([load, step](const std::uint8_t* in) {
-                return AverageFour(load(in), load(in + 1), load(in + step), load(in + step + 1));
-            });
+    __m128i operator()(std::ptrdiff_t inRow) const {
+        const std::uint8_t* const from = samples + inRow * step;
+        return _mm_avg_epu8(LoadRows<kWidth>(from, step), LoadRows<kWidth>(from + other, step));
+    }
+
+    const std::uint8_t* samples;
+    std::ptrdiff_t step;
+    std::ptrdiff_t other;
+};
+
+/// The average of four samples each.
+template <std::size_t kWidth>
+struct RowsOfFour {
+    explicit RowsOfFour(const ReferenceBlock& inReference)
+        : samples(inReference.samples), step(inReference.step) {}
+
+    __m128i operator()(std::ptrdiff_t inRow) const {
+        const std::uint8_t* const from = samples + inRow * step;
+        const auto load = [this](const std::uint8_t* in) { return LoadRows<kWidth>(in, step); };
+        return AverageFour(load(from), load(from + 1), load(from + step), load(from + step + 1));
+    }
+
+    const std::uint8_t* samples;
+    std::ptrdiff_t step;
+};
+
+/// Calls inWork with the way in which rows of a prediction from inReference are made.
+template <std::size_t kWidth, typename Work>
+inline void WithRowsOf(const ReferenceBlock& inReference, Work inWork) {
+    if (inReference.halfSampleType == HalfSampleType::HalfBoth) {
+        inWork(RowsOfFour<kWidth>(inReference));
+    } else {
+        inWork(RowsOfTwo<kWidth>(inReference));
+    }
+}
+
+/// Writes the rows that inRowsAt makes.
+template <std::size_t kWidth, std::size_t kHeight, typename RowsAt>
+inline void FillRows(const PixelBlock& outPixels, RowsAt inRowsAt) {
+    std::uint8_t* to = outPixels.samples;
+    const std::ptrdiff_t step = outPixels.step;
+    for (std::size_t y = 0; y < kHeight; y += kRowsAtOnce<kWidth>) {
+        StoreRows<kWidth>(inRowsAt(static_cast<std::ptrdiff_t>(y)), to, step);
+        to += static_cast<std::ptrdiff_t>(kRowsAtOnce<kWidth>) * step;
     }
 }
 
@@ -123,7 +147,7 @@ template <std::size_t kWidth, std::size_t kHeight>
 inline PrimitiveStatus PredictFromOne(const ReferenceBlock& inReference, const ResidualBlock& inResidual,
                                       const PixelBlock& outPixels) {
     if (inReference.samples == nullptr || outPixels.samples == nullptr) return PrimitiveStatus::NullPointer;
-    Interpolate<kWidth, kHeight, Output::Replace>(inReference, outPixels);
+    WithRowsOf<kWidth>(inReference, [&](auto inRows) { FillRows<kWidth, kHeight>(outPixels, inRows); });
     if (inResidual.samples != nullptr) AddResidual<kWidth, kHeight>(inResidual, outPixels);
     return PrimitiveStatus::Ok;
 }
@@ -134,8 +158,13 @@ inline PrimitiveStatus PredictFromTwo(const ReferenceBlock& inFirst, const Refer
     if (inFirst.samples == nullptr || inSecond.samples == nullptr || outPixels.samples == nullptr) {
         return PrimitiveStatus::NullPointer;
     }
-    Interpolate<kWidth, kHeight, Output::Replace>(inFirst, outPixels);
-    Interpolate<kWidth, kHeight, Output::Average>(inSecond, outPixels);
+    WithRowsOf<kWidth>(inFirst, [&](auto inFirstRows) {
+        WithRowsOf<kWidth>(inSecond, [&](auto inSecondRows) {
+            FillRows<kWidth, kHeight>(outPixels, [&](std::ptrdiff_t inRow) {
+                return _mm_avg_epu8(inFirstRows(inRow), inSecondRows(inRow));
+            });
+        });
+    });
     if (inResidual.samples != nullptr) AddResidual<kWidth, kHeight>(inResidual, outPixels);
     return PrimitiveStatus::Ok;
 }

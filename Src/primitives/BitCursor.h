@@ -1,0 +1,103 @@
+// A place in coded data that is kept in registers while many codes are read in a row.
+#pragma once
+
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+#include "primitives/BitWindow.h"
+#include "primitives/VlcTable.h"
+
+namespace Vexmora {
+
+/// Whether the words that are read may reach beyond the data, where zero bits come.
+enum class Words { AllThere, MayEnd };
+
+/// Reads on from where a BitWindow stands, which it leaves alone until it is told to store its place there.
+template <Words kWords>
+class BitCursor {
+  public:
+    explicit BitCursor(const BitWindowState& inState)
+        : mBits(inState.bits),
+          mValidBits(inState.validBits),
+          mNextWord(inState.nextWord),
+          mData(inState.data),
+          mWordCount(inState.wordCount) {}
+
+    /// The next bits, from the top: all 64 after Refill, 64 less those passed over since otherwise.
+    std::uint64_t Bits() const { return mBits; }
+    /// The inCount bits behind the first inPassed, inCount not 0.
+    std::uint32_t Show(unsigned inPassed, unsigned inCount) const {
+        return static_cast<std::uint32_t>(mBits << inPassed >> (64 - inCount));
+    }
+    /// Passes over inCount % 64 bits; at most 32 from one Refill to the next.
+    void Pass(std::uint32_t inCount) {
+        mBits <<= inCount % 64;
+        mValidBits -= inCount % 64;
+    }
+    /// Puts two words behind the bits that are valid, and counts the first one if there is room for all of
+    /// it. No branch depends on their number, which no processor could predict.
+    void Refill() {
+        mBits |= NextWords() >> mValidBits;
+        mNextWord = mNextWord + 1 - mValidBits / 32;
+        mValidBits |= 32;
+    }
+    void Skip(std::uint32_t inCount) {
+        Pass(inCount);
+        Refill();
+    }
+    /// Shows and skips inCount bits, 1 to 32.
+    std::uint32_t Take(unsigned inCount) {
+        const std::uint32_t bits = Show(0, inCount);
+        Skip(inCount);
+        return bits;
+    }
+    /// The code that comes next, its length 0 if the table, which is not empty, has no such code.
+    VlcEntry Find(const VlcTable& inTable) const {
+        const auto first_bits = static_cast<unsigned>(inTable.firstBits);
+        VlcEntry entry = inTable.entries[Show(0, first_bits)];
+        for (unsigned passed = first_bits; entry.length < 0;) {
+            const auto bits = static_cast<unsigned>(-entry.length);
+            entry = inTable.entries[static_cast<std::uint32_t>(entry.value) + Show(passed, bits)];
+            passed += bits;
+        }
+        return entry;
+    }
+
+    /// Whether bits were passed over that lie behind the data.
+    bool IsBehindEnd() const {
+        return kWords == Words::MayEnd && mNextWord * 32 - mValidBits > mWordCount * 32;
+    }
+    /// False, without storing, if bits were passed over that lie behind the data.
+    [[nodiscard]] bool Store(BitWindowState& outState) const {
+        if (IsBehindEnd()) return false;
+        outState.bits = mBits;
+        outState.validBits = mValidBits;
+        outState.nextWord = mNextWord;
+        return true;
+    }
+
+  private:
+    static constexpr std::size_t kWordBytes = 4;
+
+    std::uint64_t NextWords() const {
+        const std::uint8_t* const next = mData + mNextWord * kWordBytes;
+        if (kWords == Words::AllThere || mNextWord + 1 < mWordCount) [[likely]] {
+            std::uint64_t both;
+            std::memcpy(&both, next, sizeof both);
+            return std::endian::native == std::endian::little ? std::rotl(both, 32) : both;
+        }
+        std::uint32_t first = 0;
+        if (mNextWord < mWordCount) std::memcpy(&first, next, sizeof first);
+        return std::uint64_t{first} << 32;
+    }
+
+    std::uint64_t mBits;
+    std::uint32_t mValidBits;
+    std::size_t mNextWord;
+    const std::uint8_t* mData;
+    std::size_t mWordCount;
+};
+
+}  // namespace Vexmora
