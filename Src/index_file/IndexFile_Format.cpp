@@ -21,6 +21,7 @@ std::int32_t ReadRecords(Orvet::File& ioFile, std::uint32_t inCount, std::vector
         std::size_t got = 0;
         const std::int32_t status = ioFile.Read(outRecords.data() + had, wanted * sizeof(FrameRecord), got);
         if (status < 0) return status;
+        outRecords.resize(had + got / sizeof(FrameRecord));  // half a record is none
         if (got < wanted * sizeof(FrameRecord)) break;
     }
     outRecords.resize(inCount);

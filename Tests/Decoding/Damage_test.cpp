@@ -16,7 +16,6 @@ namespace fs = std::filesystem;
 
 const std::set<Vexmora_Status> kAllowed{Vexmora_Ok,          Vexmora_Unsupported,    Vexmora_NoSequenceHeader,
                                         Vexmora_NoSuchFrame, Vexmora_NoCodedPicture, Vexmora_EmptyRecord};
-constexpr std::array kScales{kFullSize, kHalfWidth, kQuarterSize};
 
 unsigned Option(const char* inName, unsigned inDefault) {
     const char* const text = std::getenv(inName);

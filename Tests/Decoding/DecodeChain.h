@@ -44,6 +44,7 @@ struct Scale {
 inline constexpr Scale kFullSize{};
 inline constexpr Scale kHalfWidth{1, 0, 2, 1};
 inline constexpr Scale kQuarterSize{1, 1, 2, 2};
+inline constexpr std::array kScales{kFullSize, kHalfWidth, kQuarterSize};
 
 /// Calls inVisit(first sample, count) for the visible part of every row: Y, Cb, Cr.
 template <typename Picture, typename Visit>

@@ -15,6 +15,8 @@ namespace Vexmora::Test {
 struct Delivery {
     ReadStatus status;
     Bytes bytes;  // in stream order
+
+    friend bool operator==(const Delivery&, const Delivery&) = default;
 };
 
 /// What the buffer holds after SwapWords, in stream order.

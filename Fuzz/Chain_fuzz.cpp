@@ -1,0 +1,88 @@
+// From a file of arbitrary bytes to its frames, as a host goes: it is opened, indexed, opened again and
+// decoded. The index makes sense, and pictures and statuses do not depend on processors and variants.
+#include <gtest/gtest.h>
+
+#include "FuzzTarget.h"
+#include "IndexSense.h"
+#include "Platform/TemporaryFolder.h"
+#include "VisitedFrames.h"
+
+namespace Vexmora::Test {
+namespace {
+
+namespace fs = std::filesystem;
+
+struct Setup {
+    fs::path media;
+    fs::path folder;
+    Scale scale;
+    Edge edge;
+};
+
+struct Outcome {
+    std::vector<Vexmora_Status> statuses;
+    IndexHeader header{};
+    std::vector<VisitedFrames::Outcome> frames;
+    friend bool operator==(const Outcome&, const Outcome&) = default;
+};
+
+Vexmora_Status IndexWholeFile(Vexmora_Handle inHandle) {
+    float progress = 0;
+    Vexmora_Status status = Vexmora_NotFinished;
+    while (status == Vexmora_NotFinished) status = Vexmora_IndexFile(inHandle, &progress, false);
+    return status;
+}
+
+void ExpectSense(Vexmora_Handle inHandle, const fs::path& inIndexFile) {
+    const Bytes file = ReadAll(inIndexFile);
+    IndexHeader header;
+    std::memcpy(&header, file.data(), sizeof header);
+    EXPECT_EQ(file.size(), sizeof header + header.recordCount * sizeof(FrameRecord));
+    std::vector<FrameRecord> records(header.recordCount);
+    std::memcpy(records.data(), file.data() + sizeof header, file.size() - sizeof header);
+    Test::ExpectSense(header, records);
+    FileInfo info;
+    EXPECT_EQ(Vexmora_GetFileInfo(inHandle, &info), Vexmora_Ok);
+    EXPECT_EQ(info.frameCount, header.lastFrame - header.firstFrame + 1);
+}
+
+Outcome OpenAndDecode(const Setup& inSetup, const Way& inWay) {
+    constexpr std::int32_t kMostFrames = 8;
+    const WorkingIn way(inWay);
+    FolderHost host(inSetup.folder);
+    Outcome outcome;
+    const auto open = [&](Vexmora_Handle& outHandle) {
+        outcome.statuses.push_back(
+            Vexmora_OpenFile(ToUtf16(inSetup.media), host.Services(), &outHandle, &outcome.header, false));
+        return outcome.statuses.back();
+    };
+    Vexmora_Handle handle = nullptr;
+    if (open(handle) == Vexmora_NotFinished) {
+        outcome.statuses.push_back(IndexWholeFile(handle));
+        Vexmora_CloseFile(std::exchange(handle, nullptr));
+        if (open(handle) == Vexmora_Ok) {
+            ExpectSense(handle, host.Known());
+            outcome.frames = VisitedFrames(handle, inSetup.scale, inSetup.edge).Visit(kMostFrames);
+        }
+        std::error_code ignored;
+        fs::remove(host.Known(), ignored);
+    }
+    Vexmora_CloseFile(handle);
+    EXPECT_EQ(host.LiveBlocks(), 0);
+    return outcome;
+}
+
+}  // namespace
+
+void FuzzOne(Choices& ioChoices) {
+    static const TemporaryFolder folder;
+    const Way way = WayOf(ioChoices.Below(kWays));
+    const Scale& scale = kScales[ioChoices.Below(kScales.size())];
+    const Edge edge = ioChoices.Below(2) == 0 ? Edge::End : Edge::Begin;
+    const Setup setup{folder.Native("media"), folder.Native(""), scale, edge};
+    WriteAll(setup.media, ioChoices.Rest());
+    const Outcome outcome = OpenAndDecode(setup, {});
+    EXPECT_TRUE(OpenAndDecode(setup, way) == outcome);
+}
+
+}  // namespace Vexmora::Test

@@ -1,0 +1,75 @@
+// The frames of an open file, each decoded with what it is predicted from, and what became of them.
+#pragma once
+
+#include <map>
+#include <vector>
+
+#include "Decoding/DecodeChain.h"
+#include "GuardedPicture.h"
+
+namespace Vexmora::Test {
+
+class VisitedFrames {
+  public:
+    struct Outcome {
+        std::int32_t frame;
+        Vexmora_Status status;
+        std::size_t picture;
+        friend bool operator==(const Outcome&, const Outcome&) = default;
+    };
+
+    VisitedFrames(Vexmora_Handle inHandle, const Scale& inScale, Edge inEdge)
+        : mHandle(inHandle), mScale(inScale), mEdge(inEdge) {
+        EXPECT_EQ(Vexmora_GetFrameSizes(mHandle, &mLuma, &mChroma), Vexmora_Ok);
+    }
+
+    /// Decodes the frames from 0 to inCount - 1 in this order, references first; none of large pictures.
+    std::vector<Outcome> Visit(std::int32_t inCount) {
+        if (mLuma == 0 || GuardedPicture::IsTooLarge(mLuma)) return {};
+        for (std::int32_t frame = 0; frame < inCount; ++frame) Frame(frame);
+        return mOutcomes;
+    }
+
+  private:
+    static constexpr std::size_t kMostFrames = 40;
+
+    // Null when there is none. A frame that is asked for while it is decoded is predicted from as it is.
+    GuardedPicture* Frame(std::int32_t inFrame) {
+        if (inFrame == DecodeChain::kNone) return nullptr;
+        if (const auto found = mPictures.find(inFrame); found != mPictures.end()) return &found->second;
+        if (mPictures.size() == kMostFrames) return nullptr;
+        GuardedPicture& picture = mPictures.try_emplace(inFrame, mLuma, mChroma, mEdge).first->second;
+        std::int32_t past = DecodeChain::kNone;
+        std::int32_t future = DecodeChain::kNone;
+        Vexmora_Status status = Vexmora_GetFrameDependancies(mHandle, inFrame, &past, &future);
+        if (status == Vexmora_Ok) status = Decode(inFrame, Frame(past), Frame(future), picture);
+        mOutcomes.push_back({inFrame, status, picture.Hash()});
+        return &picture;
+    }
+
+    Vexmora_Status Decode(std::int32_t inFrame, GuardedPicture* ioPast, GuardedPicture* ioFuture,
+                          GuardedPicture& outPicture) {
+        for (GuardedPicture* reference : {ioPast, ioFuture}) {
+            if (reference != nullptr) reference->SetWritable(reference == &outPicture);
+        }
+        const FramePlanes past = ioPast != nullptr ? ioPast->Planes() : FramePlanes{};
+        const FramePlanes future = ioFuture != nullptr ? ioFuture->Planes() : FramePlanes{};
+        const FramePlanes output = outPicture.Planes();
+        const Vexmora_Status status =
+            Vexmora_GetFrame(mHandle, inFrame, &past, &future, &output, mScale.mode, mScale.subMode);
+        for (GuardedPicture* reference : {ioPast, ioFuture}) {
+            if (reference != nullptr) reference->SetWritable(true);
+        }
+        return status;
+    }
+
+    const Vexmora_Handle mHandle;
+    const Scale mScale;
+    const Edge mEdge;
+    std::uint32_t mLuma = 0;
+    std::uint32_t mChroma = 0;
+    std::map<std::int32_t, GuardedPicture> mPictures;
+    std::vector<Outcome> mOutcomes;
+};
+
+}  // namespace Vexmora::Test
