@@ -60,6 +60,11 @@ std::uint64_t AddUpTo(std::uint64_t inLeft, std::uint64_t inRight) {
     return inLeft > most - inRight ? most : inLeft + inRight;
 }
 
+// Whether the next attempt may succeed where this one lacked memory or could not read the file.
+bool MayPass(Vexmora_Status inStatus) {
+    return inStatus == Vexmora_Failure || inStatus == Vexmora_NoSequenceHeader;
+}
+
 }  // namespace
 
 FrameDecoder::FrameDecoder(const FrameSource& inSource, Scale inScale)
@@ -133,10 +138,13 @@ FrameDecoder::References FrameDecoder::FindReferences(std::int32_t inRecord) con
 
 SharedPicture FrameDecoder::Obtain(std::int32_t inRecord) {
     mChain.clear();
+    bool isForGood = true;
     for (const std::int32_t record : Collect(inRecord)) {
         Link& link = mChain.at(record);
         link.picture = Decode(record, link.references);
-        Keep(record, link.picture);
+        // Later pictures of the chain may be predicted from one that the next attempt makes better.
+        isForGood = isForGood && !MayPass(link.picture->damage.status);
+        if (isForGood) Keep(record, link.picture);
         Release(link.references);
     }
     return mChain.at(inRecord).picture;
@@ -263,9 +271,7 @@ SharedPicture FrameDecoder::FindInCache(std::int32_t inRecord) const {
     return fits ? picture : nullptr;
 }
 
-// The next attempt may succeed where this one lacked memory.
 void FrameDecoder::Keep(std::int32_t inRecord, const SharedPicture& inPicture) const {
-    if (inPicture->damage.status == Vexmora_Failure) return;
     mSource.cache.Add(KeyOf(inRecord), inPicture, mLayout.bytes);
 }
 

@@ -12,6 +12,7 @@
 
 #include "Faults/WholeRun.h"
 #include "Host/HostTestSupport.h"
+#include "Support/Options.h"
 
 namespace Vexmora::Test {
 namespace {
@@ -23,13 +24,6 @@ constexpr std::array kHostCalls{
     Call::CacheAdd,      Call::IndexFolder,    Call::MediaIdentity, Call::RegisterIndex, Call::FindIndex};
 constexpr std::array kSystemCalls{Call::FileOpen, Call::FileFacts, Call::FileSeek,
                                   Call::FileRead, Call::FileWrite, Call::ThreadStart};
-
-unsigned Option(const char* inName, unsigned inDefault) {
-    const char* const text = std::getenv(inName);
-    const unsigned value = text != nullptr ? static_cast<unsigned>(std::atoi(text)) : inDefault;
-    std::printf("%s=%u\n", inName, value);
-    return value;
-}
 
 std::size_t OpenDescriptors() {
     const fs::directory_iterator all("/proc/self/fd");
@@ -108,7 +102,7 @@ class Faults : public testing::TestWithParam<int> {
 
     // Every call of a kind; of those that are made very often, some behind the first.
     void Sweep(Call inCall, bool inHasCache) {
-        constexpr std::uint32_t kFirst = 48;
+        constexpr std::uint32_t kFirst = kIsSanitized ? 6 : 48;
         SCOPED_TRACE(std::string(NameOf(inCall)) + (inHasCache ? ", cached" : ""));
         unsigned runs = 0;
         for (std::uint32_t number = 1; !HasFailure(); number += number < kFirst ? 1 : mStride) {
@@ -119,7 +113,7 @@ class Faults : public testing::TestWithParam<int> {
         std::printf("%s%s: %u\n", NameOf(inCall), inHasCache ? ", cached" : "", runs);
     }
 
-    const unsigned mStride = Option("VEXMORA_STRIDE", 29);
+    const unsigned mStride = Option("VEXMORA_STRIDE", kIsSanitized ? 97 : 29);
     const VexmoraHost::TemporaryFolder mFolder;
     const FaultMedia mMedia;
     const fs::path mPath;
@@ -141,7 +135,7 @@ TEST_P(Faults, TheHeapInTurn) {
 
 TEST_P(Faults, AnyCallsAtRandom) {
     const unsigned seed = Option("VEXMORA_SEED", 1);
-    const unsigned runs = Option("VEXMORA_RUNS", 40);
+    const unsigned runs = Option("VEXMORA_RUNS", kIsSanitized ? 8 : 40);
     std::size_t faults = 0;
     for (unsigned run = 0; run < runs; ++run) {
         SCOPED_TRACE("VEXMORA_SEED=" + std::to_string(seed + run));
@@ -167,8 +161,9 @@ TEST(FaultsOfANewProcess, TheHeapInTurn) {
     };
     int exitCode = 0;
     std::uint32_t number = 0;
+    const unsigned stride = Option("VEXMORA_STRIDE", kIsSanitized ? 7 : 1);
     while (exitCode == 0) {
-        SCOPED_TRACE(++number);
+        SCOPED_TRACE(number += stride);
         const pid_t child = fork();
         if (child == 0) _exit(runWith(number));
         int status = 0;
@@ -178,7 +173,6 @@ TEST(FaultsOfANewProcess, TheHeapInTurn) {
     }
     EXPECT_EQ(exitCode, kNoFault) << number;
     EXPECT_GT(number, 10u);
-    std::printf("new processes: %u\n", number - 1);
 }
 
 INSTANTIATE_TEST_SUITE_P(Streams, Faults, testing::Range(0, 3));

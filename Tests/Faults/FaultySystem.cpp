@@ -40,10 +40,6 @@ Result FailWith(int inError) {
     return -1;
 }
 
-int StatusAt(int inDescriptor, const char* inPath, struct stat* outStatus, int inFlags) {
-    return static_cast<int>(syscall(SYS_newfstatat, inDescriptor, inPath, outStatus, inFlags));
-}
-
 // ---- The heap ---------------------------------------------------------------------------------------------
 
 std::atomic<std::int64_t> gLiveHeapBlocks{0};
@@ -107,36 +103,75 @@ void operator delete[](void* in, std::align_val_t, const std::nothrow_t&) noexce
 
 // ---- Files and threads ------------------------------------------------------------------------------------
 
+namespace {
+
+mode_t ModeFor(int inFlags, va_list ioArguments) {
+    return (inFlags & O_CREAT) != 0 ? va_arg(ioArguments, mode_t) : 0;
+}
+
+int Open(const char* inPath, int inFlags, mode_t inMode) {
+    const bool isIndexFile = IsIndexPath(inPath);
+    if (IsToFail(Call::FileOpen, isIndexFile)) return FailWith(EMFILE);
+    const auto opened = static_cast<int>(syscall(SYS_openat, AT_FDCWD, inPath, inFlags, inMode));
+    const auto place = static_cast<std::size_t>(opened);
+    if (place < gIsIndexFile.size()) gIsIndexFile[place] = isIndexFile;
+    return opened;
+}
+
+// The kernel fills both kinds of records alike.
+static_assert(sizeof(struct stat) == sizeof(struct stat64));
+
+int FactsOf(const char* inPath, void* outStatus, int inFlags) {
+    if (IsToFail(Call::FileFacts, IsIndexPath(inPath))) return FailWith(EIO);
+    return static_cast<int>(syscall(SYS_newfstatat, AT_FDCWD, inPath, outStatus, inFlags));
+}
+
+int FactsOf(int inDescriptor, void* outStatus) {
+    if (IsToFail(Call::FileFacts, IsIndexDescriptor(inDescriptor))) return FailWith(EIO);
+    return static_cast<int>(syscall(SYS_newfstatat, inDescriptor, "", outStatus, AT_EMPTY_PATH));
+}
+
+ssize_t ReadAt(int inDescriptor, void* outBytes, size_t inCount, off64_t inOffset) {
+    if (IsToFail(Call::FileRead, IsIndexDescriptor(inDescriptor))) return FailWith<ssize_t>(EIO);
+    return syscall(SYS_pread64, inDescriptor, outBytes, inCount, inOffset);
+}
+
+// Nothing here is to outlive the machine: the disk is not waited for.
+int Flush(int inDescriptor) {
+    return IsToFail(Call::FileFlush, IsIndexDescriptor(inDescriptor)) ? FailWith(EIO) : 0;
+}
+
+}  // namespace
+
 #pragma GCC visibility push(default)
 extern "C" {
 
 int open(const char* inPath, int inFlags, ...) {
     va_list arguments;
     va_start(arguments, inFlags);
-    const mode_t mode = (inFlags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
+    const mode_t mode = ModeFor(inFlags, arguments);
     va_end(arguments);
-    const bool isIndexFile = IsIndexPath(inPath);
-    if (IsToFail(Call::FileOpen, isIndexFile)) return FailWith(EMFILE);
-    const auto opened = static_cast<int>(syscall(SYS_openat, AT_FDCWD, inPath, inFlags, mode));
-    const auto place = static_cast<std::size_t>(opened);
-    if (place < gIsIndexFile.size()) gIsIndexFile[place] = isIndexFile;
-    return opened;
+    return Open(inPath, inFlags, mode);
+}
+int open64(const char* inPath, int inFlags, ...) {
+    va_list arguments;
+    va_start(arguments, inFlags);
+    const mode_t mode = ModeFor(inFlags, arguments);
+    va_end(arguments);
+    return Open(inPath, inFlags, mode);
 }
 
-int stat(const char* inPath, struct stat* outStatus) noexcept {
-    if (IsToFail(Call::FileFacts, IsIndexPath(inPath))) return FailWith(EIO);
-    return StatusAt(AT_FDCWD, inPath, outStatus, 0);
-}
-
-int lstat(const char* inPath, struct stat* outStatus) noexcept {
-    if (IsToFail(Call::FileFacts, IsIndexPath(inPath))) return FailWith(EIO);
-    return StatusAt(AT_FDCWD, inPath, outStatus, AT_SYMLINK_NOFOLLOW);
-}
-
-int fstat(int inDescriptor, struct stat* outStatus) noexcept {
-    if (IsToFail(Call::FileFacts, IsIndexDescriptor(inDescriptor))) return FailWith(EIO);
-    return StatusAt(inDescriptor, "", outStatus, AT_EMPTY_PATH);
-}
+// clang-format off
+int stat(const char* inPath, struct stat* out) noexcept { return FactsOf(inPath, out, 0); }
+int stat64(const char* inPath, struct stat64* out) noexcept { return FactsOf(inPath, out, 0); }
+int lstat(const char* inPath, struct stat* out) noexcept { return FactsOf(inPath, out, AT_SYMLINK_NOFOLLOW); }
+int fstat(int inDescriptor, struct stat* out) noexcept { return FactsOf(inDescriptor, out); }
+int fstat64(int inDescriptor, struct stat64* out) noexcept { return FactsOf(inDescriptor, out); }
+ssize_t pread(int in, void* out, size_t inCount, off_t inAt) { return ReadAt(in, out, inCount, inAt); }
+ssize_t pread64(int in, void* out, size_t inCount, off64_t inAt) { return ReadAt(in, out, inCount, inAt); }
+int fsync(int inDescriptor) { return Flush(inDescriptor); }
+int fdatasync(int inDescriptor) { return Flush(inDescriptor); }
+// clang-format on
 
 off_t lseek(int inDescriptor, off_t inOffset, int inOrigin) noexcept {
     if (IsToFail(Call::FileSeek)) return FailWith<off_t>(EIO);
@@ -148,19 +183,14 @@ ssize_t read(int inDescriptor, void* outBytes, size_t inCount) {
     return syscall(SYS_read, inDescriptor, outBytes, inCount);
 }
 
-ssize_t pread(int inDescriptor, void* outBytes, size_t inCount, off_t inOffset) {
-    if (IsToFail(Call::FileRead, IsIndexDescriptor(inDescriptor))) return FailWith<ssize_t>(EIO);
-    return syscall(SYS_pread64, inDescriptor, outBytes, inCount, inOffset);
-}
-
 ssize_t write(int inDescriptor, const void* inBytes, size_t inCount) {
     if (IsToFail(Call::FileWrite, IsIndexDescriptor(inDescriptor))) return FailWith<ssize_t>(ENOSPC);
     return syscall(SYS_write, inDescriptor, inBytes, inCount);
 }
 
-int fsync(int inDescriptor) {
-    if (IsToFail(Call::FileFlush, IsIndexDescriptor(inDescriptor))) return FailWith(EIO);
-    return static_cast<int>(syscall(SYS_fsync, inDescriptor));
+ssize_t pwrite64(int inDescriptor, const void* inBytes, size_t inCount, off64_t inOffset) {
+    if (IsToFail(Call::FileWrite)) return FailWith<ssize_t>(ENOSPC);
+    return syscall(SYS_pwrite64, inDescriptor, inBytes, inCount, inOffset);
 }
 
 int pthread_create(pthread_t* outThread, const pthread_attr_t* inAttributes, void* (*inBody)(void*),
