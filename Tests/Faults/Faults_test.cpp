@@ -52,13 +52,13 @@ void CheckStatuses(const RunResult& inRun, bool inHasCache) {
 class Faults : public testing::TestWithParam<int> {
   protected:
     Faults()
-        : mMedia(MakeFaultMedia(fs::path(VEXMORA_STREAM_DIR) / "b1-100x76.m2v")
-                     .at(static_cast<std::size_t>(GetParam()))),
+        : mStream(MakePaddedStreams(fs::path(VEXMORA_STREAM_DIR) / "b1-100x76.m2v")
+                      .at(static_cast<std::size_t>(GetParam()))),
           mPath(mFolder / "media.bin") {
-        WriteAll(mPath, mMedia.stream);
+        WriteAll(mPath, mStream.bytes);
         for (const bool hasCache : {false, true}) {
             FaultyHost host(mFolder.Path(), hasCache ? 7 : 0);
-            mSound[hasCache] = WholeRun(host, mMedia, mPath).Run({});
+            mSound[hasCache] = WholeRun(host, mStream, mPath).Run({});
             DeleteIndex();
         }
     }
@@ -81,7 +81,7 @@ class Faults : public testing::TestWithParam<int> {
     std::size_t RunTwiceUnwatched(const FaultPlan& inPlan, bool inHasCache) {
         const RunResult& sound = mSound.at(inHasCache);
         FaultyHost host(mFolder.Path(), inHasCache ? 7 : 0);
-        WholeRun run(host, mMedia, mPath);
+        WholeRun run(host, mStream, mPath);
         const RunResult failing = run.Run(inPlan);
         CheckStatuses(failing, inHasCache);
         EXPECT_EQ(failing.digests, sound.digests);
@@ -115,7 +115,7 @@ class Faults : public testing::TestWithParam<int> {
 
     const unsigned mStride = Option("VEXMORA_STRIDE", kIsSanitized ? 97 : 29);
     const VexmoraHost::TemporaryFolder mFolder;
-    const FaultMedia mMedia;
+    const PaddedStream mStream;
     const fs::path mPath;
     std::map<bool, RunResult> mSound;
 };
@@ -148,13 +148,13 @@ TEST_P(Faults, AnyCallsAtRandom) {
 
 // What is made once in a process is made in the shadow of a failure.
 TEST(FaultsOfANewProcess, TheHeapInTurn) {
-    const auto media = MakeFaultMedia(fs::path(VEXMORA_STREAM_DIR) / "b1-100x76.m2v").front();
+    const auto stream = MakePaddedStreams(fs::path(VEXMORA_STREAM_DIR) / "b1-100x76.m2v").front();
     constexpr int kNoFault = 77;
     const auto runWith = [&](std::uint32_t inNumber) {
         const VexmoraHost::TemporaryFolder folder;
-        WriteAll(folder / "media.bin", media.stream);
+        WriteAll(folder / "media.bin", stream.bytes);
         FaultyHost host(folder.Path(), 0);
-        const RunResult run = WholeRun(host, media, folder / "media.bin")
+        const RunResult run = WholeRun(host, stream, folder / "media.bin")
                                   .Run({.call = Call::Heap, .number = inNumber}, WholeRun::Length::UpToIndex);
         CheckStatuses(run, false);
         return run.faults.empty() ? kNoFault : HasFailure() || host.BlocksHeld() != 0 ? 1 : 0;

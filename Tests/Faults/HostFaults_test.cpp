@@ -40,8 +40,8 @@ std::size_t DigestOf(const VexmoraHost::Picture& inPicture) {
 class HostFaults : public testing::TestWithParam<int> {
   protected:
     HostFaults() {
-        const auto media = MakeFaultMedia(fs::path(VEXMORA_STREAM_DIR) / "b1-100x76.m2v");
-        WriteAll(mMedia, media.at(static_cast<std::size_t>(GetParam())).stream);
+        const auto streams = MakePaddedStreams(fs::path(VEXMORA_STREAM_DIR) / "b1-100x76.m2v");
+        WriteAll(mMedia, streams.at(static_cast<std::size_t>(GetParam())).bytes);
     }
 
     Outcome Run(const FaultPlan& inPlan, const fs::path& inStore) const {

@@ -11,50 +11,13 @@
 namespace Vexmora::Test {
 namespace {
 
-// I and six B and P: what is left is whole in display order, too.
-constexpr std::size_t kPictures = 7;
-// Between pictures: the stream is to reach into its third block, so that one is read ahead.
-constexpr std::size_t kPaddingBytes = 370'000;
 constexpr std::array kScales{kFullSize, kHalfWidth, kQuarterSize};
-
-Bytes NullPackets(std::size_t inSize) {
-    constexpr unsigned kNullPid = 0x1FFF;
-    const Bytes packet = TransportPacket(kNullPid, false, Bytes(184, 0xFF));
-    Bytes packets;
-    while (packets.size() < inSize) packets.insert(packets.end(), packet.begin(), packet.end());
-    return packets;
-}
 
 std::size_t DigestOf(const void* inBytes, std::size_t inCount) {
     return std::hash<std::string_view>()({static_cast<const char*>(inBytes), inCount});
 }
 
 }  // namespace
-
-std::vector<FaultMedia> MakeFaultMedia(const std::filesystem::path& inPath) {
-    CodedVideo pictures = CutIntoPictures(ReadAll(inPath));
-    if (pictures.units.size() < kPictures) throw std::runtime_error("too few pictures: " + inPath.string());
-    pictures.units.resize(kPictures);
-    pictures.frameCount = kPictures;
-    Bytes video = pictures.headers;
-    Bytes padded = pictures.headers;  // zeros may precede any start code (ISO/IEC 13818-2, 5.2.3)
-    for (const CodedUnit& unit : pictures.units) {
-        video.insert(video.end(), unit.bytes.begin(), unit.bytes.end());
-        padded.insert(padded.end(), unit.bytes.begin(), unit.bytes.end());
-        padded.resize(padded.size() + kPaddingBytes);
-    }
-    // What precedes each of the packets that the video is cut into: at first what a stream begins with.
-    const auto before = [&](const Bytes& inBeginning, std::size_t inPayload, auto inPadding) {
-        const std::size_t size = kPictures * kPaddingBytes / (video.size() / inPayload);
-        return Packaging{.payloadSizes = {inPayload}, .before = [=](std::size_t inNumber) {
-                             return inNumber == 0 ? inBeginning : inPadding(size);
-                         }};
-    };
-    const Bytes tables = Join({PatPacket(kPmtPid), PmtPacket(kPmtPid, {{2, kVideoPid}})});
-    return {{"Elementary", padded, pictures},
-            {"Program", ProgramStream(video, before(PackHeader(), 500, PaddingPacket)).bytes, pictures},
-            {"Transport", TransportStream(video, before(tables, 160, NullPackets)).bytes, pictures}};
-}
 
 RunResult WholeRun::Run(const FaultPlan& inPlan, Length inLength) {
     mResult = {};
@@ -132,8 +95,8 @@ void WholeRun::OpenIndexed() {
 void WholeRun::DecodeFile() {
     FileInfo info{};
     Until(Phase::Query, Vexmora_Ok, [&] { return Vexmora_GetFileInfo(mHandle, &info); });
-    EXPECT_EQ(info.frameCount, kPictures);
-    EXPECT_EQ(Vexmora_GetLastGoodFrame(mHandle, 1000), std::int32_t{kPictures} - 1);
+    EXPECT_EQ(info.frameCount, kPaddedPictures);
+    EXPECT_EQ(Vexmora_GetLastGoodFrame(mHandle, 1000), std::int32_t{kPaddedPictures} - 1);
     std::uint32_t luma = 0;
     std::uint32_t chroma = 0;
     Until(Phase::Query, Vexmora_Ok, [&] { return Vexmora_GetFrameSizes(mHandle, &luma, &chroma); });
@@ -144,8 +107,8 @@ void WholeRun::DecodeFile() {
 
 void WholeRun::DecodeAt(const Scale& inScale, bool inBackwards) {
     mFrames.clear();
-    for (std::int32_t i = 0; i < std::int32_t{kPictures}; ++i) {
-        Note(Frame(inBackwards ? std::int32_t{kPictures} - 1 - i : i, inScale));
+    for (std::int32_t i = 0; i < std::int32_t{kPaddedPictures}; ++i) {
+        Note(Frame(inBackwards ? std::int32_t{kPaddedPictures} - 1 - i : i, inScale));
     }
 }
 
@@ -178,9 +141,9 @@ void WholeRun::DecodeFromBuffer(const Scale& inScale) {
     Until(Phase::OpenBuffer, Vexmora_Ok,
           [&] { return Vexmora_OpenBufferInstance(services, kCapacity, &mHandle, &buffer); });
     mFrames.clear();
-    for (const CodedUnit& unit : mMedia.pictures.units) {
+    for (const CodedUnit& unit : mStream.pictures.units) {
         const bool isFirst = unit.frame == 0;
-        const Bytes data = isFirst ? Join({mMedia.pictures.headers, unit.bytes}) : unit.bytes;
+        const Bytes data = isFirst ? Join({mStream.pictures.headers, unit.bytes}) : unit.bytes;
         Picture420 picture = mBlank;
         const auto planesOf = [&](std::size_t in) {
             return in == unit.frame ? picture.Planes() : mFrames.at(static_cast<std::int32_t>(in)).Planes();
@@ -202,7 +165,7 @@ void WholeRun::DecodeFromBuffer(const Scale& inScale) {
 
 // In two pieces; a scan that has thrown cannot go on, so the indexer is made anew.
 void WholeRun::IndexBuffers() {
-    const Bytes& stream = mMedia.stream;
+    const Bytes& stream = mStream.bytes;
     const std::size_t half = stream.size() / 2;
     IndexHeader header{};
     std::vector<AudioAlignmentRun> plan;

@@ -7,20 +7,11 @@
 #include <string>
 #include <vector>
 
-#include "Decoding/CodedVideo.h"
+#include "Decoding/PaddedStreams.h"
 #include "Faults/FaultPlan.h"
 #include "Faults/FaultyHost.h"
 
 namespace Vexmora::Test {
-
-/// One video in one packaging, long enough for blocks to be read ahead.
-struct FaultMedia {
-    std::string name;
-    Bytes stream;
-    CodedVideo pictures;
-};
-/// The first pictures of the elementary stream at inPath, in the three packagings.
-std::vector<FaultMedia> MakeFaultMedia(const std::filesystem::path& inPath);
 
 enum class Phase { Startup, Open, Index, Query, Decode, OpenBuffer, DecodeBuffer, MakeIndexer, Scan, Close };
 
@@ -45,8 +36,8 @@ class WholeRun {
     /// How far to go: all the way, or from start-up to the end of indexing.
     enum class Length { Whole, UpToIndex };
 
-    WholeRun(FaultyHost& ioHost, const FaultMedia& inMedia, const std::filesystem::path& inPath)
-        : mHost(ioHost), mMedia(inMedia), mPath(ToUtf16(inPath)) {}
+    WholeRun(FaultyHost& ioHost, const PaddedStream& inStream, const std::filesystem::path& inPath)
+        : mHost(ioHost), mStream(inStream), mPath(ToUtf16(inPath)) {}
 
     RunResult Run(const FaultPlan& inPlan, Length inLength = Length::Whole);
 
@@ -66,7 +57,7 @@ class WholeRun {
     void Note(const Picture420& inPicture);
 
     FaultyHost& mHost;
-    const FaultMedia& mMedia;
+    const PaddedStream& mStream;
     const UTF16String mPath;
     FaultInjection* mInjection = nullptr;
     RunResult mResult;
