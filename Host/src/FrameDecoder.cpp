@@ -13,6 +13,11 @@ struct StandIn {
     Picture picture;
 };
 
+// Whether the next attempt may succeed where this one lacked memory or could not read the file.
+bool MayPass(Vexmora_Status inStatus) {
+    return inStatus == Vexmora_Failure || inStatus == Vexmora_NoSequenceHeader;
+}
+
 }  // namespace
 
 Error NoPictureFor(std::uint32_t inFrame, const std::filesystem::path& inMovie) {
@@ -36,9 +41,12 @@ SharedPicture FrameDecoder::Frame(std::uint32_t inFrame) {
     if (wanted == kNoRecord) return nullptr;
     DecodePlan plan([this](std::int32_t inRecord) { return LookUp(inRecord); });
     plan.Want(wanted);
+    bool isForGood = true;
     while (const auto task = plan.Start()) {
         const SharedPicture picture = mMaker.Make(mSource.handle, *task);
-        mMaker.Keep(task->record, picture);
+        // Later pictures of the chain may be predicted from one that the next attempt makes better.
+        isForGood = isForGood && !MayPass(picture->damage.status);
+        if (isForGood) mMaker.Keep(task->record, picture);
         plan.Finish(task->record, picture);
     }
     const SharedPicture picture = plan.Find(wanted);

@@ -160,7 +160,9 @@ class Movie::Opener {
         if (inStatus == Vexmora_Failure) static_cast<void>(mSession.ConfirmIdentity(mSession.Media()));
         const bool remembered = IsFailedIndex(mSession.Known()) && !mMovie.mWasIndexed;
         const Explanation why = Explain(inStatus, remembered);
-        throw Error(inStatus, mSession.Media(), why.problem, why.advice);
+        // Who did not cancel is not told so.
+        const Vexmora_Status status = inStatus == Vexmora_NotFinished ? Vexmora_Failure : inStatus;
+        throw Error(status, mSession.Media(), why.problem, why.advice);
     }
 
     const OpenOptions& mOptions;

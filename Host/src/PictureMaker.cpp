@@ -122,9 +122,7 @@ SharedPicture PictureMaker::FindInCache(std::int32_t inRecord) const {
     return fits ? picture : nullptr;
 }
 
-// The next attempt may succeed where this one lacked memory.
 void PictureMaker::Keep(std::int32_t inRecord, const SharedPicture& inPicture) const {
-    if (inPicture->damage.status == Vexmora_Failure) return;
     mSource.cache.Add(KeyOf(inRecord), inPicture, mLayout.bytes);
 }
 

@@ -88,7 +88,11 @@ std::int32_t File::Create(const UTF16String& inPath, FileAccess inAccess, FileSh
     if (opened.mDescriptor < 0) return -errno;
 
     struct stat status {};
-    if (fstat(opened.mDescriptor, &status) != 0) return -errno;
+    if (fstat(opened.mDescriptor, &status) != 0) {
+        const std::int32_t refused = -errno;
+        if (inDisposition == FileDisposition::CreateNew) static_cast<void>(unlink(path.c_str()));
+        return refused;
+    }
     if (const std::int32_t refused = CheckRegular(status); refused != 0) return refused;
     if (inAttributes == FileAttributes::SequentialScan) {
         // A hint: reading works the same if the file system does not take it.

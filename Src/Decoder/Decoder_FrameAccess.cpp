@@ -88,8 +88,8 @@ Vexmora_Status Decoder::GetFrameFromBuffer(std::uint32_t inDataSize, std::uint32
     mBuffer->ClearCarry();  // the host has overwritten what the last request left
     const bool isFirst = !mSequenceHeaderRead;
     if (isFirst) {
-        mSequenceHeaderRead = true;
         if (!FindSequenceHeaderInBuffer()) mParameters = {};
+        mSequenceHeaderRead = true;  // not before: a search that ran out of memory is made again
     }
     if (mParameters.sequence.chromaBlocks != kChromaBlocks420) return Vexmora_NoSuchFrame;
     if (!isFirst && mSplitter->ReadPicture(*mBuffer) != ReadStatus::Ok) return Vexmora_NoSuchFrame;

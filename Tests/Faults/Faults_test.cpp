@@ -1,0 +1,181 @@
+// Every call that the library makes fails once in turn, in whole runs over the three kinds of streams, and at
+// random: the status is the one documented for that call, nothing is leaked or left locked, and all goes well
+// afterwards.
+//
+// VEXMORA_STRIDE: 1 for every call, also of those that are made very often. VEXMORA_RUNS: how many runs with
+// random failures; VEXMORA_SEED: of the first.
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+
+#include "Faults/WholeRun.h"
+#include "Host/HostTestSupport.h"
+#include "Support/Options.h"
+
+namespace Vexmora::Test {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::array kHostCalls{
+    Call::PictureMemory, Call::PictureAddress, Call::BlockMemory,   Call::BlockAddress,  Call::CacheFind,
+    Call::CacheAdd,      Call::IndexFolder,    Call::MediaIdentity, Call::RegisterIndex, Call::FindIndex};
+constexpr std::array kSystemCalls{Call::FileOpen, Call::FileFacts, Call::FileSeek,
+                                  Call::FileRead, Call::FileWrite, Call::ThreadStart};
+
+std::size_t OpenDescriptors() {
+    const fs::directory_iterator all("/proc/self/fd");
+    return static_cast<std::size_t>(std::distance(begin(all), end(all)));
+}
+
+void CheckStatuses(const RunResult& inRun, bool inHasCache) {
+    for (std::uint32_t number = 0; number < inRun.steps.size(); ++number) {
+        const auto [phase, status] = inRun.steps[number];
+        // As ever is right, too, where none of the step's faults has a status of its own.
+        bool mayBeAsEver = true;
+        std::vector<std::int32_t> allowed;
+        for (const InjectedFault& fault : inRun.faults) {
+            if (fault.step != number) continue;
+            const auto statuses = StatusesAfter(fault, phase, inHasCache);
+            mayBeAsEver = mayBeAsEver && std::ranges::count(statuses, kAsEver) != 0;
+            allowed.insert(allowed.end(), statuses.begin(), statuses.end());
+        }
+        const bool isAsEver = status == Vexmora_Ok || (status == Vexmora_NotFinished && phase == Phase::Open);
+        EXPECT_TRUE((isAsEver && mayBeAsEver) || std::ranges::count(allowed, status) != 0)
+            << "status " << status << " in phase " << static_cast<int>(phase);
+    }
+}
+
+// The parameter: the packaging.
+class Faults : public testing::TestWithParam<int> {
+  protected:
+    Faults()
+        : mStream(MakePaddedStreams(fs::path(VEXMORA_STREAM_DIR) / "b1-100x76.m2v")
+                      .at(static_cast<std::size_t>(GetParam()))),
+          mPath(mFolder / "media.bin") {
+        WriteAll(mPath, mStream.bytes);
+        for (const bool hasCache : {false, true}) {
+            FaultyHost host(mFolder.Path(), hasCache ? 7 : 0);
+            mSound[hasCache] = WholeRun(host, mStream, mPath).Run({});
+            DeleteIndex();
+        }
+    }
+
+    void DeleteIndex() {
+        for (const auto& entry : fs::directory_iterator(mFolder.Path())) {
+            if (entry.path().extension() == ".mpgindex") fs::remove(entry.path());
+        }
+    }
+
+    // A run with failures and one without, over a new host. Returns how many calls failed.
+    std::size_t RunTwice(const FaultPlan& inPlan, bool inHasCache) {
+        const std::size_t descriptors = OpenDescriptors();
+        const std::int64_t heapBlocks = LiveHeapBlocks();
+        const std::size_t faults = RunTwiceUnwatched(inPlan, inHasCache);
+        EXPECT_EQ(OpenDescriptors(), descriptors);
+        EXPECT_EQ(LiveHeapBlocks(), heapBlocks);
+        return faults;
+    }
+    std::size_t RunTwiceUnwatched(const FaultPlan& inPlan, bool inHasCache) {
+        const RunResult& sound = mSound.at(inHasCache);
+        FaultyHost host(mFolder.Path(), inHasCache ? 7 : 0);
+        WholeRun run(host, mStream, mPath);
+        const RunResult failing = run.Run(inPlan);
+        CheckStatuses(failing, inHasCache);
+        EXPECT_EQ(failing.digests, sound.digests);
+        EXPECT_EQ(host.BlocksHeld(), 0u);
+        for (const auto& entry : fs::directory_iterator(mFolder.Path())) {
+            EXPECT_TRUE(entry.path() == mPath || entry.file_size() > sizeof(IndexHeader)) << entry.path();
+        }
+        DeleteIndex();
+        host.ForgetIndex();
+        const RunResult after = run.Run({});
+        EXPECT_EQ(after.steps, sound.steps);
+        EXPECT_EQ(after.digests, sound.digests);
+        EXPECT_EQ(host.BlocksHeld(), 0u);
+        EXPECT_EQ(host.Misuses(), 0u);
+        DeleteIndex();
+        return failing.faults.size();
+    }
+
+    // Every call of a kind; of those that are made very often, some behind the first.
+    void Sweep(Call inCall, bool inHasCache) {
+        constexpr std::uint32_t kFirst = kIsSanitized ? 6 : 48;
+        SCOPED_TRACE(std::string(NameOf(inCall)) + (inHasCache ? ", cached" : ""));
+        unsigned runs = 0;
+        for (std::uint32_t number = 1; !HasFailure(); number += number < kFirst ? 1 : mStride) {
+            SCOPED_TRACE(number);
+            if (RunTwice({.call = inCall, .number = number}, inHasCache) == 0) break;
+            ++runs;
+        }
+        std::printf("%s%s: %u\n", NameOf(inCall), inHasCache ? ", cached" : "", runs);
+    }
+
+    const unsigned mStride = Option("VEXMORA_STRIDE", kIsSanitized ? 97 : 29);
+    const VexmoraHost::TemporaryFolder mFolder;
+    const PaddedStream mStream;
+    const fs::path mPath;
+    std::map<bool, RunResult> mSound;
+};
+
+TEST_P(Faults, EveryCallToTheHostInTurn) {
+    for (const Call call : kHostCalls) Sweep(call, true);
+    for (const Call call : {Call::BlockMemory, Call::BlockAddress}) Sweep(call, false);
+}
+
+TEST_P(Faults, EveryCallToTheSystemInTurn) {
+    for (const Call call : kSystemCalls) Sweep(call, true);
+}
+
+TEST_P(Faults, TheHeapInTurn) {
+    Sweep(Call::Heap, true);
+}
+
+TEST_P(Faults, AnyCallsAtRandom) {
+    const unsigned seed = Option("VEXMORA_SEED", 1);
+    const unsigned runs = Option("VEXMORA_RUNS", kIsSanitized ? 8 : 40);
+    std::size_t faults = 0;
+    for (unsigned run = 0; run < runs; ++run) {
+        SCOPED_TRACE("VEXMORA_SEED=" + std::to_string(seed + run));
+        const std::uint32_t perMillion = run % 2 == 0 ? 1'000 : 5'000;
+        faults += RunTwice({.perMillion = perMillion, .seed = seed + run}, run % 4 < 2);
+    }
+    std::printf("failed calls: %zu\n", faults);
+    EXPECT_GE(faults, runs);
+}
+
+// What is made once in a process is made in the shadow of a failure.
+TEST(FaultsOfANewProcess, TheHeapInTurn) {
+    const auto stream = MakePaddedStreams(fs::path(VEXMORA_STREAM_DIR) / "b1-100x76.m2v").front();
+    constexpr int kNoFault = 77;
+    const auto runWith = [&](std::uint32_t inNumber) {
+        const VexmoraHost::TemporaryFolder folder;
+        WriteAll(folder / "media.bin", stream.bytes);
+        FaultyHost host(folder.Path(), 0);
+        const RunResult run = WholeRun(host, stream, folder / "media.bin")
+                                  .Run({.call = Call::Heap, .number = inNumber}, WholeRun::Length::UpToIndex);
+        CheckStatuses(run, false);
+        return run.faults.empty() ? kNoFault : HasFailure() || host.BlocksHeld() != 0 ? 1 : 0;
+    };
+    int exitCode = 0;
+    std::uint32_t number = 0;
+    const unsigned stride = Option("VEXMORA_STRIDE", kIsSanitized ? 7 : 1);
+    while (exitCode == 0) {
+        SCOPED_TRACE(number += stride);
+        const pid_t child = fork();
+        if (child == 0) _exit(runWith(number));
+        int status = 0;
+        ASSERT_EQ(waitpid(child, &status, 0), child);
+        ASSERT_TRUE(WIFEXITED(status)) << "it has died";
+        exitCode = WEXITSTATUS(status);
+    }
+    EXPECT_EQ(exitCode, kNoFault) << number;
+    EXPECT_GT(number, 10u);
+}
+
+INSTANTIATE_TEST_SUITE_P(Streams, Faults, testing::Range(0, 3));
+
+}  // namespace
+}  // namespace Vexmora::Test

@@ -1,0 +1,238 @@
+// Many handles on many threads over one small block cache, while others open, close, start up and shut down:
+// every picture is the one that a single handle decodes, and memory stays flat.
+//
+// VEXMORA_SECONDS: how long; VEXMORA_SEED: of what the threads do.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <deque>
+#include <fstream>
+#include <random>
+#include <thread>
+
+#include "Decoding/PaddedStreams.h"
+#include "Host/HostTestSupport.h"
+#include "Support/Options.h"
+#include "VexmoraHost/HostServices.h"
+
+namespace Vexmora::Test {
+namespace {
+
+namespace fs = std::filesystem;
+using Clock = std::chrono::steady_clock;
+
+constexpr std::size_t kThreads = 8;
+constexpr std::size_t kHandlesPerThread = 8;
+constexpr std::array kScales{kFullSize, kHalfWidth, kQuarterSize};
+
+// A file, its index, and all of its pictures as one handle alone decodes them.
+class Media {
+  public:
+    Media(const fs::path& inPath, std::uint8_t inNumber)
+        : mPath(ToUtf16(inPath)),
+          mServices(VexmoraHost::Services(VexmoraHost::CacheIdFor({.bytes = {inNumber}}))),
+          mIndex(Index(ReadAll(inPath))) {
+        const Vexmora_Handle handle = Open();
+        std::uint32_t luma = 0;
+        std::uint32_t chroma = 0;
+        EXPECT_EQ(Vexmora_GetFrameSizes(handle, &luma, &chroma), Vexmora_Ok);
+        for (std::size_t scale = 0; scale < kScales.size(); ++scale) {
+            mPictures[scale].assign(mIndex.records.size(), {luma, chroma, 0});
+            // Anchors first: B pictures lie between those that they are predicted from.
+            for (const bool isB : {false, true}) {
+                for (std::size_t frame = 0; frame < mIndex.records.size(); ++frame) {
+                    if ((PictureCodingType(mIndex.records[frame]) == kPictureTypeB) != isB) continue;
+                    EXPECT_EQ(Decode(handle, frame, scale, mPictures[scale][frame]), Vexmora_Ok);
+                }
+            }
+        }
+        EXPECT_EQ(Vexmora_CloseFile(handle), Vexmora_Ok);
+    }
+
+    Vexmora_Handle Open() const {
+        Vexmora_Handle handle = nullptr;
+        EXPECT_EQ(Vexmora_OpenFileWithIndex(mPath, mServices, mIndex.header, mIndex.records, &handle),
+                  Vexmora_Ok);
+        return handle;
+    }
+    std::size_t FrameCount() const { return mIndex.records.size(); }
+
+    // Whether a frame, predicted from the pictures kept, is the one kept.
+    bool IsDecodedRight(Vexmora_Handle inHandle, std::size_t inFrame, std::size_t inScale) const {
+        const Picture420& expected = mPictures[inScale][inFrame];
+        Picture420 picture(static_cast<std::uint32_t>(expected.luma.size()),
+                           static_cast<std::uint32_t>(expected.cb.size()), 0);
+        return Decode(inHandle, inFrame, inScale, picture) == Vexmora_Ok && picture == expected;
+    }
+
+  private:
+    Vexmora_Status Decode(Vexmora_Handle inHandle, std::size_t inFrame, std::size_t inScale,
+                          Picture420& outPicture) const {
+        const auto frame = static_cast<std::int32_t>(inFrame);
+        std::int32_t past = 0;
+        std::int32_t future = 0;
+        const Vexmora_Status status = Vexmora_GetFrameDependancies(inHandle, frame, &past, &future);
+        if (status != Vexmora_Ok) return status;
+        const auto planesOf = [&](std::int32_t in) {
+            if (in == DecodeChain::kNone) return FramePlanes{};
+            // References are only read.
+            return const_cast<Picture420&>(mPictures[inScale].at(static_cast<std::size_t>(in))).Planes();
+        };
+        const FramePlanes forward = planesOf(past);
+        const FramePlanes backward = planesOf(future);
+        const FramePlanes output = outPicture.Planes();
+        return Vexmora_GetFrame(inHandle, frame, &forward, &backward, &output, kScales[inScale].mode,
+                                kScales[inScale].subMode);
+    }
+
+    const UTF16String mPath;
+    const HostServices mServices;
+    const IndexResult mIndex;
+    std::array<std::vector<Picture420>, kScales.size()> mPictures;
+};
+
+std::size_t ResidentBytes() {
+    std::size_t total = 0;
+    std::size_t resident = 0;
+    std::ifstream("/proc/self/statm") >> total >> resident;
+    return resident * static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+}
+
+class Load : public testing::Test {
+  protected:
+    struct Slot {
+        const Media* media = nullptr;
+        Vexmora_Handle handle = nullptr;
+    };
+    struct Worker {
+        std::mt19937 random;
+        std::array<Slot, kHandlesPerThread> slots{};
+        std::uint64_t decoded = 0;
+        std::uint64_t wrong = 0;
+        std::uint64_t opened = 0;
+        std::size_t mostHostBytes = 0;
+
+        std::size_t Below(std::size_t inLimit) { return random() % inLimit; }
+    };
+
+    Load() {
+        const fs::path streams = VEXMORA_STREAM_DIR;
+        std::vector<fs::path> paths;
+        for (const char* name :
+             {"jumps-320x180.m2v", "tiny-odd-96x80.m2v", "small-100x76.mpg", "b3-100x76.ts"})
+            paths.push_back(streams / name);
+        for (const PaddedStream& stream : MakePaddedStreams(streams / "b1-100x76.m2v")) {
+            paths.push_back(mFolder / std::to_string(paths.size()));
+            WriteAll(paths.back(), stream.bytes);
+        }
+        const VexmoraHost::Library library;
+        for (const fs::path& path : paths)
+            mMedia.emplace_back(path, static_cast<std::uint8_t>(mMedia.size() + 1));
+        VexmoraHost::ProcessBlockCache().Clear();
+        VexmoraHost::ProcessBlockCache().SetBudget(8 * 1'300'000);  // fewer blocks than the files have
+    }
+
+    void Reopen(Worker& ioWorker, Slot& ioSlot) {
+        EXPECT_EQ(Vexmora_CloseFile(ioSlot.handle), Vexmora_Ok);
+        ioSlot.media = &mMedia[ioWorker.Below(mMedia.size())];
+        ioSlot.handle = ioSlot.media->Open();
+        ++ioWorker.opened;
+    }
+
+    // One thread's round: it keeps the library started, as each of them does for itself.
+    void Work(Worker& ioWorker, Clock::time_point inEnd) {
+        constexpr std::size_t kReopenEvery = 24;
+        const VexmoraHost::Library library;
+        while (Clock::now() < inEnd) {
+            Slot& slot = ioWorker.slots[ioWorker.Below(kHandlesPerThread)];
+            if (slot.handle == nullptr || ioWorker.Below(kReopenEvery) == 0) Reopen(ioWorker, slot);
+            const std::size_t frame = ioWorker.Below(slot.media->FrameCount());
+            if (!slot.media->IsDecodedRight(slot.handle, frame, ioWorker.Below(kScales.size())))
+                ++ioWorker.wrong;
+            ++ioWorker.decoded;
+            ioWorker.mostHostBytes =
+                std::max(ioWorker.mostHostBytes, VexmoraHost::ProcessMemory().LiveBytes());
+        }
+    }
+
+    // Starts up and shuts down, and opens what it closes at once or what cannot be opened.
+    void Race(std::uint32_t inSeed, Clock::time_point inEnd) {
+        std::mt19937 random(inSeed);
+        while (Clock::now() < inEnd) {
+            const VexmoraHost::Library library;
+            Vexmora_Handle handle = nullptr;
+            std::uint8_t* buffer = nullptr;
+            switch (random() % 3) {
+                case 0:
+                    handle = mMedia[random() % mMedia.size()].Open();
+                    break;
+                case 1:
+                    EXPECT_EQ(Vexmora_OpenBufferInstance(VexmoraHost::Services(), 65536, &handle, &buffer),
+                              Vexmora_Ok);
+                    break;
+                default:
+                    EXPECT_EQ(Vexmora_OpenFile(ToUtf16(mFolder / "nowhere"), VexmoraHost::Services(), &handle,
+                                               nullptr, false),
+                              Vexmora_Unsupported);
+            }
+            EXPECT_EQ(Vexmora_CloseFile(handle), Vexmora_Ok);
+        }
+    }
+
+    const VexmoraHost::TemporaryFolder mFolder;
+    std::deque<Media> mMedia;
+};
+
+TEST_F(Load, ManyHandlesOverOneCacheStayRightAndTakeNoMoreMemory) {
+    const unsigned seconds = Option("VEXMORA_SECONDS", 5);
+    const unsigned seed = Option("VEXMORA_SEED", 1);
+    constexpr unsigned kRounds = 20;  // the library is shut down after each
+    std::vector<Worker> workers(kThreads);
+    for (std::size_t i = 0; i < kThreads; ++i) workers[i].random.seed(seed + static_cast<unsigned>(i));
+    std::vector<std::size_t> mostHostBytes;
+    std::vector<std::size_t> residentBytes;
+    for (unsigned round = 0; round < kRounds; ++round) {
+        const auto end = Clock::now() + std::chrono::milliseconds(1000 * seconds / kRounds);
+        std::vector<std::jthread> threads;
+        for (Worker& worker : workers) {
+            worker.mostHostBytes = 0;
+            threads.emplace_back([&] { Work(worker, end); });
+        }
+        threads.emplace_back([&] { Race(seed + round, end); });
+        threads.clear();
+        std::size_t most = 0;
+        for (const Worker& worker : workers) most = std::max(most, worker.mostHostBytes);
+        mostHostBytes.push_back(most);
+        residentBytes.push_back(ResidentBytes());
+    }
+    Worker all;
+    for (Worker& worker : workers) {
+        all.decoded += worker.decoded;
+        all.wrong += worker.wrong;
+        all.opened += worker.opened;
+        for (const Slot& slot : worker.slots) EXPECT_EQ(Vexmora_CloseFile(slot.handle), Vexmora_Ok);
+    }
+    EXPECT_EQ(all.wrong, 0u);
+    EXPECT_GT(all.decoded, kThreads * kHandlesPerThread);
+    const auto mostOf = [](const std::vector<std::size_t>& in, std::size_t inFirst) {
+        return *std::max_element(in.begin() + static_cast<std::ptrdiff_t>(inFirst),
+                                 in.begin() + static_cast<std::ptrdiff_t>(inFirst + kRounds / 10));
+    };
+    const auto print = [&](const char* inWhat, const std::vector<std::size_t>& inBytes) {
+        std::printf("%s, MiB: %.1f in the first tenth, %.1f in the middle, %.1f in the last\n", inWhat,
+                    static_cast<double>(mostOf(inBytes, 0)) / (1 << 20),
+                    static_cast<double>(mostOf(inBytes, kRounds / 2)) / (1 << 20),
+                    static_cast<double>(mostOf(inBytes, kRounds - kRounds / 10)) / (1 << 20));
+    };
+    std::printf("%llu frames decoded, %llu handles opened\n", static_cast<unsigned long long>(all.decoded),
+                static_cast<unsigned long long>(all.opened));
+    print("most host memory", mostHostBytes);
+    print("resident memory", residentBytes);
+    // Threads of a round may all happen to need their largest buffers at once, or not.
+    EXPECT_LT(mostOf(mostHostBytes, kRounds - kRounds / 10), mostOf(mostHostBytes, 0) * 3 / 2);
+    VexmoraHost::ProcessBlockCache().Clear();
+    EXPECT_EQ(VexmoraHost::ProcessMemory().LiveBlocks(), 0u);
+}
+
+}  // namespace
+}  // namespace Vexmora::Test

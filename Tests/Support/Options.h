@@ -1,0 +1,24 @@
+// Numbers that a run of the tests takes from the environment.
+#pragma once
+
+#include <cstdio>
+#include <cstdlib>
+
+namespace Vexmora::Test {
+
+/// The variable's value, or inDefault when it is not set; printed, so that a run can be repeated.
+inline unsigned Option(const char* inName, unsigned inDefault) {
+    const char* const text = std::getenv(inName);
+    const unsigned value = text != nullptr ? static_cast<unsigned>(std::atoi(text)) : inDefault;
+    std::printf("%s=%u\n", inName, value);
+    return value;
+}
+
+/// Whether the tests are built with AddressSanitizer, under which they take many times as long.
+#ifdef __SANITIZE_ADDRESS__
+inline constexpr bool kIsSanitized = true;
+#else
+inline constexpr bool kIsSanitized = false;
+#endif
+
+}  // namespace Vexmora::Test
