@@ -11,8 +11,6 @@
 namespace Vexmora::Test {
 namespace {
 
-constexpr std::array kScales{kFullSize, kHalfWidth, kQuarterSize};
-
 std::size_t DigestOf(const void* inBytes, std::size_t inCount) {
     return std::hash<std::string_view>()({static_cast<const char*>(inBytes), inCount});
 }

@@ -23,7 +23,6 @@ using Clock = std::chrono::steady_clock;
 
 constexpr std::size_t kThreads = 8;
 constexpr std::size_t kHandlesPerThread = 8;
-constexpr std::array kScales{kFullSize, kHalfWidth, kQuarterSize};
 
 // A file, its index, and all of its pictures as one handle alone decodes them.
 class Media {
