@@ -1,6 +1,7 @@
 // Which session answers on this thread, and its answers.
 #include "VexmoraHost/IndexSession.h"
 
+#include <new>
 #include <system_error>
 #include <utility>
 
@@ -35,8 +36,13 @@ IndexSession::IndexSession(IndexStore inStore, std::filesystem::path inMedia)
     : mStore(std::move(inStore)), mMedia(std::move(inMedia)), mIdentity(IdentifyMedia(mMedia)) {}
 
 IndexSession::~IndexSession() {
-    std::error_code error;
-    if (!mWritingFolder.empty()) std::filesystem::remove_all(mWritingFolder, error);
+    if (mWritingFolder.empty()) return;
+    try {
+        std::error_code error;
+        std::filesystem::remove_all(mWritingFolder, error);
+    } catch (const std::bad_alloc&) {
+        // The store clears the folder away in time.
+    }
 }
 
 void IndexSession::RethrowFailure() const {

@@ -40,7 +40,7 @@ std::vector<PaddedStream> MakePaddedStreams(const std::filesystem::path& inPath)
     };
     const Bytes tables = Join({PatPacket(kPmtPid), PmtPacket(kPmtPid, {{2, kVideoPid}})});
     return {{padded, pictures},
-            {ProgramStream(video, before(PackHeader(), 500, PaddingPacket)).bytes, pictures},
+            {ProgramStream(video, before(PackHeader(), 250, PaddingPacket)).bytes, pictures},
             {TransportStream(video, before(tables, 160, NullPackets)).bytes, pictures}};
 }
 

@@ -14,8 +14,9 @@ inline unsigned Option(const char* inName, unsigned inDefault) {
     return value;
 }
 
-/// Whether the tests are built with AddressSanitizer, under which they take many times as long.
-#ifdef __SANITIZE_ADDRESS__
+/// Whether the tests are built with AddressSanitizer or ThreadSanitizer, under which they take many times as
+/// long and as much memory.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 inline constexpr bool kIsSanitized = true;
 #else
 inline constexpr bool kIsSanitized = false;
