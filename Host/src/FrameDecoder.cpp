@@ -63,7 +63,9 @@ std::uint64_t AddUpTo(std::uint64_t inLeft, std::uint64_t inRight) {
 }  // namespace
 
 FrameDecoder::FrameDecoder(const FrameSource& inSource, Scale inScale)
-    : mSource(inSource), mLayout(LayoutOf(inSource.info, LeastBytes(inSource.handle), inScale)) {}
+    : mSource(inSource),
+      mLayout(LayoutOf(inSource.info, LeastBytes(inSource.handle), inScale)),
+      mLostAnchors(inSource.records) {}
 
 SharedPicture FrameDecoder::Frame(std::uint32_t inFrame) {
     if (mLayout.Macroblocks() == 0) return nullptr;  // a wild sequence header
@@ -108,7 +110,8 @@ std::optional<std::uint32_t> FrameDecoder::FindStandIn(std::uint32_t inFrame) co
     return std::nullopt;
 }
 
-// The library offers another picture in place of a reference that the stream does not hold.
+// The library offers another picture in place of a reference that the stream does not hold, and so does the
+// index where it cannot know.
 FrameDecoder::References FrameDecoder::FindReferences(std::int32_t inRecord) const {
     References references;
     std::array<std::int32_t, 2> offered{kNone, kNone};
@@ -126,6 +129,8 @@ FrameDecoder::References FrameDecoder::FindReferences(std::int32_t inRecord) con
         if (counts) references.records[direction] = reference;
         if (!counts || reference != inRecord + deltas[direction]) ++references.lost;
     }
+    if (references.lost == 0 && mLostAnchors.AreMissedBy(static_cast<std::size_t>(inRecord)))
+        references.lost = 1;
     return references;
 }
 

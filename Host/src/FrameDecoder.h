@@ -8,6 +8,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "LostAnchors.h"
 #include "PictureLayout.h"
 #include "Vexmora/Vexmora.h"
 #include "VexmoraHost/FrameCache.h"
@@ -90,6 +91,7 @@ class FrameDecoder {
 
     const FrameSource& mSource;
     const PictureLayout mLayout;
+    const LostAnchors mLostAnchors;
     std::unordered_map<std::int32_t, Link> mChain;
 };
 

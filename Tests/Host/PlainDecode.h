@@ -38,9 +38,12 @@ class IndexedFile {
     using Records = std::vector<Vexmora::FrameRecord>;
 
     explicit IndexedFile(
-        const std::filesystem::path& inPath,
-        const std::function<void(Records&)>& inChange = [](Records&) {}) {
-        auto index = Vexmora::Test::Index(Vexmora::Test::ReadAll(inPath));
+        const std::filesystem::path& inPath, const std::function<void(Records&)>& inChange = [](Records&) {})
+        : IndexedFile(inPath, inPath, inChange) {}
+    /// With the index of another file.
+    IndexedFile(const std::filesystem::path& inPath, const std::filesystem::path& inIndexed,
+                const std::function<void(Records&)>& inChange) {
+        auto index = Vexmora::Test::Index(Vexmora::Test::ReadAll(inIndexed));
         inChange(index.records);
         mRecords = index.records;
         index.header.recordCount = static_cast<std::uint32_t>(mRecords.size());
