@@ -7,6 +7,7 @@
 #include <optional>
 #include <span>
 
+#include "LostAnchors.h"
 #include "Vexmora/Vexmora.h"
 #include "VexmoraHost/FrameCache.h"
 #include "VexmoraHost/PlanePool.h"
@@ -18,6 +19,8 @@ struct FrameSource {
     Vexmora_Handle handle;
     /// As the handle has them.
     std::span<const Vexmora::FrameRecord> records;
+    /// Of these records.
+    const LostAnchors& lostAnchors;
     std::uint32_t firstFrame;
     std::uint32_t frameCount;
     Vexmora::FileInfo info;

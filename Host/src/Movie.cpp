@@ -210,9 +210,12 @@ bool Movie::MayUseHandles(std::uint32_t inFirst) const {
     }
 }
 
-FrameSource Movie::Source() const {
+// Opening stays immediate: what takes a look at all records waits for the first picture.
+FrameSource Movie::Source() {
+    if (mLostAnchors == nullptr) mLostAnchors = std::make_shared<LostAnchors>(mRecords);
     return {.handle = mHandle.get(),
             .records = mRecords,
+            .lostAnchors = *mLostAnchors,
             .firstFrame = mInfo.firstFrame,
             .frameCount = mInfo.frameCount,
             .info = mInfo.file,

@@ -8,9 +8,11 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <numeric>
 #include <random>
 
+#include "Host/HostTestSupport.h"
 #include "Host/PlainDecode.h"
 
 namespace VexmoraHost {
@@ -154,6 +156,30 @@ TEST_F(FrameDecoderTest, OnlyUsableFramesStandIn) {
         for (auto record = ioRecords.begin() + 10; record != ioRecords.end(); ++record) record->size = 0;
     });
     EXPECT_EQ(Frame(empty, 3, 10), nullptr);
+}
+
+// Each stream lies once at the beginning, where its tables and headers are looked for, and once far behind
+// it.
+TEST_F(FrameDecoderTest, PicturesBeyondFourGiB) {
+    constexpr std::uint64_t kFar = 0x140000000;
+    const TemporaryFolder folder;
+    mCache.SetBudget(0);  // it knows the files apart by a number that is always the same here
+    for (const char* name : {"tiny-64x48.m2v", "tiny-100x76.mpg", "tiny-64x48.ts"}) {
+        SCOPED_TRACE(name);
+        const std::string stream = ReadFile(kStreams / name);
+        const auto media = WriteFile(folder / name, stream);
+        std::fstream(media, std::ios::binary | std::ios::in | std::ios::out).seekp(kFar) << stream;
+        IndexedFile near(kStreams / name);
+        const IndexedFile far(media, kStreams / name, [](Records& ioRecords) {
+            for (Vexmora::FrameRecord& record : ioRecords) record.offset += kFar;
+        });
+        ASSERT_EQ(far.AllRecords().size(), 10u);
+        for (std::uint32_t frame = 0; frame < 10; ++frame) {
+            const SharedPicture picture = Frame(far, frame);
+            EXPECT_TRUE(picture->damage.None()) << frame;
+            EXPECT_TRUE(SamplesOf(*picture) == near.Plain(static_cast<std::int32_t>(frame), Scale::Full));
+        }
+    }
 }
 
 // Runs inTask on a thread whose stack would not hold a call for each picture of a long chain.

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <functional>
 #include <map>
+#include <optional>
 #include <vector>
 
 #include "Decoding/DecodeChain.h"
@@ -38,11 +39,15 @@ class IndexedFile {
     using Records = std::vector<Vexmora::FrameRecord>;
 
     explicit IndexedFile(
-        const std::filesystem::path& inPath,
-        const std::function<void(Records&)>& inChange = [](Records&) {}) {
-        auto index = Vexmora::Test::Index(Vexmora::Test::ReadAll(inPath));
+        const std::filesystem::path& inPath, const std::function<void(Records&)>& inChange = [](Records&) {})
+        : IndexedFile(inPath, inPath, inChange) {}
+    /// With the index of another file.
+    IndexedFile(const std::filesystem::path& inPath, const std::filesystem::path& inIndexed,
+                const std::function<void(Records&)>& inChange) {
+        auto index = Vexmora::Test::Index(Vexmora::Test::ReadAll(inIndexed));
         inChange(index.records);
         mRecords = index.records;
+        mLostAnchors.emplace(mRecords);
         index.header.recordCount = static_cast<std::uint32_t>(mRecords.size());
         mHeader = index.header;
         EXPECT_EQ(Vexmora_OpenFileWithIndex(ToInterfacePath(inPath), Services(), mHeader, mRecords, &mHandle),
@@ -56,7 +61,7 @@ class IndexedFile {
     /// Every record is a usable frame unless inFirstFrame says otherwise.
     FrameSource Source(FrameCache& ioCache, PlanePool& ioPool, std::uint32_t inFirstFrame = 0) const {
         const auto count = static_cast<std::uint32_t>(mRecords.size()) - inFirstFrame;
-        return {mHandle, mRecords, inFirstFrame, count, mInfo, 1, ioCache, ioPool};
+        return {mHandle, mRecords, *mLostAnchors, inFirstFrame, count, mInfo, 1, ioCache, ioPool};
     }
 
     /// The samples of a record of a sound stream by way of the exports alone, each picture decoded once.
@@ -97,6 +102,7 @@ class IndexedFile {
     Vexmora_Handle mHandle = nullptr;
     Vexmora::IndexHeader mHeader{};
     Records mRecords;
+    std::optional<LostAnchors> mLostAnchors;  // of them
     Vexmora::FileInfo mInfo{};
     std::map<std::pair<std::int32_t, Scale>, Vexmora::Test::Picture420> mPlain;
 };

@@ -86,11 +86,18 @@ stream enc-top-352x288.m2v     mjpeg_interlaced tff testsrc2=s=352x288:r=25 2 -f
 stream enc-bottom-352x256.m2v  mjpeg_interlaced bff testsrc2=s=352x256:r=30000/1001 2 -f 8 -n n -I 1 -c -R 1
 stream enc-progressive.m2v     mjpeg testsrc2=s=96x64:r=25 4 -f 3 -b 500 -I 0 -g 6 -G 15 -R 2
 
+# As narrow and as wide as can be, one slice a picture and as many as their codes tell apart.
+stream narrow-1x64.m2v         encode testsrc2=s=16x64:r=25,crop=1:64:5:0:exact=1 0.4 -g 6 -bf 2 -q:v 4
+stream wide-4095x32.m2v        encode testsrc2=s=4095x32:r=25 0.4 -g 6 -bf 2 -q:v 6
+stream flat-160x16.m2v         encode testsrc2=s=160x16:r=25 0.4 -g 6 -bf 2 -q:v 4
+stream tall-32x2800.m2v        encode testsrc2=s=32x2800:r=25 0.4 -g 6 -bf 2 -q:v 6
+
 # Small enough to be damaged thousands of times.
 stream tiny-64x48.m2v          encode testsrc2=s=64x48:r=25 0.4 -g 5 -bf 0 -q:v 6
 stream tiny-odd-96x80.m2v      encode "testsrc2=s=96x160:r=25,scroll=v=0.05,crop=96:80" 0.4 -g 9 -bf 2 -flags +ildct+ilme+bitexact -top 1 -q:v 8
 stream tiny-64x48.ts           encode testsrc2=s=64x48:r=25 0.4 -g 6 -bf 1 -q:v 6 -f mpegts
 stream tiny-100x76.mpg         encode testsrc2=s=100x76:r=25 0.4 -g 6 -bf 1 -q:v 8 -f svcd
+stream tiny-16x16.m2v          encode testsrc2=s=16x16:r=25,noise=alls=40:allf=t:all_seed=7 0.4 -g 10 -bf 0 -flags +cgop+bitexact -sc_threshold 1000000000 -q:v 31
 
 # Program streams: DVD-like and generic, MPEG audio, private stream 1, none.
 stream dvd-720x576.vob         encode_av testsrc2=s=720x576:r=25 2 -g 12 -bf 2 -b:v 4M -c:a mp2 -f dvd

@@ -51,6 +51,7 @@ struct MovieInfo {
 };
 
 struct FrameSource;
+class LostAnchors;
 
 /// One open file. One thread at a time may use it; several movies, of the same file too, are independent and
 /// share what they read.
@@ -112,7 +113,7 @@ class Movie {
 
     void CheckFrame(std::uint32_t inFrame) const;
     bool MayUseHandles(std::uint32_t inFirst) const;
-    FrameSource Source() const;
+    FrameSource Source();
     Vexmora_Handle OpenAgain() const;
 
     Library mLibrary;  // first: started up for as long as the handle lives
@@ -120,6 +121,7 @@ class Movie {
     Handle mHandle;
     MovieInfo mInfo{};
     std::vector<Vexmora::FrameRecord> mRecords;
+    std::shared_ptr<const LostAnchors> mLostAnchors;  // of them; there when pictures are
     std::filesystem::path mIndexPath;
     std::uint32_t mCacheId = 0;
     bool mWasIndexed = false;
