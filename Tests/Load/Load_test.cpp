@@ -148,7 +148,7 @@ class Load : public testing::Test {
         const VexmoraHost::Library library;
         while (Clock::now() < inEnd) {
             Slot& slot = ioWorker.slots[ioWorker.Below(kHandlesPerThread)];
-            if (slot.handle == nullptr || ioWorker.Below(kReopenEvery) == 0) Reopen(ioWorker, slot);
+            if (ioWorker.Below(kReopenEvery) == 0) Reopen(ioWorker, slot);
             const std::size_t frame = ioWorker.Below(slot.media->FrameCount());
             if (!slot.media->IsDecodedRight(slot.handle, frame, ioWorker.Below(kScales.size())))
                 ++ioWorker.wrong;
@@ -191,7 +191,10 @@ TEST_F(Load, ManyHandlesOverOneCacheStayRightAndTakeNoMoreMemory) {
     const unsigned seed = Option("VEXMORA_SEED", 1);
     constexpr unsigned kRounds = 20;  // the library is shut down after each
     std::vector<Worker> workers(kThreads);
-    for (std::size_t i = 0; i < kThreads; ++i) workers[i].random.seed(seed + static_cast<unsigned>(i));
+    for (std::size_t i = 0; i < kThreads; ++i) {
+        workers[i].random.seed(seed + static_cast<unsigned>(i));
+        for (Slot& slot : workers[i].slots) Reopen(workers[i], slot);
+    }
     std::vector<std::size_t> mostHostBytes;
     std::vector<std::size_t> residentBytes;
     for (unsigned round = 0; round < kRounds; ++round) {
