@@ -24,6 +24,8 @@ using Clock = std::chrono::steady_clock;
 
 constexpr std::size_t kThreads = 8;
 constexpr std::size_t kHandlesPerThread = 8;
+constexpr std::size_t kBlockBytes = 0x12D000;
+constexpr std::size_t kCacheBytes = 8 * kBlockBytes;  // fewer than the files have
 
 // A file, its index, and all of its pictures as one handle alone decodes them.
 class Media {
@@ -120,8 +122,7 @@ class Load : public testing::Test {
         mallopt(M_MMAP_THRESHOLD, 1 << 20);
         const fs::path streams = VEXMORA_STREAM_DIR;
         std::vector<fs::path> paths;
-        for (const char* name :
-             {"jumps-320x180.m2v", "tiny-odd-96x80.m2v", "small-100x76.mpg", "b3-100x76.ts"})
+        for (const char* name : {"ip-64x48.m2v", "tiny-odd-96x80.m2v", "small-100x76.mpg", "b3-100x76.ts"})
             paths.push_back(streams / name);
         for (const PaddedStream& stream : MakePaddedStreams(streams / "b1-100x76.m2v")) {
             paths.push_back(mFolder / std::to_string(paths.size()));
@@ -131,7 +132,7 @@ class Load : public testing::Test {
         for (const fs::path& path : paths)
             mMedia.emplace_back(path, static_cast<std::uint8_t>(mMedia.size() + 1));
         VexmoraHost::ProcessBlockCache().Clear();
-        VexmoraHost::ProcessBlockCache().SetBudget(8 * 1'300'000);  // fewer blocks than the files have
+        VexmoraHost::ProcessBlockCache().SetBudget(kCacheBytes);
     }
 
     void Reopen(Worker& ioWorker, Slot& ioSlot) {
@@ -141,20 +142,22 @@ class Load : public testing::Test {
         ++ioWorker.opened;
     }
 
+    void DecodeOne(Worker& ioWorker) {
+        constexpr std::size_t kReopenEvery = 24;
+        Slot& slot = ioWorker.slots[ioWorker.Below(kHandlesPerThread)];
+        if (ioWorker.Below(kReopenEvery) == 0) Reopen(ioWorker, slot);
+        const std::size_t frame = ioWorker.Below(slot.media->FrameCount());
+        if (!slot.media->IsDecodedRight(slot.handle, frame, ioWorker.Below(kScales.size()))) {
+            ++ioWorker.wrong;
+        }
+        ++ioWorker.decoded;
+        ioWorker.mostHostBytes = std::max(ioWorker.mostHostBytes, VexmoraHost::ProcessMemory().LiveBytes());
+    }
+
     // One thread's round: it keeps the library started, as each of them does for itself.
     void Work(Worker& ioWorker, Clock::time_point inEnd) {
-        constexpr std::size_t kReopenEvery = 24;
         const VexmoraHost::Library library;
-        while (Clock::now() < inEnd) {
-            Slot& slot = ioWorker.slots[ioWorker.Below(kHandlesPerThread)];
-            if (slot.handle == nullptr || ioWorker.Below(kReopenEvery) == 0) Reopen(ioWorker, slot);
-            const std::size_t frame = ioWorker.Below(slot.media->FrameCount());
-            if (!slot.media->IsDecodedRight(slot.handle, frame, ioWorker.Below(kScales.size())))
-                ++ioWorker.wrong;
-            ++ioWorker.decoded;
-            ioWorker.mostHostBytes =
-                std::max(ioWorker.mostHostBytes, VexmoraHost::ProcessMemory().LiveBytes());
-        }
+        while (Clock::now() < inEnd) DecodeOne(ioWorker);
     }
 
     // Starts up and shuts down, and opens what it closes at once or what cannot be opened.
@@ -190,7 +193,15 @@ TEST_F(Load, ManyHandlesOverOneCacheStayRightAndTakeNoMoreMemory) {
     const unsigned seed = Option("VEXMORA_SEED", 1);
     constexpr unsigned kRounds = 20;  // the library is shut down after each
     std::vector<Worker> workers(kThreads);
-    for (std::size_t i = 0; i < kThreads; ++i) workers[i].random.seed(seed + static_cast<unsigned>(i));
+    for (std::size_t i = 0; i < kThreads; ++i) {
+        workers[i].random.seed(seed + static_cast<unsigned>(i));
+        for (Slot& slot : workers[i].slots) Reopen(workers[i], slot);
+    }
+    // New handles share their first blocks: it takes a while until each of them has one of its own, and until
+    // then memory grows. Long runs begin behind that, and can tell whether it goes on.
+    const bool isLong = seconds >= 60;
+    for (std::size_t i = 0; isLong && i < kThreads * kHandlesPerThread * 16; ++i)
+        DecodeOne(workers[i % kThreads]);
     std::vector<std::size_t> mostHostBytes;
     std::vector<std::size_t> residentBytes;
     for (unsigned round = 0; round < kRounds; ++round) {
@@ -230,10 +241,14 @@ TEST_F(Load, ManyHandlesOverOneCacheStayRightAndTakeNoMoreMemory) {
                 static_cast<unsigned long long>(all.opened));
     print("most host memory", mostHostBytes);
     print("resident memory", residentBytes);
-    // Threads of a round may all happen to need their largest buffers at once, or not.
-    EXPECT_LT(mostOf(mostHostBytes, kRounds - kRounds / 10), mostOf(mostHostBytes, 0) * 3 / 2);
-    if (!kIsSanitized) {
-        EXPECT_LT(mostOf(residentBytes, kRounds - kRounds / 10), mostOf(residentBytes, 0) * 3 / 2);
+    // Every handle has a block and may be reading one ahead; every thread has a buffer for a picture.
+    constexpr std::size_t kHandles = kThreads * kHandlesPerThread + 1;
+    EXPECT_LT(*std::max_element(mostHostBytes.begin(), mostHostBytes.end()),
+              2 * kHandles * kBlockBytes + kCacheBytes + (kThreads + 1) * 3 * kBlockBytes);
+    if (isLong) {
+        EXPECT_LT(mostOf(mostHostBytes, kRounds - kRounds / 10), mostOf(mostHostBytes, 0) * 5 / 4);
+        EXPECT_TRUE(kIsSanitized ||
+                    mostOf(residentBytes, kRounds - kRounds / 10) < mostOf(residentBytes, 0) * 5 / 4);
     }
     VexmoraHost::ProcessBlockCache().Clear();
     EXPECT_EQ(VexmoraHost::ProcessMemory().LiveBlocks(), 0u);
