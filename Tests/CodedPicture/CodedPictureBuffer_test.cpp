@@ -17,7 +17,7 @@
 namespace Vexmora::Test {
 namespace {
 
-Bytes StartCode(std::uint8_t inCode) {
+Bytes StartCodeBytes(std::uint8_t inCode) {
     return {0, 0, 1, inCode};
 }
 
@@ -75,13 +75,13 @@ class CodedPicture : public testing::Test {
 
 TEST_F(CodedPicture, FindsEachStartCodeOnceWhereverTheBytesAreCut) {
     const Bytes stream = Join({{0xFF},
-                               StartCode(0xB5),
+                               StartCodeBytes(0xB5),
                                {0x80, 0, 0},
-                               StartCode(1),
+                               StartCodeBytes(1),
                                {1, 0, 0, 1, 0xB2, 7},
-                               StartCode(2),
+                               StartCodeBytes(2),
                                {5},
-                               StartCode(0),
+                               StartCodeBytes(0),
                                {1, 2, 3, 4, 5}});
     // The two zeros in front of the first slice's code are not its prefix, and 00 00 01 B2 is user data.
     const std::string expected = "437@0:23 257@8:31 434@12:23 258@16:15 256@20:7 ";
@@ -141,7 +141,7 @@ TEST_F(CodedPicture, RestoresACarryOverThatBeganInsideASwappedWord) {
     for (std::size_t lead = 0; lead < 8; ++lead) {
         Bytes next(9);
         std::iota(next.begin(), next.end(), std::uint8_t{0x10});
-        const Bytes stream = Join({Bytes(lead, 0xEE), StartCode(0), next});
+        const Bytes stream = Join({Bytes(lead, 0xEE), StartCodeBytes(0), next});
         for (const bool swap :
              {true, false}) {  // a picture that did not fit is given up with its words as they are
             const auto buffer = Make(stream.size());
@@ -156,7 +156,7 @@ TEST_F(CodedPicture, RestoresACarryOverThatBeganInsideASwappedWord) {
 }
 
 TEST_F(CodedPicture, EndsAtAStartCodeInItsFirstBytes) {
-    const Bytes stream = Join({StartCode(0), {0x00, 0x9F, 0xFF, 0xF8}, StartCode(0xB7)});
+    const Bytes stream = Join({StartCodeBytes(0), {0x00, 0x9F, 0xFF, 0xF8}, StartCodeBytes(0xB7)});
     const auto buffer = Make(64);
     Begin(*buffer);
     Fill(*buffer, stream, stream.size());
@@ -207,10 +207,10 @@ TEST_F(CodedPicture, KnowsWhetherSlicesBeginTheRowsInOrder) {
     for (const auto& [positions, height, expected] : cases) {
         Bytes stream;
         for (const std::uint8_t position : positions)
-            stream = Join({stream, StartCode(position), {0xFF, 0xFE}});
+            stream = Join({stream, StartCodeBytes(position), {0xFF, 0xFE}});
         const auto buffer = Make(64);
         Begin(*buffer);
-        Fill(*buffer, Join({stream, StartCode(0)}), 64);
+        Fill(*buffer, Join({stream, StartCodeBytes(0)}), 64);
         EXPECT_EQ(buffer->SliceCount(), positions.size());
         EXPECT_EQ(buffer->OneSlicePerRow(height), expected) << testing::PrintToString(positions) << height;
     }
@@ -233,7 +233,14 @@ TEST_F(CodedPicture, MakesViewsThatBeginAtASlice) {
     auto buffer = Make(64);
     Begin(*buffer);
     Fill(*buffer,
-         Join({{9}, StartCode(0xB5), {9}, StartCode(1), StartCode(0xB2), {9, 9}, StartCode(2), StartCode(0)}),
+         Join({{9},
+               StartCodeBytes(0xB5),
+               {9},
+               StartCodeBytes(1),
+               StartCodeBytes(0xB2),
+               {9, 9},
+               StartCodeBytes(2),
+               StartCodeBytes(0)}),
          64);
     buffer->SwapWords();
     const auto first = CodedPictureBuffer::CreateSliceView(buffer, 0);

@@ -16,7 +16,7 @@ namespace VexmoraHost {
 namespace {
 
 namespace fs = std::filesystem;
-const fs::path kStreams = VEXMORA_STREAM_DIR;
+const fs::path kStreamFolder = VEXMORA_STREAM_DIR;
 
 std::vector<std::uint32_t> RandomOrder(std::uint32_t inCount, std::uint32_t inSeed) {
     std::vector<std::uint32_t> order(inCount);
@@ -56,8 +56,8 @@ TEST_F(Frames, AreThoseOfTheExportsInAnyOrderAtEveryScaleWithAnyBudget) {
           Row{"small-100x76.mpg", {kTwoSmallOrNone}}, Row{"started-open.m2v", {kDefaultFrameCacheBytes}},
           Row{"enc-bottom-352x256.m2v", {kDefaultFrameCacheBytes}}}) {
         SCOPED_TRACE(row.name);
-        Movie movie = Open(kStreams / row.name);
-        IndexedFile plain(kStreams / row.name);
+        Movie movie = Open(kStreamFolder / row.name);
+        IndexedFile plain(kStreamFolder / row.name);
         const MovieInfo& info = movie.Info();
         const std::uint32_t count = std::min(info.frameCount, 48u);
         std::vector<std::uint32_t> forward(count);
@@ -84,7 +84,7 @@ TEST_F(Frames, AreThoseOfTheExportsInAnyOrderAtEveryScaleWithAnyBudget) {
 
 TEST_F(Frames, OfIntactStreamsAreUndamaged) {
     int streams = 0;
-    for (const auto& entry : fs::directory_iterator(kStreams)) {
+    for (const auto& entry : fs::directory_iterator(kStreamFolder)) {
         const std::string extension = entry.path().extension().native();
         if (extension == ".facts" || extension == ".pictures" || !entry.is_regular_file()) continue;
         if (entry.path().filename().native().starts_with("refused")) continue;
@@ -108,8 +108,8 @@ TEST_F(Frames, SharePicturesAndOutliveTheirMovie) {
     const std::size_t before = ProcessMemory().LiveBlocks();
     SharedPicture held;
     {
-        Movie first = Open(kStreams / "b2-open-352x288.m2v");
-        Movie second = Open(kStreams / "b2-open-352x288.m2v");
+        Movie first = Open(kStreamFolder / "b2-open-352x288.m2v");
+        Movie second = Open(kStreamFolder / "b2-open-352x288.m2v");
         held = first.Frame(20);
         EXPECT_EQ(second.Frame(20), held);
         EXPECT_NE(second.Frame(20, Scale::Quarter), held);
@@ -163,7 +163,7 @@ std::uint32_t CountFlat(const Picture& inPicture, std::array<std::uint8_t, 3> in
 }
 
 TEST_F(Frames, TellDamageAndWhatItReaches) {
-    const fs::path media = kStreams / "b2-open-352x288.m2v";
+    const fs::path media = kStreamFolder / "b2-open-352x288.m2v";
     Movie intact = Open(media);
     const auto records = intact.Records();
     std::set<unsigned> types;
@@ -205,7 +205,7 @@ TEST_F(Frames, TellDamageAndWhatItReaches) {
 
 TEST_F(Frames, AnEarlierPictureStandsInForOneThatWasCutOut) {
     const fs::path copy = mFolder / "cut.m2v";
-    fs::copy_file(kStreams / "b2-open-352x288.m2v", copy);
+    fs::copy_file(kStreamFolder / "b2-open-352x288.m2v", copy);
     const auto records = Open(copy).Records();
     constexpr std::uint32_t kCut = 31;
     ASSERT_EQ(PictureCodingType(records[kCut]), Vexmora::kPictureTypeB);

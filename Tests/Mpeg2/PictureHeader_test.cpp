@@ -39,7 +39,8 @@ Bytes Header(unsigned inType, unsigned inForward = 3, unsigned inBackward = 5) {
     return writer.Put(1, 1).Put(8, 0xFF).Put(1, 0).Take();
 }
 
-Vexmora_Status Parse(const Bytes& inBytes, DecodingParameters& ioParameters, std::uint32_t inNext = 0x101) {
+Vexmora_Status ParsePicture(const Bytes& inBytes, DecodingParameters& ioParameters,
+                            std::uint32_t inNext = 0x101) {
     const CodedBytes coded(inBytes);
     BitReader reader = coded.Reader();
     ioParameters.picture.temporalReference = reader.GetBits(10);
@@ -53,7 +54,7 @@ Vexmora_Status Parse(const Bytes& inBytes, DecodingParameters& ioParameters, std
 }
 
 Vexmora_Status ParseWith(const Coding& inCoding, DecodingParameters& ioParameters) {
-    return Parse(Join({Header(1), CodingExtension(inCoding), kSlice}), ioParameters);
+    return ParsePicture(Join({Header(1), CodingExtension(inCoding), kSlice}), ioParameters);
 }
 
 TEST(PictureHeader, ReadsEveryFieldOfTheCodingExtension) {
@@ -110,7 +111,7 @@ TEST(PictureHeader, TakesDefaultsWithoutACodingExtension) {
     DecodingParameters parameters;
     ASSERT_EQ(ParseWith({.picture_structure = 1, .flags = kIntraVlcFormat | kQScaleType}, parameters),
               Vexmora_Ok);
-    ASSERT_EQ(Parse(Join({Header(3), kSlice}), parameters), Vexmora_Ok);
+    ASSERT_EQ(ParsePicture(Join({Header(3), kSlice}), parameters), Vexmora_Ok);
     EXPECT_EQ(parameters.picture.pictureStructure, 3u);
     EXPECT_EQ(parameters.picture.framePredFrameDct, 1u);
     EXPECT_FALSE(parameters.constants.intraTableB15);
@@ -119,20 +120,20 @@ TEST(PictureHeader, TakesDefaultsWithoutACodingExtension) {
     EXPECT_EQ(parameters.picture.qScaleType, 1u) << "stays";
     EXPECT_EQ(parameters.constants.dcReset, 512) << "stays";
     // An extension behind user data is a further one: it does not make the coding parameters.
-    ASSERT_EQ(
-        Parse(Join({Header(4), kUser, CodingExtension({.picture_structure = 1}), kUser, kSlice}), parameters),
-        Vexmora_Ok);
+    ASSERT_EQ(ParsePicture(Join({Header(4), kUser, CodingExtension({.picture_structure = 1}), kUser, kSlice}),
+                           parameters),
+              Vexmora_Ok);
     EXPECT_EQ(parameters.picture.pictureStructure, 3u);
 }
 
 TEST(PictureHeader, RefusesWhatIsNotValid) {
     DecodingParameters parameters;
     for (const unsigned type : {0u, 5u, 6u, 7u}) {
-        EXPECT_EQ(Parse(Join({Header(type), kSlice}), parameters), Vexmora_Unsupported) << type;
+        EXPECT_EQ(ParsePicture(Join({Header(type), kSlice}), parameters), Vexmora_Unsupported) << type;
     }
-    EXPECT_EQ(Parse(Join({Header(2, 0), kSlice}), parameters), Vexmora_Unsupported);
-    EXPECT_EQ(Parse(Join({Header(3, 0, 1), kSlice}), parameters), Vexmora_Unsupported);
-    EXPECT_EQ(Parse(Join({Header(3, 1, 0), kSlice}), parameters), Vexmora_Unsupported);
+    EXPECT_EQ(ParsePicture(Join({Header(2, 0), kSlice}), parameters), Vexmora_Unsupported);
+    EXPECT_EQ(ParsePicture(Join({Header(3, 0, 1), kSlice}), parameters), Vexmora_Unsupported);
+    EXPECT_EQ(ParsePicture(Join({Header(3, 1, 0), kSlice}), parameters), Vexmora_Unsupported);
     for (unsigned f_code = 0; f_code < 16; ++f_code) {
         const bool valid = (f_code >= 1 && f_code <= 9) || f_code == 15;
         for (const unsigned shift : {0u, 4u, 8u, 12u}) {
@@ -166,15 +167,15 @@ TEST(PictureHeader, LoadsMatricesAmongOtherExtensions) {
     matrices.intraChroma = MatrixSource::LoadedIntra;  // as a sequence header leaves it
     const Bytes pan = BitWriter().Put(32, 0x1B5).Put(4, 7).Put(34, 0).Put(34, 0).Take();
     const auto parse = [&](unsigned inFlags, unsigned inWeight) {
-        return Parse(Join({Header(1),
-                           CodingExtension({}),
-                           pan,
-                           kUser,
-                           MatrixExtension(inFlags, inWeight),
-                           pan,
-                           kUser,
-                           {0, 0, 1, 2, 9}}),
-                     parameters, 0x102);
+        return ParsePicture(Join({Header(1),
+                                  CodingExtension({}),
+                                  pan,
+                                  kUser,
+                                  MatrixExtension(inFlags, inWeight),
+                                  pan,
+                                  kUser,
+                                  {0, 0, 1, 2, 9}}),
+                            parameters, 0x102);
     };
     ASSERT_EQ(parse(8, 40), Vexmora_Ok);
     EXPECT_EQ(matrices.intraLuma, MatrixSource::LoadedIntra);

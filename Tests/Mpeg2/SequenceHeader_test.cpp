@@ -50,8 +50,8 @@ Bytes Extension(const Fields& inFields) {
 }
 
 /// Parses inBytes, which begin with a sequence header; what comes next goes to outNext.
-Vexmora_Status Parse(const Bytes& inBytes, DecodingParameters& outParameters,
-                     std::int32_t* outNext = nullptr) {
+Vexmora_Status ParseSequence(const Bytes& inBytes, DecodingParameters& outParameters,
+                             std::int32_t* outNext = nullptr) {
     const CodedBytes coded(inBytes);
     BitReader reader = coded.Reader();
     EXPECT_EQ(reader.NextStartCode(), 0x1B3);
@@ -61,7 +61,7 @@ Vexmora_Status Parse(const Bytes& inBytes, DecodingParameters& outParameters,
 }
 
 Vexmora_Status ParseWith(const Fields& inFields, DecodingParameters& outParameters) {
-    return Parse(Join({Header(inFields), Extension(inFields)}), outParameters);
+    return ParseSequence(Join({Header(inFields), Extension(inFields)}), outParameters);
 }
 
 TEST(SequenceHeader, ReadsEveryField) {
@@ -126,9 +126,10 @@ TEST(SequenceHeader, RefusesWhatItCannotDecode) {
     }
     EXPECT_EQ(ParseWith({.aspect_ratio_information = 14, .profile_and_level_indication = 0x59}, parameters),
               Vexmora_Ok);
-    EXPECT_EQ(Parse(Header({}), parameters), Vexmora_Unsupported) << "MPEG-1: no extension at all";
-    EXPECT_EQ(Parse(Join({Header({}), GopHeader(), Extension({})}), parameters), Vexmora_Unsupported);
-    EXPECT_EQ(Parse(Join({Header({}), {0, 0, 1, 0xB2, 1}, Extension({})}), parameters), Vexmora_Unsupported);
+    EXPECT_EQ(ParseSequence(Header({}), parameters), Vexmora_Unsupported) << "MPEG-1: no extension at all";
+    EXPECT_EQ(ParseSequence(Join({Header({}), GopHeader(), Extension({})}), parameters), Vexmora_Unsupported);
+    EXPECT_EQ(ParseSequence(Join({Header({}), {0, 0, 1, 0xB2, 1}, Extension({})}), parameters),
+              Vexmora_Unsupported);
 }
 
 TEST(SequenceHeader, LoadsMatricesInZigzagOrderAndResetsThem) {
@@ -170,17 +171,17 @@ TEST(SequenceHeader, PassesOverWhatFollowsToTheNextStartCode) {
     std::int32_t next = 0;
     const Bytes display = SequenceDisplayExtension(1440, 1080);
     const Bytes colourful = SequenceDisplayExtension(1440, 0x1234, 5, ColourDescription{1, 2, 3});
-    ASSERT_EQ(Parse(Join({header, user, display, user, GopHeader()}), parameters, &next), Vexmora_Ok);
+    ASSERT_EQ(ParseSequence(Join({header, user, display, user, GopHeader()}), parameters, &next), Vexmora_Ok);
     EXPECT_EQ(parameters.sequence.displayHeight, 1080u);
     EXPECT_EQ(parameters.sequence.displayWidth, 720u);
     EXPECT_EQ(next, 0x1B8);
-    ASSERT_EQ(Parse(Join({header, colourful, SequenceEnd()}), parameters, &next), Vexmora_Ok);
+    ASSERT_EQ(ParseSequence(Join({header, colourful, SequenceEnd()}), parameters, &next), Vexmora_Ok);
     EXPECT_EQ(parameters.sequence.displayHeight, 0x234u) << "its low 12 bits";
     EXPECT_EQ(next, 0x1B7);
-    ASSERT_EQ(Parse(Join({header, GopHeader(), display}), parameters, &next), Vexmora_Ok);
+    ASSERT_EQ(ParseSequence(Join({header, GopHeader(), display}), parameters, &next), Vexmora_Ok);
     EXPECT_EQ(parameters.sequence.displayHeight, 1088u);
     EXPECT_EQ(next, 0x1B8);
-    ASSERT_EQ(Parse(Join({header, user}), parameters, &next), Vexmora_Ok);
+    ASSERT_EQ(ParseSequence(Join({header, user}), parameters, &next), Vexmora_Ok);
     EXPECT_EQ(next, 0x1B2) << "the last start code is met again";
 }
 
