@@ -31,7 +31,7 @@ constexpr unsigned kIntraVlcFormat = 8, kAlternateScanFlag = 4, kRepeatFirstFiel
 
 /// The rest of a picture header behind picture_coding_type, as the buffer begins: temporal_reference and type
 /// come first and are read by the caller.
-Bytes Header(unsigned inType, unsigned inForward = 3, unsigned inBackward = 5) {
+Bytes PictureHeaderBytes(unsigned inType, unsigned inForward = 3, unsigned inBackward = 5) {
     BitWriter writer;
     writer.Put(10, 77).Put(3, inType).Put(16, 0xFFFF);
     if (inType == 2 || inType == 3) writer.Put(1, 1).Put(3, inForward);
@@ -54,7 +54,7 @@ Vexmora_Status ParsePicture(const Bytes& inBytes, DecodingParameters& ioParamete
 }
 
 Vexmora_Status ParseWith(const Coding& inCoding, DecodingParameters& ioParameters) {
-    return ParsePicture(Join({Header(1), CodingExtension(inCoding), kSlice}), ioParameters);
+    return ParsePicture(Join({PictureHeaderBytes(1), CodingExtension(inCoding), kSlice}), ioParameters);
 }
 
 TEST(PictureHeader, ReadsEveryFieldOfTheCodingExtension) {
@@ -111,7 +111,7 @@ TEST(PictureHeader, TakesDefaultsWithoutACodingExtension) {
     DecodingParameters parameters;
     ASSERT_EQ(ParseWith({.picture_structure = 1, .flags = kIntraVlcFormat | kQScaleType}, parameters),
               Vexmora_Ok);
-    ASSERT_EQ(ParsePicture(Join({Header(3), kSlice}), parameters), Vexmora_Ok);
+    ASSERT_EQ(ParsePicture(Join({PictureHeaderBytes(3), kSlice}), parameters), Vexmora_Ok);
     EXPECT_EQ(parameters.picture.pictureStructure, 3u);
     EXPECT_EQ(parameters.picture.framePredFrameDct, 1u);
     EXPECT_FALSE(parameters.constants.intraTableB15);
@@ -120,7 +120,8 @@ TEST(PictureHeader, TakesDefaultsWithoutACodingExtension) {
     EXPECT_EQ(parameters.picture.qScaleType, 1u) << "stays";
     EXPECT_EQ(parameters.constants.dcReset, 512) << "stays";
     // An extension behind user data is a further one: it does not make the coding parameters.
-    ASSERT_EQ(ParsePicture(Join({Header(4), kUser, CodingExtension({.picture_structure = 1}), kUser, kSlice}),
+    ASSERT_EQ(ParsePicture(Join({PictureHeaderBytes(4), kUser, CodingExtension({.picture_structure = 1}),
+                                 kUser, kSlice}),
                            parameters),
               Vexmora_Ok);
     EXPECT_EQ(parameters.picture.pictureStructure, 3u);
@@ -129,11 +130,12 @@ TEST(PictureHeader, TakesDefaultsWithoutACodingExtension) {
 TEST(PictureHeader, RefusesWhatIsNotValid) {
     DecodingParameters parameters;
     for (const unsigned type : {0u, 5u, 6u, 7u}) {
-        EXPECT_EQ(ParsePicture(Join({Header(type), kSlice}), parameters), Vexmora_Unsupported) << type;
+        EXPECT_EQ(ParsePicture(Join({PictureHeaderBytes(type), kSlice}), parameters), Vexmora_Unsupported)
+            << type;
     }
-    EXPECT_EQ(ParsePicture(Join({Header(2, 0), kSlice}), parameters), Vexmora_Unsupported);
-    EXPECT_EQ(ParsePicture(Join({Header(3, 0, 1), kSlice}), parameters), Vexmora_Unsupported);
-    EXPECT_EQ(ParsePicture(Join({Header(3, 1, 0), kSlice}), parameters), Vexmora_Unsupported);
+    EXPECT_EQ(ParsePicture(Join({PictureHeaderBytes(2, 0), kSlice}), parameters), Vexmora_Unsupported);
+    EXPECT_EQ(ParsePicture(Join({PictureHeaderBytes(3, 0, 1), kSlice}), parameters), Vexmora_Unsupported);
+    EXPECT_EQ(ParsePicture(Join({PictureHeaderBytes(3, 1, 0), kSlice}), parameters), Vexmora_Unsupported);
     for (unsigned f_code = 0; f_code < 16; ++f_code) {
         const bool valid = (f_code >= 1 && f_code <= 9) || f_code == 15;
         for (const unsigned shift : {0u, 4u, 8u, 12u}) {
@@ -167,7 +169,7 @@ TEST(PictureHeader, LoadsMatricesAmongOtherExtensions) {
     matrices.intraChroma = MatrixSource::LoadedIntra;  // as a sequence header leaves it
     const Bytes pan = BitWriter().Put(32, 0x1B5).Put(4, 7).Put(34, 0).Put(34, 0).Take();
     const auto parse = [&](unsigned inFlags, unsigned inWeight) {
-        return ParsePicture(Join({Header(1),
+        return ParsePicture(Join({PictureHeaderBytes(1),
                                   CodingExtension({}),
                                   pan,
                                   kUser,
