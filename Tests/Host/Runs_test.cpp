@@ -118,7 +118,7 @@ void AddMatrices(std::string& ioBytes) {
         if (!isPicture || ++pictures % 3 != 0) continue;
         const int lowBits = pictures % 2 == 0 ? 12 << 3 : 0;
         std::string extension = std::string(kStartCode) + '\x39';
-        extension += std::string(63, static_cast<char>(lowBits + 1)) + static_cast<char>(lowBits);
+        extension.append(63, static_cast<char>(lowBits + 1)).push_back(static_cast<char>(lowBits));
         ioBytes.insert(at + 9, extension);
     }
 }

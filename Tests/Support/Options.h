@@ -16,7 +16,9 @@ inline unsigned Option(const char* inName, unsigned inDefault) {
 
 /// Whether the tests are built with AddressSanitizer or ThreadSanitizer, under which they take many times as
 /// long and as much memory.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#if defined(__has_feature)  // of clang
+inline constexpr bool kIsSanitized = __has_feature(address_sanitizer) || __has_feature(thread_sanitizer);
+#elif defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 inline constexpr bool kIsSanitized = true;
 #else
 inline constexpr bool kIsSanitized = false;
