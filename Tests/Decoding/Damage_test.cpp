@@ -8,6 +8,7 @@
 #include <set>
 
 #include "Decoding/CodedVideo.h"
+#include "Support/Options.h"
 
 namespace Vexmora::Test {
 namespace {
@@ -16,13 +17,6 @@ namespace fs = std::filesystem;
 
 const std::set<Vexmora_Status> kAllowed{Vexmora_Ok,          Vexmora_Unsupported,    Vexmora_NoSequenceHeader,
                                         Vexmora_NoSuchFrame, Vexmora_NoCodedPicture, Vexmora_EmptyRecord};
-
-unsigned Option(const char* inName, unsigned inDefault) {
-    const char* const text = std::getenv(inName);
-    const unsigned value = text != nullptr ? static_cast<unsigned>(std::atoi(text)) : inDefault;
-    std::printf("%s=%u\n", inName, value);
-    return value;
-}
 
 // A damaged sequence header may call for planes of any size: large ones take too long here.
 bool IsSmall(const Picture420& inPicture) {

@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 
 #include <filesystem>
+#include <new>
 #include <random>
 
 #include "Problem.h"
@@ -24,8 +25,11 @@ TemporaryFolder::TemporaryFolder(std::string_view inName) {
 }
 
 TemporaryFolder::~TemporaryFolder() {
-    std::error_code ignored;  // the system empties its folder some day
-    fs::remove_all(mPath, ignored);
+    try {
+        std::error_code ignored;
+        fs::remove_all(mPath, ignored);
+    } catch (const std::bad_alloc&) {  // the system empties its folder some day
+    }
 }
 
 }  // namespace Vexmora
