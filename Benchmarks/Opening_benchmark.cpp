@@ -11,10 +11,10 @@
 #include <vector>
 
 #include "PlainReading.h"
-#include "VexmoraHost/HostServices.h"
-#include "VexmoraHost/IndexSession.h"
 #include "VexmoraHost/Movie.h"
-#include "VexmoraHost/PathText.h"
+#include "index/IndexSession.h"
+#include "memory/HostServices.h"
+#include "system/PathText.h"
 
 namespace {
 

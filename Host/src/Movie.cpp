@@ -7,12 +7,13 @@
 #include <system_error>
 #include <utility>
 
-#include "FrameCrew.h"
-#include "FrameDecoder.h"
-#include "PictureMatrices.h"
-#include "Posix.h"
-#include "VexmoraHost/IndexSession.h"
-#include "VexmoraHost/PathText.h"
+#include "frames/FrameDecoder.h"
+#include "frames/FrameWorkers.h"
+#include "frames/QuantMatrixProbe.h"
+#include "index/IndexSession.h"
+#include "memory/HostServices.h"
+#include "system/PathText.h"
+#include "system/Posix.h"
 
 namespace VexmoraHost {
 namespace {

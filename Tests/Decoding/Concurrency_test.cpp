@@ -7,7 +7,7 @@
 #include "Decoding/CodedVideo.h"
 #include "Host/HostTestSupport.h"
 #include "Support/OneProcessor.h"
-#include "VexmoraHost/HostServices.h"
+#include "memory/HostServices.h"
 
 namespace Vexmora::Test {
 namespace {

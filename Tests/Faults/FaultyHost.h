@@ -6,8 +6,8 @@
 
 #include "Faults/FaultPlan.h"
 #include "Support/FolderHost.h"
-#include "VexmoraHost/BlockCache.h"
-#include "VexmoraHost/Memory.h"
+#include "memory/BlockCache.h"
+#include "memory/Memory.h"
 
 namespace Vexmora::Test {
 

@@ -10,6 +10,7 @@
 #include "Host/HostTestSupport.h"
 #include "Support/Options.h"
 #include "VexmoraHost/Movie.h"
+#include "memory/HostServices.h"
 
 namespace Vexmora::Test {
 namespace {

@@ -1,5 +1,5 @@
 // The block cache keeps the blocks used last within its budget and never frees one that a reader holds.
-#include "VexmoraHost/BlockCache.h"
+#include "memory/BlockCache.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // Plans for random groups of pictures, worked off in any order: each picture once, after its references, and
 // none held longer than it is needed.
-#include "DecodePlan.h"
+#include "frames/DecodePlan.h"
 
 #include <gtest/gtest.h>
 

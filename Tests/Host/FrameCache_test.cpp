@@ -1,6 +1,6 @@
 // The frame cache keeps the pictures used last within its budget, and never takes one from its users; plane
 // memory is used again.
-#include "VexmoraHost/FrameCache.h"
+#include "memory/FrameCache.h"
 
 #include <gtest/gtest.h>
 
@@ -9,7 +9,7 @@
 #include <thread>
 #include <vector>
 
-#include "VexmoraHost/PlanePool.h"
+#include "memory/PlanePool.h"
 
 namespace VexmoraHost {
 namespace {

@@ -1,5 +1,5 @@
 // Chains that no encoder makes: indexes with wrong references and missing pictures, and very long ones.
-#include "FrameDecoder.h"
+#include "frames/FrameDecoder.h"
 
 #include <gtest/gtest.h>
 
@@ -13,7 +13,7 @@
 #include <random>
 
 #include "Host/HostTestSupport.h"
-#include "Host/PlainDecode.h"
+#include "PlainDecode.h"
 
 namespace VexmoraHost {
 namespace {

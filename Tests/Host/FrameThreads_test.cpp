@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "Host/HostTestSupport.h"
-#include "Host/PlainDecode.h"
+#include "PlainDecode.h"
 #include "VexmoraHost/Movie.h"
 
 namespace VexmoraHost {

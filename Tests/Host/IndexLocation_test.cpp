@@ -6,9 +6,9 @@
 
 #include "Host/HostTestSupport.h"
 #include "VexmoraHost/Error.h"
-#include "VexmoraHost/HostServices.h"
-#include "VexmoraHost/IndexSession.h"
-#include "VexmoraHost/PathText.h"
+#include "index/IndexSession.h"
+#include "memory/HostServices.h"
+#include "system/PathText.h"
 
 namespace VexmoraHost {
 namespace {

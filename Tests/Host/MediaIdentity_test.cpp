@@ -10,7 +10,7 @@
 
 #include "Host/HostTestSupport.h"
 #include "VexmoraHost/Error.h"
-#include "VexmoraHost/PathText.h"
+#include "system/PathText.h"
 
 namespace VexmoraHost {
 namespace {

@@ -1,5 +1,5 @@
 // Blocks live as long as somebody holds a reference, are counted, and handles that name none are refused.
-#include "VexmoraHost/Memory.h"
+#include "memory/Memory.h"
 
 #include <gtest/gtest.h>
 
@@ -7,7 +7,7 @@
 #include <thread>
 #include <vector>
 
-#include "VexmoraHost/HostServices.h"
+#include "memory/HostServices.h"
 
 // Lets the sanitizers' allocators refuse an impossible size as the usual one does, instead of ending the
 // program. NOLINTBEGIN(bugprone-reserved-identifier): names that the sanitizers look for

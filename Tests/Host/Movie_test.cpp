@@ -1,5 +1,6 @@
 // Movies of real encoders' streams: indexed once, found again, told apart, and refused with a reason.
 #include "VexmoraHost/Movie.h"
+#include "memory/HostServices.h"
 
 #include <gtest/gtest.h>
 

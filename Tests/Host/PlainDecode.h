@@ -10,10 +10,10 @@
 #include <vector>
 
 #include "Decoding/DecodeChain.h"
-#include "FrameDecoder.h"
 #include "Support/StreamBuilder.h"
-#include "VexmoraHost/HostServices.h"
-#include "VexmoraHost/PathText.h"
+#include "frames/FrameDecoder.h"
+#include "memory/HostServices.h"
+#include "system/PathText.h"
 
 namespace VexmoraHost {
 

@@ -4,10 +4,10 @@
 #include <algorithm>
 #include <random>
 
-#include "FrameCrew.h"
 #include "Host/HostTestSupport.h"
-#include "Host/PlainDecode.h"
+#include "PlainDecode.h"
 #include "VexmoraHost/Movie.h"
+#include "frames/FrameWorkers.h"
 
 namespace VexmoraHost {
 namespace {

@@ -14,7 +14,7 @@
 #include "Decoding/PaddedStreams.h"
 #include "Host/HostTestSupport.h"
 #include "Support/Options.h"
-#include "VexmoraHost/HostServices.h"
+#include "memory/HostServices.h"
 
 namespace Vexmora::Test {
 namespace {

@@ -5,8 +5,8 @@
 #include <memory>
 #include <string>
 
-#include "Commands.h"
-#include "Scales.h"
+#include "commands/Commands.h"
+#include "movies/Scales.h"
 
 namespace Vexmora {
 

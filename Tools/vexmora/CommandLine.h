@@ -5,7 +5,7 @@
 #include <functional>
 #include <vector>
 
-#include "Problem.h"
+#include "CommandError.h"
 
 namespace Vexmora {
 

@@ -3,8 +3,8 @@
 #include <new>
 
 #include "CommandLine.h"
-#include "Interrupt.h"
-#include "StandardOutput.h"
+#include "files/StandardOutput.h"
+#include "terminal/Interrupt.h"
 
 namespace {
 

@@ -12,7 +12,7 @@
 #include "Vexmora/Vexmora.h"
 #include "VexmoraHost/Error.h"
 #include "VexmoraHost/FrameRun.h"
-#include "VexmoraHost/HostServices.h"
+#include "VexmoraHost/Host.h"
 #include "VexmoraHost/Picture.h"
 
 namespace VexmoraHost {

@@ -1,0 +1,70 @@
+// Queries of the index through the handle, and what counts of the answers.
+#include "frames/FrameGraph.h"
+
+namespace VexmoraHost {
+
+using Vexmora::FrameRecord;
+using Vexmora::PictureCodingType;
+
+bool FrameGraph::IsValid(std::int32_t inRecord) const {
+    return Vexmora_IsFrameValid(mSource.handle, inRecord) == 1;
+}
+
+std::uint32_t FrameGraph::FrameOf(std::int32_t inRecord) const {
+    return static_cast<std::uint32_t>(inRecord) - mSource.firstFrame;
+}
+
+std::int32_t FrameGraph::RecordShownAt(std::uint32_t inFrame) const {
+    const auto first = static_cast<std::int32_t>(mSource.firstFrame);
+    const std::int32_t own = first + static_cast<std::int32_t>(inFrame);
+    if (IsValid(own)) return own;
+    const std::int32_t lastGood = Vexmora_GetLastGoodFrame(mSource.handle, own);
+    if (lastGood >= first && IsValid(lastGood)) return lastGood;
+    const std::int32_t end = first + static_cast<std::int32_t>(mSource.frameCount);
+    for (std::int32_t later = own + 1; later < end; ++later) {
+        if (IsValid(later)) return later;
+    }
+    return kNoRecord;
+}
+
+// Pictures that begin in the same packet share its position: of these, anchors are coded in display order,
+// and B pictures after the anchors that they are predicted from.
+CodingPlace FrameGraph::PlaceOf(std::int32_t inRecord) const {
+    const FrameRecord& record = mSource.records[static_cast<std::size_t>(inRecord)];
+    return {record.offset, PictureCodingType(record) == Vexmora::kPictureTypeB, inRecord};
+}
+
+// The index, too, names another picture for one that was lost without a trace.
+References FrameGraph::FindReferences(std::int32_t inRecord) const {
+    References references = NameReferences(inRecord);
+    const bool isSuspect = references.status == Vexmora_Ok && references.lost == 0;
+    if (isSuspect && mSource.lostAnchors.AreMissedBy(static_cast<std::size_t>(inRecord))) references.lost = 1;
+    const auto [past, future] = references.records;
+    references.isPastBehindFuture = past != kNoRecord && future != kNoRecord &&
+                                    (future == past || NameReferences(future).records[kPast] == past);
+    return references;
+}
+
+// The library offers another picture in place of a reference that the stream does not hold.
+References FrameGraph::NameReferences(std::int32_t inRecord) const {
+    References references;
+    std::array<std::int32_t, 2> offered{kNoRecord, kNoRecord};
+    references.status =
+        Vexmora_GetFrameDependancies(mSource.handle, inRecord, &offered[kPast], &offered[kFuture]);
+    if (references.status != Vexmora_Ok) return references;
+    const FrameRecord& record = mSource.records[static_cast<std::size_t>(inRecord)];
+    const unsigned type = PictureCodingType(record);
+    references.isNeeded = {type != Vexmora::kPictureTypeI, type == Vexmora::kPictureTypeB};
+    const std::array deltas{record.pastRefDelta, record.futureRefDelta};
+    for (const Direction direction : {kPast, kFuture}) {
+        if (!references.isNeeded[direction]) continue;
+        const std::int32_t reference = offered[direction];
+        const bool counts =
+            reference != kNoRecord && IsValid(reference) && PlaceOf(reference) < PlaceOf(inRecord);
+        if (counts) references.records[direction] = reference;
+        if (!counts || reference != inRecord + deltas[direction]) ++references.lost;
+    }
+    return references;
+}
+
+}  // namespace VexmoraHost

@@ -1,0 +1,157 @@
+// Who decodes when, under one lock that is given up while a picture is decoded.
+#include "frames/FrameWorkers.h"
+
+#include <algorithm>
+#include <memory>
+#include <utility>
+
+#include "system/Posix.h"
+
+namespace VexmoraHost {
+namespace {
+
+struct Close {
+    void operator()(Vexmora_InstanceTag* inHandle) const noexcept {
+        static_cast<void>(Vexmora_CloseFile(inHandle));  // always succeeds
+    }
+};
+using Handle = std::unique_ptr<Vexmora_InstanceTag, Close>;
+
+constexpr std::uint32_t kFramesPerThread = 4;
+
+// Two groups of pictures as most encoders make them, unless the pictures are large.
+constexpr std::uint32_t kMostFrames = 32;
+constexpr std::size_t kMostBytes = std::size_t{64} << 20;
+
+std::uint32_t LeastWindow(unsigned inThreads) {
+    return inThreads == 1 ? 1 : kFramesPerThread * inThreads;
+}
+
+std::uint32_t MostWindow(const PictureLayout& inLayout, unsigned inThreads) {
+    if (inThreads == 1) return 1;
+    const std::size_t frames = kMostBytes / std::max<std::size_t>(inLayout.bytes, 1);
+    return std::max(static_cast<std::uint32_t>(std::min<std::size_t>(frames, kMostFrames)),
+                    LeastWindow(inThreads));
+}
+
+}  // namespace
+
+FrameRun::Crew::Crew(const FrameSource& inSource, FrameSpan inFrames, Scale inScale, unsigned inThreads,
+                     OpenHandle inOpenHandle)
+    : mSource(inSource),
+      mDecoder(mSource, inScale),
+      mOpenHandle(std::move(inOpenHandle)),
+      mLeastWindow(LeastWindow(inThreads)),
+      mMostWindow(MostWindow(mDecoder.Maker().Layout(), inThreads)),
+      mEnd(inFrames.first + inFrames.count),
+      mNext(inFrames.first),
+      mWindowEnd(inFrames.first),
+      mWindowFrames(mLeastWindow),
+      mPlan([this](std::int32_t inRecord) { return mDecoder.LookUp(inRecord); }) {
+    if (inFrames.count > 1) StartHelpers(inThreads - 1);
+}
+
+FrameRun::Crew::~Crew() {
+    {
+        const std::scoped_lock lock(mMutex);
+        mIsStopping = true;
+    }
+    mCanStart.notify_all();
+    for (std::thread& helper : mHelpers) helper.join();
+}
+
+// Fewer than wanted, even none, only make the run slower.
+void FrameRun::Crew::StartHelpers(unsigned inCount) {
+    mHelpers.reserve(inCount);
+    try {
+        while (mHelpers.size() < inCount) mHelpers.push_back(Posix::StartQuietThread([this] { Help(); }));
+    } catch (const std::exception&) {
+    }
+}
+
+SharedPicture FrameRun::Crew::Next() {
+    std::unique_lock lock(mMutex);
+    if (mFailure != nullptr) std::rethrow_exception(mFailure);
+    try {
+        MoveWindow();
+        return TakeFirst(lock);
+    } catch (...) {
+        if (!lock.owns_lock()) lock.lock();
+        mFailure = std::current_exception();
+        throw;
+    }
+}
+
+// Step 1.
+void FrameRun::Crew::MoveWindow() {
+    const std::uint32_t end = mNext + std::min(mWindowFrames, Left());
+    for (; mWindowEnd < end; ++mWindowEnd) {
+        const bool hasPictures = mDecoder.Maker().Layout().Macroblocks() > 0;
+        mWindow.push_back(hasPictures ? mDecoder.Graph().RecordShownAt(mWindowEnd) : kNoRecord);
+        if (mWindow.back() != kNoRecord) mPlan.Want(mWindow.back());
+    }
+}
+
+// Until there is something to start. The bound is taken back by one frame with each that is given.
+void FrameRun::Crew::LookFurther() {
+    while (!mPlan.CanStart() && mWindowFrames < mMostWindow && mWindowEnd < mEnd) {
+        ++mWindowFrames;
+        MoveWindow();
+    }
+}
+
+SharedPicture FrameRun::Crew::TakeFirst(std::unique_lock<std::mutex>& ioLock) {
+    const std::int32_t record = mWindow.front();
+    SharedPicture picture;
+    while (record != kNoRecord && (picture = mPlan.Find(record)) == nullptr) {
+        if (mFailure != nullptr) std::rethrow_exception(mFailure);
+        auto task = mPlan.Start();
+        if (!task || mIdle > 0) LookFurther();
+        if (!task) task = mPlan.Start();
+        if (task) {
+            Decode(mSource.handle, std::move(*task), ioLock);
+        } else {
+            mIsFinished.wait(ioLock);
+        }
+    }
+    if (mPlan.CanStart()) mCanStart.notify_one();
+    if (record != kNoRecord) mPlan.Release(record);
+    mWindow.pop_front();
+    mWindowFrames = std::max(mWindowFrames - 1, mLeastWindow);
+    const std::uint32_t frame = mNext++;
+    return picture == nullptr || picture->frame == frame ? picture : StandInFor(picture);
+}
+
+// A helper without a handle leaves the work to the others.
+void FrameRun::Crew::Help() {
+    std::unique_lock lock(mMutex, std::defer_lock);
+    try {
+        const Handle handle(mOpenHandle());
+        if (handle == nullptr) return;
+        lock.lock();
+        for (;;) {
+            ++mIdle;
+            mCanStart.wait(lock, [this] { return mIsStopping || mFailure != nullptr || mPlan.CanStart(); });
+            --mIdle;
+            if (mIsStopping || mFailure != nullptr) return;
+            Decode(handle.get(), *mPlan.Start(), lock);
+        }
+    } catch (...) {
+        if (!lock.owns_lock()) lock.lock();
+        mFailure = std::current_exception();
+        mIsFinished.notify_one();
+    }
+}
+
+// Called with the lock held, which is given up while the picture is decoded.
+void FrameRun::Crew::Decode(Vexmora_Handle inHandle, PictureTask inTask,
+                            std::unique_lock<std::mutex>& ioLock) {
+    if (mPlan.CanStart()) mCanStart.notify_one();
+    ioLock.unlock();
+    const SharedPicture picture = mDecoder.Maker().Make(inHandle, inTask);
+    ioLock.lock();
+    mPlan.Finish(inTask.record, picture);
+    mIsFinished.notify_one();
+}
+
+}  // namespace VexmoraHost

@@ -1,0 +1,129 @@
+// Decoding into marked planes, concealment, the account of damage; the frame cache.
+#include "frames/PictureDecoder.h"
+
+#include <cstring>
+#include <limits>
+#include <memory>
+
+#include "frames/DamageDetection.h"
+
+namespace VexmoraHost {
+namespace {
+
+using Vexmora::FramePlanes;
+
+constexpr std::uint8_t kMidGrey = 128;
+
+// The samples live as long as the picture.
+struct DecodedPicture {
+    PlaneMemory memory;
+    Picture picture;
+};
+
+// The library only reads references, but takes them in the same record as its output.
+FramePlanes PlanesOf(const Picture& inPicture) {
+    const auto samples = [](const Plane& inPlane) { return const_cast<std::uint8_t*>(inPlane.samples); };
+    return {{samples(inPicture.luma), samples(inPicture.cb), samples(inPicture.cr)}};
+}
+
+PlaneBytes LeastBytes(Vexmora_Handle inHandle) {
+    PlaneBytes least;
+    static_cast<void>(Vexmora_GetFrameSizes(inHandle, &least.luma, &least.chroma));  // always succeeds
+    return least;
+}
+
+// A wild index may reach the same picture along more ways than can be counted.
+std::uint64_t AddUpTo(std::uint64_t inLeft, std::uint64_t inRight) {
+    const std::uint64_t most = std::numeric_limits<std::uint64_t>::max();
+    return inLeft > most - inRight ? most : inLeft + inRight;
+}
+
+}  // namespace
+
+PictureMaker::PictureMaker(const FrameSource& inSource, Scale inScale)
+    : mSource(inSource), mLayout(LayoutOf(inSource.info, LeastBytes(inSource.handle), inScale)) {}
+
+SharedPicture PictureMaker::Make(Vexmora_Handle inHandle, const PictureTask& inTask) const {
+    const auto decoded = std::make_shared<DecodedPicture>();
+    decoded->memory = mSource.pool.Take(mLayout.bytes);
+    const FramePlanes output = PlanesIn(decoded->memory.Bytes(), mLayout);
+    PlaneMemory grey;
+    const auto references = ReferencePlanes(inTask, grey);
+    const FramePlanes concealment = references[inTask.predictedFrom[kPast] != nullptr ? kPast : kFuture];
+
+    PictureDamage& damage = decoded->picture.damage;
+    damage.status = inTask.references.status;
+    if (damage.status == Vexmora_Ok) {
+        MarkMacroblocks(mLayout, output);
+        const DecodeModes modes = ModesOf(mLayout.scale);
+        damage.status = Vexmora_GetFrame(inHandle, inTask.record, &references[kPast], &references[kFuture],
+                                         &output, modes.mode, modes.subMode);
+    }
+    if (damage.status == Vexmora_Ok) {
+        damage.macroblocks = ConcealFailures(mLayout, concealment, output);
+    } else {
+        damage.macroblocks = mLayout.Macroblocks();
+        ConcealAll(mLayout, concealment, output);
+    }
+    damage.inherited = InheritedDamage(inTask);
+    decoded->picture.frame = FrameOf(inTask.record);
+    ShowPlanes(output, mLayout, decoded->picture);
+    return {decoded, &decoded->picture};
+}
+
+// Those that are lost are grey: without planes the library would predict from what its output held.
+std::array<FramePlanes, 2> PictureMaker::ReferencePlanes(const PictureTask& inTask,
+                                                         PlaneMemory& ioGrey) const {
+    std::array<FramePlanes, 2> planes{};
+    for (const Direction direction : {kPast, kFuture}) {
+        if (const SharedPicture& reference = inTask.predictedFrom[direction]) {
+            planes[direction] = PlanesOf(*reference);
+        } else if (inTask.references.isNeeded[direction]) {
+            if (ioGrey.Bytes() == nullptr) {
+                ioGrey = mSource.pool.Take(mLayout.bytes);
+                std::memset(ioGrey.Bytes(), kMidGrey, ioGrey.Size());
+            }
+            planes[direction] = PlanesIn(ioGrey.Bytes(), mLayout);
+        }
+    }
+    return planes;
+}
+
+// A lost reference counts as a whole picture. The past of a B picture has been counted already when its
+// future is predicted from it.
+std::uint64_t PictureMaker::InheritedDamage(const PictureTask& inTask) const {
+    std::uint64_t inherited = std::uint64_t{inTask.references.lost} * mLayout.Macroblocks();
+    for (const Direction direction : {kPast, kFuture}) {
+        const SharedPicture& reference = inTask.predictedFrom[direction];
+        if (reference == nullptr || (direction == kPast && inTask.references.isPastBehindFuture)) continue;
+        const PictureDamage& damage = reference->damage;
+        inherited = AddUpTo(inherited, AddUpTo(damage.macroblocks, damage.inherited));
+    }
+    return inherited;
+}
+
+std::uint32_t PictureMaker::FrameOf(std::int32_t inRecord) const {
+    return FrameGraph(mSource).FrameOf(inRecord);
+}
+
+// ---- The cache --------------------------------------------------------------------------------------------
+
+FrameCache::Key PictureMaker::KeyOf(std::int32_t inRecord) const {
+    return {mSource.cacheId, static_cast<std::uint32_t>(inRecord), mLayout.scale};
+}
+
+// A file that was changed behind its identity may have had pictures of another size.
+SharedPicture PictureMaker::FindInCache(std::int32_t inRecord) const {
+    SharedPicture picture = mSource.cache.Find(KeyOf(inRecord));
+    if (picture == nullptr) return nullptr;
+    const Plane& luma = picture->luma;
+    const bool fits = luma.width == mLayout.width && luma.height == mLayout.height &&
+                      luma.stride == mLayout.lumaStride && picture->frame == FrameOf(inRecord);
+    return fits ? picture : nullptr;
+}
+
+void PictureMaker::Keep(std::int32_t inRecord, const SharedPicture& inPicture) const {
+    mSource.cache.Add(KeyOf(inRecord), inPicture, mLayout.bytes);
+}
+
+}  // namespace VexmoraHost

@@ -1,0 +1,48 @@
+// Making one picture out of those that it is predicted from.
+#pragma once
+
+#include <array>
+#include <cstdint>
+
+#include "VexmoraHost/Picture.h"
+#include "frames/FrameGraph.h"
+#include "frames/PictureLayout.h"
+
+namespace VexmoraHost {
+
+/// A picture to be decoded, and what it is predicted from.
+struct PictureTask {
+    std::int32_t record = kNoRecord;
+    References references = {};
+    /// Decoded; null where references has no record.
+    std::array<SharedPicture, 2> predictedFrom = {};
+};
+
+/// Makes pictures of a source at one scale, and finds those that were made before. Any number of threads may
+/// use it.
+class PictureMaker {
+  public:
+    PictureMaker(const FrameSource& inSource, Scale inScale);
+
+    const PictureLayout& Layout() const { return mLayout; }
+
+    /// @param inHandle of the source, or another one of the same file; used by no other thread meanwhile.
+    /// Throws std::bad_alloc.
+    SharedPicture Make(Vexmora_Handle inHandle, const PictureTask& inTask) const;
+
+    /// As the frame cache has it; null when it has not.
+    SharedPicture FindInCache(std::int32_t inRecord) const;
+    /// Offers a picture to the frame cache.
+    void Keep(std::int32_t inRecord, const SharedPicture& inPicture) const;
+
+  private:
+    std::array<Vexmora::FramePlanes, 2> ReferencePlanes(const PictureTask& inTask, PlaneMemory& ioGrey) const;
+    std::uint64_t InheritedDamage(const PictureTask& inTask) const;
+    FrameCache::Key KeyOf(std::int32_t inRecord) const;
+    std::uint32_t FrameOf(std::int32_t inRecord) const;
+
+    const FrameSource& mSource;
+    const PictureLayout mLayout;
+};
+
+}  // namespace VexmoraHost

@@ -1,0 +1,39 @@
+// What this process lends to the library: memory, a block cache and the place of index files.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "Vexmora/HostServices.h"
+#include "VexmoraHost/Host.h"
+#include "VexmoraHost/MediaIdentity.h"
+#include "memory/BlockCache.h"
+#include "memory/FrameCache.h"
+#include "memory/Memory.h"
+#include "memory/PlanePool.h"
+
+namespace VexmoraHost {
+
+/// Bytes of unused plane memory that the process keeps at most, beside what the frame cache keeps.
+inline constexpr std::size_t kSparePlaneBytes = std::size_t{32} << 20;
+
+/// The memory and the block cache behind Services, one of each in the process. They are never destroyed: the
+/// library may release a block at any time before the process ends.
+Memory& ProcessMemory();
+BlockCache& ProcessBlockCache();
+
+/// The decoded pictures of all movies of the process, and the memory that they are decoded into. Never
+/// destroyed either: pictures may outlive the movie that they came from.
+FrameCache& ProcessFrameCache();
+PlanePool& ProcessPlanePool();
+
+/// The identifier under which the blocks of this content are cached in this process: the same for the same
+/// identity, never 0 (0, no caching, only after 2^32 - 1 different files). Throws std::bad_alloc.
+std::uint32_t CacheIdFor(const Guid& inIdentity);
+
+/// The function tables to open files with, the same for all handles of the process. The index-location
+/// functions answer for the IndexSession in force on the calling thread.
+/// @param inCacheId of the file to open; 0 for no block cache.
+Vexmora::HostServices Services(std::uint32_t inCacheId = 0);
+
+}  // namespace VexmoraHost

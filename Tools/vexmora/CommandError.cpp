@@ -1,0 +1,47 @@
+// The texts of what goes wrong.
+#include "CommandError.h"
+
+#include <fmt/core.h>
+
+#include <algorithm>
+#include <cstdio>
+
+namespace Vexmora {
+
+namespace {
+
+std::string_view AdviceFor(std::error_code inError) {
+    if (inError == std::errc::no_such_file_or_directory) return "check the name";
+    if (inError == std::errc::permission_denied) return "ask its owner for permission to read it";
+    if (inError == std::errc::no_space_on_device) return "make room, or write somewhere else";
+    if (inError == std::errc::io_error) return "check the medium, or copy the file from it first";
+    return "correct that and try again";
+}
+
+}  // namespace
+
+Problem::Problem(ExitStatus inStatus, std::string_view inFile, std::string_view inWhat,
+                 std::string_view inAdvice)
+    : Problem(inStatus, fmt::format("{}: {} ({})", inFile.empty() ? "''" : inFile, inWhat, inAdvice)) {}
+
+Problem::Problem(ExitStatus inStatus, std::string_view inText)
+    : mStatus(inStatus), mText(OnOneLine(inText)) {}
+
+Problem Problem::FromSystem(std::string_view inFile, std::error_code inError) {
+    return {ExitStatus::Failed, inFile, inError.message(), AdviceFor(inError)};
+}
+
+void TellProblem(std::string_view inText) {
+    const std::string line = "vexmora: " + OnOneLine(inText) + "\n";
+    // One write, so that lines of several commands do not mix. When standard error fails, nobody listens.
+    std::fwrite(line.data(), 1, line.size(), stderr);
+}
+
+std::string OnOneLine(std::string_view inText) {
+    std::string line(inText);
+    std::replace_if(
+        line.begin(), line.end(), [](unsigned char inByte) { return inByte < 0x20 || inByte == 0x7F; }, '?');
+    return line;
+}
+
+}  // namespace Vexmora

@@ -1,0 +1,57 @@
+// vexmora check: decodes every frame in order, throws it away and tells what was wrong with it.
+#include "commands/Commands.h"
+#include "files/StandardOutput.h"
+#include "reports/Report_Check.h"
+#include "terminal/FrameProgress.h"
+
+namespace Vexmora {
+
+namespace {
+
+using VexmoraHost::Movie;
+
+FrameFindings Decode(const std::string& inFile, Movie& ioMovie, const CheckOptions& inOptions) {
+    const std::uint32_t frames = ioMovie.Info().frameCount;
+    FrameWork work(inFile, frames, inOptions.opening.quiet);
+    FrameFindings findings;
+    VexmoraHost::FrameRun run = ioMovie.Run(0, frames, inOptions.scale);
+    for (std::uint32_t frame = 0; frame < frames; ++frame) {
+        try {
+            findings.Add(frame, *run.Next());
+        } catch (const VexmoraHost::Error& error) {
+            if (error.Status() != Vexmora_NoSuchFrame) throw;
+            findings.AddMissing(frame);
+        }
+        work.Step();
+    }
+    return findings;
+}
+
+ExitStatus CheckOne(const std::string& inFile, const CheckOptions& inOptions) {
+    Movie movie = OpenMovie(inFile, inOptions.opening);
+    const CheckReport report{.facts = GatherFacts(inFile, movie),
+                             .index = FindInIndex(movie),
+                             .frames = Decode(inFile, movie, inOptions),
+                             .scale = inOptions.scale,
+                             .listAll = inOptions.all};
+    (inOptions.json ? WriteCheckJson : WriteCheckText)(report);
+    FlushOutput();
+    return report.IsSound() ? ExitStatus::Done : ExitStatus::Failed;
+}
+
+}  // namespace
+
+ExitStatus RunCheck(const CheckOptions& inOptions) {
+    ExitStatus worst = ExitStatus::Done;
+    for (const std::string& file : inOptions.files) {
+        try {
+            worst = std::max(worst, CheckOne(file, inOptions));
+        } catch (const Problem& problem) {
+            TellProblem(problem.what());
+            worst = std::max(worst, problem.Status());
+        }
+    }
+    return worst;
+}
+
+}  // namespace Vexmora

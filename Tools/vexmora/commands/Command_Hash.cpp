@@ -1,0 +1,96 @@
+// vexmora hash: one digest a frame, the same for every order of decoding.
+#include <fmt/core.h>
+#include <openssl/evp.h>
+
+#include <algorithm>
+#include <array>
+#include <memory>
+#include <new>
+#include <numeric>
+#include <random>
+
+#include "commands/Commands.h"
+#include "files/StandardOutput.h"
+#include "movies/FrameNumbers.h"
+#include "pictures/PlanarSamples.h"
+#include "reports/DamageSummary.h"
+#include "terminal/FrameProgress.h"
+
+namespace Vexmora {
+
+namespace {
+
+using Digest = std::array<unsigned char, 16>;
+
+/// MD5 of the samples as a raw planar file would hold them.
+class PictureDigest {
+  public:
+    Digest Of(const VexmoraHost::Picture& inPicture) {
+        Digest digest{};
+        Check(EVP_DigestInit_ex(mContext.get(), EVP_md5(), nullptr));
+        ForEachRow(inPicture, [this](const std::uint8_t* inRow, std::uint32_t inBytes) {
+            Check(EVP_DigestUpdate(mContext.get(), inRow, inBytes));
+        });
+        Check(EVP_DigestFinal_ex(mContext.get(), digest.data(), nullptr));
+        return digest;
+    }
+
+  private:
+    static void Check(int inResult) {
+        if (inResult != 1) {
+            throw Problem(ExitStatus::Failed, "MD5", "the system's crypto library refuses it",
+                          "allow MD5 in its settings");
+        }
+    }
+
+    std::unique_ptr<EVP_MD_CTX, void (*)(EVP_MD_CTX*)> mContext{EVP_MD_CTX_new(), EVP_MD_CTX_free};
+};
+
+/// Positions in the range, in the order in which they are to be decoded.
+std::vector<std::uint32_t> OrderOf(const HashOptions& inOptions, std::uint32_t inCount) {
+    std::vector<std::uint32_t> order(inCount);
+    std::iota(order.begin(), order.end(), 0U);
+    if (inOptions.order == DecodeOrder::Reverse) std::reverse(order.begin(), order.end());
+    if (inOptions.order == DecodeOrder::Random) {
+        std::mt19937_64 random(inOptions.seed);
+        for (std::size_t left = order.size(); left > 1; --left)
+            std::swap(order[left - 1], order[random() % left]);
+    }
+    return order;
+}
+
+void WriteDigest(std::uint32_t inFrame, const Digest& inDigest) {
+    std::string line = fmt::format("{}, ", inFrame);
+    for (const unsigned char byte : inDigest) line += fmt::format("{:02x}", byte);
+    WriteOutput(line + "\n");
+}
+
+}  // namespace
+
+ExitStatus RunHash(const HashOptions& inOptions) {
+    VexmoraHost::Movie movie = OpenMovie(inOptions.file, inOptions.opening);
+    const FrameRange range = ParseFrameRange(inOptions.range, inOptions.file, movie.Info().frameCount);
+    std::vector<Digest> digests(range.Count());
+    PictureDigest digest;
+    DamageNotes damage;
+    {
+        FrameWork work(inOptions.file, range.Count(), inOptions.opening.quiet);
+        const bool isRun = inOptions.order == DecodeOrder::Forward;
+        VexmoraHost::FrameRun run = movie.Run(range.first, isRun ? range.Count() : 0, inOptions.scale);
+        for (const std::uint32_t position : OrderOf(inOptions, range.Count())) {
+            const std::uint32_t frame = range.first + position;
+            const VexmoraHost::SharedPicture picture =
+                isRun ? run.Next() : movie.Frame(frame, inOptions.scale);
+            digests[position] = digest.Of(*picture);
+            damage.Note(frame, *picture);
+            work.Step();
+        }
+    }
+    for (std::uint32_t position = 0; position < range.Count(); ++position) {
+        WriteDigest(range.first + position, digests[position]);
+    }
+    FlushOutput();
+    return damage.Tell(inOptions.file);
+}
+
+}  // namespace Vexmora

@@ -1,0 +1,117 @@
+// vexmora sheet: evenly spaced frames with their numbers on one picture.
+#include <fmt/core.h>
+
+#include <algorithm>
+#include <cmath>
+
+#include "commands/Commands.h"
+#include "files/OutputFile.h"
+#include "files/StandardOutput.h"
+#include "movies/FrameNumbers.h"
+#include "pictures/BitmapFont.h"
+#include "pictures/Png.h"
+#include "reports/DamageSummary.h"
+#include "terminal/FrameProgress.h"
+
+namespace Vexmora {
+
+namespace {
+
+using VexmoraHost::Scale;
+
+constexpr std::uint32_t kGap = 8;
+constexpr std::uint8_t kPaper = 0x20;
+constexpr std::uint32_t kMargin = 4;  // above and below a label
+
+/// Where everything goes on a sheet.
+struct Layout {
+    std::uint32_t columns = 0;
+    std::uint32_t rows = 0;
+    std::uint32_t pictureWidth = 0;
+    std::uint32_t pictureHeight = 0;
+    std::uint32_t dot = 1;  // of a label, in samples
+
+    std::uint32_t LabelHeight() const { return kLetterHeight * dot + 2 * kMargin; }
+    std::uint32_t Left(std::uint32_t inCell) const { return kGap + inCell % columns * (pictureWidth + kGap); }
+    std::uint32_t Top(std::uint32_t inCell) const {
+        return kGap + inCell / columns * (pictureHeight + LabelHeight());
+    }
+    std::uint32_t Width() const { return Left(columns - 1) + pictureWidth + kGap; }
+    std::uint32_t Height() const { return Top((rows - 1) * columns) + pictureHeight + LabelHeight(); }
+};
+
+/// A sheet for inCells pictures, shaped as the movie is to be seen.
+Layout LayOut(const SheetOptions& inOptions, const VexmoraHost::MovieInfo& inInfo, std::uint32_t inCells) {
+    constexpr std::uint32_t kSmallest = 16;
+    constexpr std::uint32_t kWidthPerDot = 160;
+    Layout layout;
+    layout.columns = std::min(inOptions.columns, inCells);
+    layout.rows = (inCells + layout.columns - 1) / layout.columns;
+    const std::uint32_t gaps = (layout.columns + 1) * kGap;
+    if (inOptions.width < gaps + layout.columns * kSmallest) {
+        throw Problem(ExitStatus::Usage, inOptions.out,
+                      fmt::format("{} pictures do not fit beside one another on {} samples", layout.columns,
+                                  inOptions.width),
+                      "ask for a larger --width or fewer --columns");
+    }
+    layout.pictureWidth = (inOptions.width - gaps) / layout.columns;
+    const double viewWidth = ViewingWidth(inInfo.file.width, SampleAspect(inInfo, Scale::Full));
+    layout.pictureHeight = static_cast<std::uint32_t>(
+        std::max(1L, std::lround(layout.pictureWidth * inInfo.file.height / viewWidth)));
+    layout.dot = std::max(1U, layout.pictureWidth / kWidthPerDot);
+    return layout;
+}
+
+/// "37  00:00:01:12": the frame's number, and its time when it is not too long and the rate is known.
+std::string LabelOf(std::uint32_t inFrame, const Ratio& inRate, const Layout& inLayout) {
+    const std::string number = fmt::format("{}", inFrame);
+    if (!inRate.IsKnown()) return number;
+    const auto perSecond = static_cast<std::uint64_t>(std::lround(std::max(1.0, inRate.Value())));
+    const std::uint64_t seconds = inFrame / perSecond;
+    const std::string both = fmt::format("{}  {:02}:{:02}:{:02}:{:02}", number, seconds / 3600,
+                                         seconds / 60 % 60, seconds % 60, inFrame % perSecond);
+    return both.size() * kLetterWidth * inLayout.dot <= inLayout.pictureWidth ? both : number;
+}
+
+}  // namespace
+
+ExitStatus RunSheet(const SheetOptions& inOptions) {
+    VexmoraHost::Movie movie = OpenMovie(inOptions.file, inOptions.opening);
+    const VexmoraHost::MovieInfo& info = movie.Info();
+    const std::uint32_t frames = ParseFrameRange({}, inOptions.file, info.frameCount).Count();
+    const std::uint32_t cells = std::min(inOptions.columns * inOptions.rows, frames);
+    const Layout layout = LayOut(inOptions, info, cells);
+
+    OutputFile file(inOptions.out, inOptions.file);
+    RgbImage sheet(layout.Width(), layout.Height());
+    std::fill(sheet.samples.begin(), sheet.samples.end(), kPaper);
+    DamageNotes damage;
+    {
+        FrameWork work(inOptions.file, cells, inOptions.opening.quiet);
+        for (std::uint32_t cell = 0; cell < cells; ++cell) {
+            const auto frame = static_cast<std::uint32_t>(std::uint64_t{cell} * frames / cells);
+            const VexmoraHost::SharedPicture picture = movie.Frame(frame);
+            // All samples count: pictures of a reduced scale leave edges ragged.
+            Paste(ToRgb(*picture, {.matrix = MatrixOf(info.index),
+                                   .isInterlaced = IsInterlaced(movie, *picture),
+                                   .width = layout.pictureWidth,
+                                   .height = layout.pictureHeight}),
+                  layout.Left(cell), layout.Top(cell), sheet);
+            DrawText(LabelOf(frame, FrameRate(info), layout), layout.Left(cell),
+                     layout.Top(cell) + layout.pictureHeight + kMargin, layout.dot, sheet);
+            damage.Note(frame, *picture);
+            work.Step();
+        }
+    }
+    WritePng(sheet, file);
+    file.Commit();
+    if (!file.IsStandardOutput() && !inOptions.opening.quiet) {
+        const std::string summary =
+            fmt::format("{}: {} of {} frames on {}", inOptions.file, cells, frames, inOptions.out);
+        WriteOutput(OnOneLine(summary) + "\n");
+        FlushOutput();
+    }
+    return damage.Tell(inOptions.file);
+}
+
+}  // namespace Vexmora

@@ -1,0 +1,59 @@
+// Refusing what is no file of bytes, and reading the start of what is.
+#include "files/InputFile.h"
+
+#include <cerrno>
+#include <filesystem>
+
+#include "CommandError.h"
+
+namespace Vexmora {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+[[noreturn]] void ThrowLastError(const std::string& inFile) {
+    throw Problem::FromSystem(inFile, {errno, std::generic_category()});
+}
+
+void RefuseUnlessRegular(const std::string& inFile) {
+    std::error_code error;
+    const fs::file_status status = fs::status(inFile, error);
+    const auto refuse = [&](const char* inWhat, const char* inAdvice) {
+        throw Problem(ExitStatus::Failed, inFile, inWhat, inAdvice);
+    };
+    switch (status.type()) {
+        case fs::file_type::regular:
+            return;
+        case fs::file_type::not_found:
+            throw Problem::FromSystem(inFile, std::make_error_code(std::errc::no_such_file_or_directory));
+        case fs::file_type::none:
+            throw Problem::FromSystem(inFile, error);
+        case fs::file_type::directory:
+            refuse("is a directory", "name a file in it");
+            break;
+        case fs::file_type::fifo:
+            refuse("is a pipe", "write the stream to a file first");
+            break;
+        default:
+            refuse("is not a regular file", "copy the stream to a file first");
+    }
+}
+
+}  // namespace
+
+InputFile::InputFile(const std::string& inFile) : mFile(inFile) {
+    RefuseUnlessRegular(mFile);
+    mStream.reset(std::fopen(mFile.c_str(), "rb"));
+    if (!mStream) ThrowLastError(mFile);
+}
+
+std::vector<std::uint8_t> InputFile::ReadStart(std::size_t inBytes) {
+    std::vector<std::uint8_t> bytes(inBytes);
+    std::rewind(mStream.get());
+    bytes.resize(std::fread(bytes.data(), 1, inBytes, mStream.get()));
+    if (std::ferror(mStream.get()) != 0) ThrowLastError(mFile);
+    return bytes;
+}
+
+}  // namespace Vexmora

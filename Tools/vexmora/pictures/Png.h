@@ -1,0 +1,12 @@
+// PNG files.
+#pragma once
+
+#include "files/OutputFile.h"
+#include "pictures/RgbImage.h"
+
+namespace Vexmora {
+
+/// Writes inImage as a PNG of 8 bits a colour. Throws what OutputFile::Write throws.
+void WritePng(const RgbImage& inImage, OutputFile& ioFile);
+
+}  // namespace Vexmora

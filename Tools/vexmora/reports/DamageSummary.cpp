@@ -1,0 +1,24 @@
+// One line about damage, however much of it there is.
+#include "reports/DamageSummary.h"
+
+#include <fmt/core.h>
+
+namespace Vexmora {
+
+void DamageNotes::Note(std::uint32_t inFrame, const VexmoraHost::Picture& inPicture) {
+    if (inPicture.damage.None()) return;
+    ++mFrames;
+    mFirst = std::min(mFirst.value_or(inFrame), inFrame);
+}
+
+ExitStatus DamageNotes::Tell(const std::string& inFile) const {
+    if (mFrames == 0) return ExitStatus::Done;
+    const std::string which =
+        mFrames == 1
+            ? fmt::format("frame {} is damaged or missing", *mFirst)
+            : fmt::format("{} frames are damaged or missing, the first is frame {}", mFrames, *mFirst);
+    TellProblem(fmt::format("{}: {} ('vexmora check' tells what is wrong with each)", inFile, which));
+    return ExitStatus::Failed;
+}
+
+}  // namespace Vexmora

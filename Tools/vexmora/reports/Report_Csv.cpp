@@ -1,0 +1,35 @@
+// The records as comma-separated values.
+#include <fmt/format.h>
+
+#include "files/StandardOutput.h"
+#include "reports/Reports.h"
+
+namespace Vexmora {
+
+namespace {
+
+std::string PositionOrNothing(std::optional<std::int64_t> inPosition) {
+    return inPosition ? fmt::to_string(*inPosition) : std::string();
+}
+
+std::string Line(const FrameRecord& inRecord, std::size_t inPosition) {
+    const RecordFacts facts = FactsOf(inRecord, inPosition);
+    const auto flag = [&](std::uint16_t inBit) { return (inRecord.flags & inBit) != 0 ? 1 : 0; };
+    return fmt::format("{},{},{},{},{},{},{},{},{},{},{},{}\n", inPosition, facts.type,
+                       TemporalReference(inRecord), flag(kProgressiveFrameBit), flag(kTopFieldFirstBit),
+                       flag(kRepeatFirstFieldBit), flag(kBrokenLinkBit), std::uint64_t{inRecord.offset},
+                       std::uint32_t{inRecord.size}, PositionOrNothing(facts.past),
+                       PositionOrNothing(facts.future), IsValid(inRecord) ? 1 : 0);
+}
+
+}  // namespace
+
+void WriteCsv(const std::vector<FrameRecord>& inRecords) {
+    WriteOutput(
+        "index,type,temporal_reference,progressive_frame,top_field_first,repeat_first_field,broken_link,"
+        "offset,size,past,future,valid\n");
+    for (std::size_t position = 0; position < inRecords.size(); ++position)
+        WriteOutput(Line(inRecords[position], position));
+}
+
+}  // namespace Vexmora

@@ -1,0 +1,23 @@
+// The terminal at standard error. The command's only file with operating-system headers.
+#include "terminal/Terminal.h"
+
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+namespace Vexmora {
+
+bool StandardErrorIsTerminal() {
+    return isatty(STDERR_FILENO) == 1;
+}
+
+bool StandardOutputIsTerminal() {
+    return isatty(STDOUT_FILENO) == 1;
+}
+
+std::size_t TerminalColumns() {
+    winsize size{};
+    if (ioctl(STDERR_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0) return 80;
+    return size.ws_col;
+}
+
+}  // namespace Vexmora
