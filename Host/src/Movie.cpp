@@ -192,8 +192,8 @@ FrameRun Movie::Run(std::uint32_t inFirst, std::uint32_t inCount, Scale inScale,
     if (inCount > 0 && inCount > mInfo.frameCount - inFirst) CheckFrame(mInfo.frameCount);
     unsigned threads = inThreads > 0 ? inThreads : Posix::ProcessorCount();
     if (threads > 1 && inCount > 1 && !MayUseHandles(inFirst)) threads = 1;
-    return {mPath, std::make_unique<FrameRun::Crew>(Source(), FrameSpan{inFirst, inCount}, inScale, threads,
-                                                    [this] { return OpenAgain(); })};
+    return {mPath, std::make_unique<FrameRun::Workers>(Source(), FrameSpan{inFirst, inCount}, inScale,
+                                                       threads, [this] { return OpenAgain(); })};
 }
 
 void Movie::CheckFrame(std::uint32_t inFrame) const {
@@ -213,10 +213,10 @@ bool Movie::MayUseHandles(std::uint32_t inFirst) const {
 
 // Opening stays immediate: what takes a look at all records waits for the first picture.
 FrameSource Movie::Source() {
-    if (mLostAnchors == nullptr) mLostAnchors = std::make_shared<LostAnchors>(mRecords);
+    if (mMissingAnchors == nullptr) mMissingAnchors = std::make_shared<MissingAnchors>(mRecords);
     return {.handle = mHandle.get(),
             .records = mRecords,
-            .lostAnchors = *mLostAnchors,
+            .missingAnchors = *mMissingAnchors,
             .firstFrame = mInfo.firstFrame,
             .frameCount = mInfo.frameCount,
             .info = mInfo.file,

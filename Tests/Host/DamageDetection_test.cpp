@@ -44,7 +44,7 @@ struct Planes {
     FramePlanes planes;
 };
 
-class Soundness : public testing::TestWithParam<Scale> {
+class DamageDetection : public testing::TestWithParam<Scale> {
   protected:
     // Calls inFunction(plane, samples of a line, their count, the line) for all lines of a macroblock.
     template <typename Function>
@@ -103,7 +103,7 @@ class Soundness : public testing::TestWithParam<Scale> {
     std::minstd_rand mRandom;
 };
 
-TEST_P(Soundness, FailuresAreCountedAndConcealed) {
+TEST_P(DamageDetection, FailuresAreCountedAndConcealed) {
     ASSERT_EQ(mLayout.Macroblocks(), 12u);
     ASSERT_EQ(mLayout.codedRows, 4u);
     Planes reference(mLayout);
@@ -136,7 +136,7 @@ TEST_P(Soundness, FailuresAreCountedAndConcealed) {
     }
 }
 
-TEST_P(Soundness, ClippedPatternsAreNoMarks) {
+TEST_P(DamageDetection, ClippedPatternsAreNoMarks) {
     for (const int period : {1, 2, 4}) {
         Planes picture(mLayout);
         for (std::size_t i = 0; i < picture.bytes.size(); ++i) {
@@ -146,7 +146,8 @@ TEST_P(Soundness, ClippedPatternsAreNoMarks) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Scales, Soundness, testing::Values(Scale::Full, Scale::HalfWidth, Scale::Quarter));
+INSTANTIATE_TEST_SUITE_P(Scales, DamageDetection,
+                         testing::Values(Scale::Full, Scale::HalfWidth, Scale::Quarter));
 
 }  // namespace
 }  // namespace VexmoraHost

@@ -43,7 +43,7 @@ const Case kCases[] = {
     {"references outside", {{'P', -1}, {'B', 1, 100}, {'B', -100, 1}, kHole, {'P', -4}}, ".x..."},
 };
 
-TEST(LostAnchors, AreNoticedByWhatWasPredictedFromThem) {
+TEST(MissingAnchors, AreNoticedByWhatWasPredictedFromThem) {
     for (const Case& item : kCases) {
         SCOPED_TRACE(item.name);
         std::vector<Vexmora::FrameRecord> records;
@@ -56,7 +56,7 @@ TEST(LostAnchors, AreNoticedByWhatWasPredictedFromThem) {
             record.futureRefDelta = coded.future;
             records.push_back(record);
         }
-        const LostAnchors lost(records);
+        const MissingAnchors lost(records);
         std::string missed;
         for (std::size_t i = 0; i < records.size(); ++i) missed += lost.AreMissedBy(i) ? 'x' : '.';
         EXPECT_EQ(missed, item.missed);

@@ -47,7 +47,7 @@ class IndexedFile {
         auto index = Vexmora::Test::Index(Vexmora::Test::ReadAll(inIndexed));
         inChange(index.records);
         mRecords = index.records;
-        mLostAnchors.emplace(mRecords);
+        mMissingAnchors.emplace(mRecords);
         index.header.recordCount = static_cast<std::uint32_t>(mRecords.size());
         mHeader = index.header;
         EXPECT_EQ(Vexmora_OpenFileWithIndex(ToInterfacePath(inPath), Services(), mHeader, mRecords, &mHandle),
@@ -61,7 +61,7 @@ class IndexedFile {
     /// Every record is a usable frame unless inFirstFrame says otherwise.
     FrameSource Source(FrameCache& ioCache, PlanePool& ioPool, std::uint32_t inFirstFrame = 0) const {
         const auto count = static_cast<std::uint32_t>(mRecords.size()) - inFirstFrame;
-        return {mHandle, mRecords, *mLostAnchors, inFirstFrame, count, mInfo, 1, ioCache, ioPool};
+        return {mHandle, mRecords, *mMissingAnchors, inFirstFrame, count, mInfo, 1, ioCache, ioPool};
     }
 
     /// The samples of a record of a sound stream by way of the exports alone, each picture decoded once.
@@ -102,7 +102,7 @@ class IndexedFile {
     Vexmora_Handle mHandle = nullptr;
     Vexmora::IndexHeader mHeader{};
     Records mRecords;
-    std::optional<LostAnchors> mLostAnchors;  // of them
+    std::optional<MissingAnchors> mMissingAnchors;  // of them
     Vexmora::FileInfo mInfo{};
     std::map<std::pair<std::int32_t, Scale>, Vexmora::Test::Picture420> mPlain;
 };

@@ -177,20 +177,20 @@ TEST_F(Runs, TakeWhatTheCacheHasAndGoOnPastFramesWithoutPicture) {
     const FrameSource sound = file.Source(cache, pool);
     const SharedPicture kept = FrameDecoder(sound, Scale::Full).Frame(4);
     const std::size_t pictures = cache.Pictures();
-    FrameRun::Crew crew(sound, {3, 5}, Scale::Full, 4, noHandle);
+    FrameRun::Workers workers(sound, {3, 5}, Scale::Full, 4, noHandle);
     for (std::uint32_t frame = 3; frame < 8; ++frame) {
-        const SharedPicture picture = crew.Next();
+        const SharedPicture picture = workers.Next();
         EXPECT_EQ(picture == kept, frame == 4);
         EXPECT_EQ(picture->frame, frame);
     }
-    EXPECT_EQ(crew.Left(), 0u);
+    EXPECT_EQ(workers.Left(), 0u);
     EXPECT_EQ(cache.Pictures(), pictures);
 
     FrameSource cut = file.Source(cache, pool, 10);
-    EXPECT_EQ(FrameRun::Crew(cut, {1, 1}, Scale::Full, 4, noHandle).Next()->frame, 2u);
+    EXPECT_EQ(FrameRun::Workers(cut, {1, 1}, Scale::Full, 4, noHandle).Next()->frame, 2u);
     cut.firstFrame = 20;
     cut.frameCount = 5;
-    FrameRun::Crew lost(cut, {0, 2}, Scale::Full, 4, noHandle);
+    FrameRun::Workers lost(cut, {0, 2}, Scale::Full, 4, noHandle);
     EXPECT_EQ(lost.Next(), nullptr);
     EXPECT_EQ(lost.Next(), nullptr);
     EXPECT_EQ(lost.Left(), 0u);

@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <cstdio>
 
-namespace Vexmora {
+namespace VexmoraCommand {
 
 namespace {
 
@@ -20,18 +20,18 @@ std::string_view AdviceFor(std::error_code inError) {
 
 }  // namespace
 
-Problem::Problem(ExitStatus inStatus, std::string_view inFile, std::string_view inWhat,
-                 std::string_view inAdvice)
-    : Problem(inStatus, fmt::format("{}: {} ({})", inFile.empty() ? "''" : inFile, inWhat, inAdvice)) {}
+CommandError::CommandError(ExitStatus inStatus, std::string_view inFile, std::string_view inWhat,
+                           std::string_view inAdvice)
+    : CommandError(inStatus, fmt::format("{}: {} ({})", inFile.empty() ? "''" : inFile, inWhat, inAdvice)) {}
 
-Problem::Problem(ExitStatus inStatus, std::string_view inText)
+CommandError::CommandError(ExitStatus inStatus, std::string_view inText)
     : mStatus(inStatus), mText(OnOneLine(inText)) {}
 
-Problem Problem::FromSystem(std::string_view inFile, std::error_code inError) {
+CommandError CommandError::FromSystem(std::string_view inFile, std::error_code inError) {
     return {ExitStatus::Failed, inFile, inError.message(), AdviceFor(inError)};
 }
 
-void TellProblem(std::string_view inText) {
+void TellError(std::string_view inText) {
     const std::string line = "vexmora: " + OnOneLine(inText) + "\n";
     // One write, so that lines of several commands do not mix. When standard error fails, nobody listens.
     std::fwrite(line.data(), 1, line.size(), stderr);
@@ -44,4 +44,4 @@ std::string OnOneLine(std::string_view inText) {
     return line;
 }
 
-}  // namespace Vexmora
+}  // namespace VexmoraCommand

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <system_error>
 
-namespace Vexmora {
+namespace VexmoraCommand {
 
 /// What the command answers the shell with; --help and the manual list the same values.
 enum class ExitStatus : int {
@@ -19,16 +19,17 @@ enum class ExitStatus : int {
     NotSupported = 3,
 };
 
-/// One thing that went wrong with one file: thrown where it is noticed, told by TellProblem.
-class Problem : public std::exception {
+/// One thing that went wrong with one file: thrown where it is noticed, told by TellError.
+class CommandError : public std::exception {
   public:
     /// @param inFile the file as the user named it. @param inWhat what is wrong. @param inAdvice what to do.
-    Problem(ExitStatus inStatus, std::string_view inFile, std::string_view inWhat, std::string_view inAdvice);
+    CommandError(ExitStatus inStatus, std::string_view inFile, std::string_view inWhat,
+                 std::string_view inAdvice);
     /// @param inText "FILE: what is wrong (what to do)".
-    Problem(ExitStatus inStatus, std::string_view inText);
+    CommandError(ExitStatus inStatus, std::string_view inText);
 
     /// A failed system call: its text from inError, its advice by the kind of error.
-    static Problem FromSystem(std::string_view inFile, std::error_code inError);
+    static CommandError FromSystem(std::string_view inFile, std::error_code inError);
 
     ExitStatus Status() const { return mStatus; }
     /// "FILE: what is wrong (what to do)", always one line.
@@ -40,9 +41,9 @@ class Problem : public std::exception {
 };
 
 /// Writes "vexmora: inText" as one line to standard error.
-void TellProblem(std::string_view inText);
+void TellError(std::string_view inText);
 
 /// inText with every control character shown as '?': what is put on a line cannot break or colour it.
 std::string OnOneLine(std::string_view inText);
 
-}  // namespace Vexmora
+}  // namespace VexmoraCommand

@@ -8,7 +8,7 @@
 #include "commands/Commands.h"
 #include "movies/Scales.h"
 
-namespace Vexmora {
+namespace VexmoraCommand {
 
 namespace {
 
@@ -183,4 +183,4 @@ std::vector<Command> AddCommands(CLI::App& ioApp) {
     };
 }
 
-}  // namespace Vexmora
+}  // namespace VexmoraCommand

@@ -7,7 +7,7 @@
 
 #include "CommandError.h"
 
-namespace Vexmora {
+namespace VexmoraCommand {
 
 /// One command, with the options that parsing leaves in it.
 struct Command {
@@ -18,4 +18,4 @@ struct Command {
 /// Adds every command to ioApp, which is not parsed yet.
 std::vector<Command> AddCommands(CLI::App& ioApp);
 
-}  // namespace Vexmora
+}  // namespace VexmoraCommand

@@ -8,7 +8,7 @@
 
 namespace {
 
-using namespace Vexmora;
+using namespace VexmoraCommand;
 
 constexpr const char* kFooter =
     "Exit status: 0 done; 1 failed (reading or writing, damaged data); 2 wrong usage;\n"
@@ -31,7 +31,7 @@ ExitStatus Run(int inArgumentCount, const char* const* inArguments) {
         FlushOutput();
         return ExitStatus::Done;
     } catch (const CLI::ParseError& error) {
-        TellProblem(std::string(error.what()) + " ('vexmora --help' shows what there is)");
+        TellError(std::string(error.what()) + " ('vexmora --help' shows what there is)");
         return ExitStatus::Usage;
     }
     for (const Command& command : commands) {
@@ -48,14 +48,14 @@ int main(int inArgumentCount, char** inArguments) {
     try {
         return static_cast<int>(Run(inArgumentCount, inArguments));
     } catch (const Interrupted& interrupted) {
-        TellProblem(interrupted.file + ": interrupted (run it again)");
+        TellError(interrupted.file + ": interrupted (run it again)");
         EndBySignal(interrupted.signal);
     } catch (const OutputClosed&) {
     } catch (const std::bad_alloc&) {
-        TellProblem("there is not enough memory (end other programs, or ask for smaller pictures)");
+        TellError("there is not enough memory (end other programs, or ask for smaller pictures)");
     } catch (const std::exception& problem) {
-        TellProblem(problem.what());
-        if (const auto* known = dynamic_cast<const Problem*>(&problem))
+        TellError(problem.what());
+        if (const auto* known = dynamic_cast<const CommandError*>(&problem))
             return static_cast<int>(known->Status());
     }
     return static_cast<int>(ExitStatus::Failed);

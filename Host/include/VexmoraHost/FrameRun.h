@@ -14,7 +14,7 @@ namespace VexmoraHost {
 /// works on those that it was given. See Movie::Run.
 class FrameRun {
   public:
-    class Crew;
+    class Workers;
 
     FrameRun(FrameRun&&) noexcept;
     FrameRun& operator=(FrameRun&&) noexcept;
@@ -30,10 +30,10 @@ class FrameRun {
   private:
     friend class Movie;
 
-    FrameRun(std::filesystem::path inPath, std::unique_ptr<Crew> inCrew);
+    FrameRun(std::filesystem::path inPath, std::unique_ptr<Workers> inWorkers);
 
     std::filesystem::path mPath;
-    std::unique_ptr<Crew> mCrew;
+    std::unique_ptr<Workers> mWorkers;
 };
 
 }  // namespace VexmoraHost

@@ -51,7 +51,7 @@ struct MovieInfo {
 };
 
 struct FrameSource;
-class LostAnchors;
+class MissingAnchors;
 
 /// One open file. One thread at a time may use it; several movies, of the same file too, are independent and
 /// share what they read.
@@ -121,7 +121,7 @@ class Movie {
     Handle mHandle;
     MovieInfo mInfo{};
     std::vector<Vexmora::FrameRecord> mRecords;
-    std::shared_ptr<const LostAnchors> mLostAnchors;  // of them; there when pictures are
+    std::shared_ptr<const MissingAnchors> mMissingAnchors;  // of them; there when pictures are
     std::filesystem::path mIndexPath;
     std::uint32_t mCacheId = 0;
     bool mWasIndexed = false;

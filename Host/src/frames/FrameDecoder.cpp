@@ -33,20 +33,20 @@ SharedPicture StandInFor(const SharedPicture& inPicture) {
 }
 
 FrameDecoder::FrameDecoder(const FrameSource& inSource, Scale inScale)
-    : mSource(inSource), mGraph(inSource), mMaker(inSource, inScale) {}
+    : mSource(inSource), mGraph(inSource), mPictures(inSource, inScale) {}
 
 SharedPicture FrameDecoder::Frame(std::uint32_t inFrame) {
-    if (mMaker.Layout().Macroblocks() == 0) return nullptr;  // a wild sequence header
+    if (mPictures.Layout().Macroblocks() == 0) return nullptr;  // a wild sequence header
     const std::int32_t wanted = mGraph.RecordShownAt(inFrame);
     if (wanted == kNoRecord) return nullptr;
     DecodePlan plan([this](std::int32_t inRecord) { return LookUp(inRecord); });
     plan.Want(wanted);
     bool isForGood = true;
     while (const auto task = plan.Start()) {
-        const SharedPicture picture = mMaker.Make(mSource.handle, *task);
+        const SharedPicture picture = mPictures.Make(mSource.handle, *task);
         // Later pictures of the chain may be predicted from one that the next attempt makes better.
         isForGood = isForGood && !MayPass(picture->damage.status);
-        if (isForGood) mMaker.Keep(task->record, picture);
+        if (isForGood) mPictures.Keep(task->record, picture);
         plan.Finish(task->record, picture);
     }
     const SharedPicture picture = plan.Find(wanted);
@@ -54,7 +54,7 @@ SharedPicture FrameDecoder::Frame(std::uint32_t inFrame) {
 }
 
 DecodePlan::Known FrameDecoder::LookUp(std::int32_t inRecord) const {
-    SharedPicture picture = mMaker.FindInCache(inRecord);
+    SharedPicture picture = mPictures.FindInCache(inRecord);
     if (picture != nullptr) return {.picture = std::move(picture)};
     return {.references = mGraph.FindReferences(inRecord), .place = mGraph.PlaceOf(inRecord)};
 }

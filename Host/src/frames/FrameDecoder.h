@@ -32,12 +32,12 @@ class FrameDecoder {
     /// What a plan is to know of a picture.
     DecodePlan::Known LookUp(std::int32_t inRecord) const;
     const FrameGraph& Graph() const { return mGraph; }
-    const PictureMaker& Maker() const { return mMaker; }
+    const PictureDecoder& Pictures() const { return mPictures; }
 
   private:
     const FrameSource& mSource;
     const FrameGraph mGraph;
-    const PictureMaker mMaker;
+    const PictureDecoder mPictures;
 };
 
 }  // namespace VexmoraHost

@@ -38,7 +38,8 @@ CodingPlace FrameGraph::PlaceOf(std::int32_t inRecord) const {
 References FrameGraph::FindReferences(std::int32_t inRecord) const {
     References references = NameReferences(inRecord);
     const bool isSuspect = references.status == Vexmora_Ok && references.lost == 0;
-    if (isSuspect && mSource.lostAnchors.AreMissedBy(static_cast<std::size_t>(inRecord))) references.lost = 1;
+    if (isSuspect && mSource.missingAnchors.AreMissedBy(static_cast<std::size_t>(inRecord)))
+        references.lost = 1;
     const auto [past, future] = references.records;
     references.isPastBehindFuture = past != kNoRecord && future != kNoRecord &&
                                     (future == past || NameReferences(future).records[kPast] == past);

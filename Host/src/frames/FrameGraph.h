@@ -20,7 +20,7 @@ struct FrameSource {
     /// As the handle has them.
     std::span<const Vexmora::FrameRecord> records;
     /// Of these records.
-    const LostAnchors& lostAnchors;
+    const MissingAnchors& missingAnchors;
     std::uint32_t firstFrame;
     std::uint32_t frameCount;
     Vexmora::FileInfo info;

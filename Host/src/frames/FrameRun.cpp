@@ -7,16 +7,16 @@
 
 namespace VexmoraHost {
 
-FrameRun::FrameRun(std::filesystem::path inPath, std::unique_ptr<Crew> inCrew)
-    : mPath(std::move(inPath)), mCrew(std::move(inCrew)) {}
+FrameRun::FrameRun(std::filesystem::path inPath, std::unique_ptr<Workers> inWorkers)
+    : mPath(std::move(inPath)), mWorkers(std::move(inWorkers)) {}
 FrameRun::FrameRun(FrameRun&&) noexcept = default;
 FrameRun& FrameRun::operator=(FrameRun&&) noexcept = default;
 FrameRun::~FrameRun() = default;
 
 SharedPicture FrameRun::Next() {
-    if (mCrew->Left() == 0) return nullptr;
-    const std::uint32_t frame = mCrew->NextFrame();
-    SharedPicture picture = mCrew->Next();
+    if (mWorkers->Left() == 0) return nullptr;
+    const std::uint32_t frame = mWorkers->NextFrame();
+    SharedPicture picture = mWorkers->Next();
     if (picture == nullptr) throw NoPictureFor(frame, mPath);
     return picture;
 }

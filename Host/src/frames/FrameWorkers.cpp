@@ -36,13 +36,13 @@ std::uint32_t MostWindow(const PictureLayout& inLayout, unsigned inThreads) {
 
 }  // namespace
 
-FrameRun::Crew::Crew(const FrameSource& inSource, FrameSpan inFrames, Scale inScale, unsigned inThreads,
-                     OpenHandle inOpenHandle)
+FrameRun::Workers::Workers(const FrameSource& inSource, FrameSpan inFrames, Scale inScale, unsigned inThreads,
+                           OpenHandle inOpenHandle)
     : mSource(inSource),
       mDecoder(mSource, inScale),
       mOpenHandle(std::move(inOpenHandle)),
       mLeastWindow(LeastWindow(inThreads)),
-      mMostWindow(MostWindow(mDecoder.Maker().Layout(), inThreads)),
+      mMostWindow(MostWindow(mDecoder.Pictures().Layout(), inThreads)),
       mEnd(inFrames.first + inFrames.count),
       mNext(inFrames.first),
       mWindowEnd(inFrames.first),
@@ -51,7 +51,7 @@ FrameRun::Crew::Crew(const FrameSource& inSource, FrameSpan inFrames, Scale inSc
     if (inFrames.count > 1) StartHelpers(inThreads - 1);
 }
 
-FrameRun::Crew::~Crew() {
+FrameRun::Workers::~Workers() {
     {
         const std::scoped_lock lock(mMutex);
         mIsStopping = true;
@@ -61,7 +61,7 @@ FrameRun::Crew::~Crew() {
 }
 
 // Fewer than wanted, even none, only make the run slower.
-void FrameRun::Crew::StartHelpers(unsigned inCount) {
+void FrameRun::Workers::StartHelpers(unsigned inCount) {
     mHelpers.reserve(inCount);
     try {
         while (mHelpers.size() < inCount) mHelpers.push_back(Posix::StartQuietThread([this] { Help(); }));
@@ -69,7 +69,7 @@ void FrameRun::Crew::StartHelpers(unsigned inCount) {
     }
 }
 
-SharedPicture FrameRun::Crew::Next() {
+SharedPicture FrameRun::Workers::Next() {
     std::unique_lock lock(mMutex);
     if (mFailure != nullptr) std::rethrow_exception(mFailure);
     try {
@@ -83,24 +83,24 @@ SharedPicture FrameRun::Crew::Next() {
 }
 
 // Step 1.
-void FrameRun::Crew::MoveWindow() {
+void FrameRun::Workers::MoveWindow() {
     const std::uint32_t end = mNext + std::min(mWindowFrames, Left());
     for (; mWindowEnd < end; ++mWindowEnd) {
-        const bool hasPictures = mDecoder.Maker().Layout().Macroblocks() > 0;
+        const bool hasPictures = mDecoder.Pictures().Layout().Macroblocks() > 0;
         mWindow.push_back(hasPictures ? mDecoder.Graph().RecordShownAt(mWindowEnd) : kNoRecord);
         if (mWindow.back() != kNoRecord) mPlan.Want(mWindow.back());
     }
 }
 
 // Until there is something to start. The bound is taken back by one frame with each that is given.
-void FrameRun::Crew::LookFurther() {
+void FrameRun::Workers::LookFurther() {
     while (!mPlan.CanStart() && mWindowFrames < mMostWindow && mWindowEnd < mEnd) {
         ++mWindowFrames;
         MoveWindow();
     }
 }
 
-SharedPicture FrameRun::Crew::TakeFirst(std::unique_lock<std::mutex>& ioLock) {
+SharedPicture FrameRun::Workers::TakeFirst(std::unique_lock<std::mutex>& ioLock) {
     const std::int32_t record = mWindow.front();
     SharedPicture picture;
     while (record != kNoRecord && (picture = mPlan.Find(record)) == nullptr) {
@@ -123,7 +123,7 @@ SharedPicture FrameRun::Crew::TakeFirst(std::unique_lock<std::mutex>& ioLock) {
 }
 
 // A helper without a handle leaves the work to the others.
-void FrameRun::Crew::Help() {
+void FrameRun::Workers::Help() {
     std::unique_lock lock(mMutex, std::defer_lock);
     try {
         const Handle handle(mOpenHandle());
@@ -144,11 +144,11 @@ void FrameRun::Crew::Help() {
 }
 
 // Called with the lock held, which is given up while the picture is decoded.
-void FrameRun::Crew::Decode(Vexmora_Handle inHandle, PictureTask inTask,
-                            std::unique_lock<std::mutex>& ioLock) {
+void FrameRun::Workers::Decode(Vexmora_Handle inHandle, PictureTask inTask,
+                               std::unique_lock<std::mutex>& ioLock) {
     if (mPlan.CanStart()) mCanStart.notify_one();
     ioLock.unlock();
-    const SharedPicture picture = mDecoder.Maker().Make(inHandle, inTask);
+    const SharedPicture picture = mDecoder.Pictures().Make(inHandle, inTask);
     ioLock.lock();
     mPlan.Finish(inTask.record, picture);
     mIsFinished.notify_one();

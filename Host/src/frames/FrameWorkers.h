@@ -36,18 +36,18 @@ struct FrameSpan {
 /// picture is predicted from the one before, a thread that would be idle finds something to do only in the
 /// next group of pictures: then the window reaches as far as it must, within a bound, and shortens again
 /// afterwards.
-class FrameRun::Crew {
+class FrameRun::Workers {
   public:
     /// A further handle of the source's file; null when there is none to be had.
     using OpenHandle = std::function<Vexmora_Handle()>;
 
-    /// @param inSource  what it names outlives the crew.
+    /// @param inSource  what it names outlives the workers.
     /// @param inThreads that decode, at least 1: the one that calls Next counts.
-    Crew(const FrameSource& inSource, FrameSpan inFrames, Scale inScale, unsigned inThreads,
-         OpenHandle inOpenHandle);
-    ~Crew();
-    Crew(const Crew&) = delete;
-    Crew& operator=(const Crew&) = delete;
+    Workers(const FrameSource& inSource, FrameSpan inFrames, Scale inScale, unsigned inThreads,
+            OpenHandle inOpenHandle);
+    ~Workers();
+    Workers(const Workers&) = delete;
+    Workers& operator=(const Workers&) = delete;
 
     /// Frames that were not given yet.
     std::uint32_t Left() const { return mEnd - mNext; }

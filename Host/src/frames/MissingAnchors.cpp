@@ -9,14 +9,14 @@ namespace VexmoraHost {
 using Vexmora::FrameRecord;
 using Vexmora::PictureCodingType;
 
-LostAnchors::LostAnchors(std::span<const FrameRecord> inRecords) : mRecords(inRecords) {
+MissingAnchors::MissingAnchors(std::span<const FrameRecord> inRecords) : mRecords(inRecords) {
     for (std::size_t record = 0; record < mRecords.size(); ++record) {
         const Gap gap = GapOf(record);
         if (gap.Distance() > mLongestDistance && !MayHideAnchor(gap)) mLongestDistance = gap.Distance();
     }
 }
 
-bool LostAnchors::AreMissedBy(std::size_t inRecord) const {
+bool MissingAnchors::AreMissedBy(std::size_t inRecord) const {
     const FrameRecord& record = mRecords[inRecord];
     if (PictureCodingType(record) == Vexmora::kPictureTypeB) {
         const bool isBeforeBoth = record.pastRefDelta > 0 && record.pastRefDelta == record.futureRefDelta;
@@ -28,7 +28,7 @@ bool LostAnchors::AreMissedBy(std::size_t inRecord) const {
 }
 
 // None for an I picture, and where an index leads out of itself.
-LostAnchors::Gap LostAnchors::GapOf(std::size_t inRecord) const {
+MissingAnchors::Gap MissingAnchors::GapOf(std::size_t inRecord) const {
     const FrameRecord& record = mRecords[inRecord];
     if (!IsValid(record) || PictureCodingType(record) == Vexmora::kPictureTypeI) return {};
     const auto position = static_cast<std::int64_t>(inRecord);
@@ -40,7 +40,7 @@ LostAnchors::Gap LostAnchors::GapOf(std::size_t inRecord) const {
 
 // A B picture that is predicted from both sides was coded behind the later one: no anchor comes between these
 // two in display order, only before the B picture.
-bool LostAnchors::MayHideAnchor(const Gap& inGap) const {
+bool MissingAnchors::MayHideAnchor(const Gap& inGap) const {
     for (std::size_t record = inGap.past + 1; record < inGap.future; ++record) {
         if (!IsValid(mRecords[record])) return true;
         if (GapOf(record) == inGap) return false;

@@ -19,10 +19,10 @@
 
 namespace VexmoraHost {
 
-class LostAnchors {
+class MissingAnchors {
   public:
     /// @param inRecords outlive this.
-    explicit LostAnchors(std::span<const Vexmora::FrameRecord> inRecords);
+    explicit MissingAnchors(std::span<const Vexmora::FrameRecord> inRecords);
 
     /// Whether a picture that the record's is predicted from is lost in one of these ways.
     bool AreMissedBy(std::size_t inRecord) const;

@@ -40,10 +40,10 @@ std::uint64_t AddUpTo(std::uint64_t inLeft, std::uint64_t inRight) {
 
 }  // namespace
 
-PictureMaker::PictureMaker(const FrameSource& inSource, Scale inScale)
+PictureDecoder::PictureDecoder(const FrameSource& inSource, Scale inScale)
     : mSource(inSource), mLayout(LayoutOf(inSource.info, LeastBytes(inSource.handle), inScale)) {}
 
-SharedPicture PictureMaker::Make(Vexmora_Handle inHandle, const PictureTask& inTask) const {
+SharedPicture PictureDecoder::Make(Vexmora_Handle inHandle, const PictureTask& inTask) const {
     const auto decoded = std::make_shared<DecodedPicture>();
     decoded->memory = mSource.pool.Take(mLayout.bytes);
     const FramePlanes output = PlanesIn(decoded->memory.Bytes(), mLayout);
@@ -72,8 +72,8 @@ SharedPicture PictureMaker::Make(Vexmora_Handle inHandle, const PictureTask& inT
 }
 
 // Those that are lost are grey: without planes the library would predict from what its output held.
-std::array<FramePlanes, 2> PictureMaker::ReferencePlanes(const PictureTask& inTask,
-                                                         PlaneMemory& ioGrey) const {
+std::array<FramePlanes, 2> PictureDecoder::ReferencePlanes(const PictureTask& inTask,
+                                                           PlaneMemory& ioGrey) const {
     std::array<FramePlanes, 2> planes{};
     for (const Direction direction : {kPast, kFuture}) {
         if (const SharedPicture& reference = inTask.predictedFrom[direction]) {
@@ -91,7 +91,7 @@ std::array<FramePlanes, 2> PictureMaker::ReferencePlanes(const PictureTask& inTa
 
 // A lost reference counts as a whole picture. The past of a B picture has been counted already when its
 // future is predicted from it.
-std::uint64_t PictureMaker::InheritedDamage(const PictureTask& inTask) const {
+std::uint64_t PictureDecoder::InheritedDamage(const PictureTask& inTask) const {
     std::uint64_t inherited = std::uint64_t{inTask.references.lost} * mLayout.Macroblocks();
     for (const Direction direction : {kPast, kFuture}) {
         const SharedPicture& reference = inTask.predictedFrom[direction];
@@ -102,18 +102,18 @@ std::uint64_t PictureMaker::InheritedDamage(const PictureTask& inTask) const {
     return inherited;
 }
 
-std::uint32_t PictureMaker::FrameOf(std::int32_t inRecord) const {
+std::uint32_t PictureDecoder::FrameOf(std::int32_t inRecord) const {
     return FrameGraph(mSource).FrameOf(inRecord);
 }
 
 // ---- The cache --------------------------------------------------------------------------------------------
 
-FrameCache::Key PictureMaker::KeyOf(std::int32_t inRecord) const {
+FrameCache::Key PictureDecoder::KeyOf(std::int32_t inRecord) const {
     return {mSource.cacheId, static_cast<std::uint32_t>(inRecord), mLayout.scale};
 }
 
 // A file that was changed behind its identity may have had pictures of another size.
-SharedPicture PictureMaker::FindInCache(std::int32_t inRecord) const {
+SharedPicture PictureDecoder::FindInCache(std::int32_t inRecord) const {
     SharedPicture picture = mSource.cache.Find(KeyOf(inRecord));
     if (picture == nullptr) return nullptr;
     const Plane& luma = picture->luma;
@@ -122,7 +122,7 @@ SharedPicture PictureMaker::FindInCache(std::int32_t inRecord) const {
     return fits ? picture : nullptr;
 }
 
-void PictureMaker::Keep(std::int32_t inRecord, const SharedPicture& inPicture) const {
+void PictureDecoder::Keep(std::int32_t inRecord, const SharedPicture& inPicture) const {
     mSource.cache.Add(KeyOf(inRecord), inPicture, mLayout.bytes);
 }
 

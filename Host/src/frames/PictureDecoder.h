@@ -20,9 +20,9 @@ struct PictureTask {
 
 /// Makes pictures of a source at one scale, and finds those that were made before. Any number of threads may
 /// use it.
-class PictureMaker {
+class PictureDecoder {
   public:
-    PictureMaker(const FrameSource& inSource, Scale inScale);
+    PictureDecoder(const FrameSource& inSource, Scale inScale);
 
     const PictureLayout& Layout() const { return mLayout; }
 

@@ -8,7 +8,7 @@
 #include "movies/Scales.h"
 #include "reports/Units.h"
 
-namespace Vexmora {
+namespace VexmoraCommand {
 
 namespace {
 
@@ -88,4 +88,4 @@ ExitStatus RunBench(const BenchOptions& inOptions) {
     return ExitStatus::Done;
 }
 
-}  // namespace Vexmora
+}  // namespace VexmoraCommand

@@ -4,7 +4,7 @@
 #include "reports/Report_Check.h"
 #include "terminal/FrameProgress.h"
 
-namespace Vexmora {
+namespace VexmoraCommand {
 
 namespace {
 
@@ -12,7 +12,7 @@ using VexmoraHost::Movie;
 
 FrameFindings Decode(const std::string& inFile, Movie& ioMovie, const CheckOptions& inOptions) {
     const std::uint32_t frames = ioMovie.Info().frameCount;
-    FrameWork work(inFile, frames, inOptions.opening.quiet);
+    FrameProgress work(inFile, frames, inOptions.opening.quiet);
     FrameFindings findings;
     VexmoraHost::FrameRun run = ioMovie.Run(0, frames, inOptions.scale);
     for (std::uint32_t frame = 0; frame < frames; ++frame) {
@@ -46,12 +46,12 @@ ExitStatus RunCheck(const CheckOptions& inOptions) {
     for (const std::string& file : inOptions.files) {
         try {
             worst = std::max(worst, CheckOne(file, inOptions));
-        } catch (const Problem& problem) {
-            TellProblem(problem.what());
+        } catch (const CommandError& problem) {
+            TellError(problem.what());
             worst = std::max(worst, problem.Status());
         }
     }
     return worst;
 }
 
-}  // namespace Vexmora
+}  // namespace VexmoraCommand

@@ -12,14 +12,14 @@
 #include "reports/StreamFacts.h"
 #include "terminal/FrameProgress.h"
 
-namespace Vexmora {
+namespace VexmoraCommand {
 
 namespace {
 
 using VexmoraHost::Scale;
 
-bool IsProgressive(const FrameRecord& inRecord) {
-    return !IsValid(inRecord) || (inRecord.flags & kProgressiveFrameBit) != 0;
+bool IsProgressive(const Vexmora::FrameRecord& inRecord) {
+    return !IsValid(inRecord) || (inRecord.flags & Vexmora::kProgressiveFrameBit) != 0;
 }
 
 /// p, t or b, or ? where neither holds for all frames: the format's own letter for a mixture asks for more
@@ -45,8 +45,8 @@ ExitStatus RunExport(const ExportOptions& inOptions) {
     VexmoraHost::Movie movie = OpenMovie(inOptions.file, inOptions.opening);
     const FrameRange range = ParseFrameRange(inOptions.range, inOptions.file, movie.Info().frameCount);
     OutputFile file(inOptions.out, inOptions.file);
-    DamageNotes damage;
-    FrameWork work(inOptions.file, range.Count(), inOptions.opening.quiet);
+    DamageSummary damage;
+    FrameProgress work(inOptions.file, range.Count(), inOptions.opening.quiet);
     VexmoraHost::FrameRun run = movie.Run(range.first, range.Count(), inOptions.scale);
     for (std::uint32_t frame = range.first; frame <= range.last; ++frame) {
         const VexmoraHost::SharedPicture picture = run.Next();
@@ -61,4 +61,4 @@ ExitStatus RunExport(const ExportOptions& inOptions) {
     return damage.Tell(inOptions.file);
 }
 
-}  // namespace Vexmora
+}  // namespace VexmoraCommand

@@ -12,7 +12,7 @@
 #include "reports/DamageSummary.h"
 #include "terminal/FrameProgress.h"
 
-namespace Vexmora {
+namespace VexmoraCommand {
 
 namespace {
 
@@ -58,8 +58,8 @@ class NamePattern {
 Form FormOf(const std::string& inOut) {
     if (inOut == "-" || inOut.ends_with(".png")) return Form::Png;
     if (inOut.ends_with(".yuv")) return Form::Planes;
-    throw Problem(ExitStatus::Usage, inOut, "it is not clear what to write",
-                  "a name ends in .png for a picture, in .yuv for raw planes");
+    throw CommandError(ExitStatus::Usage, inOut, "it is not clear what to write",
+                       "a name ends in .png for a picture, in .yuv for raw planes");
 }
 
 /// Writes pictures of one movie.
@@ -83,7 +83,7 @@ class PictureWriter {
     }
     /// Of the files written, a line each.
     const std::string& Names() const { return mNames; }
-    const DamageNotes& Damage() const { return mDamage; }
+    const DamageSummary& Damage() const { return mDamage; }
 
   private:
     RgbImage ViewOf(const Picture& inPicture) const {
@@ -100,7 +100,7 @@ class PictureWriter {
     const FrameOptions& mOptions;
     const Form mForm;
     std::string mNames;
-    DamageNotes mDamage;
+    DamageSummary mDamage;
 };
 
 }  // namespace
@@ -110,12 +110,12 @@ ExitStatus RunFrame(const FrameOptions& inOptions) {
     const auto frames = ParseFrameList(inOptions.frames, inOptions.file, movie.Info().frameCount);
     const NamePattern pattern(inOptions.out);
     if (frames.size() > 1 && !pattern.HasNumber()) {
-        throw Problem(ExitStatus::Usage, inOptions.out, "several pictures do not fit into one file",
-                      "put %d where the frame number is to be, or export them");
+        throw CommandError(ExitStatus::Usage, inOptions.out, "several pictures do not fit into one file",
+                           "put %d where the frame number is to be, or export them");
     }
     PictureWriter writer(movie, inOptions);
     {
-        FrameWork work(inOptions.file, frames.size(), inOptions.opening.quiet);
+        FrameProgress work(inOptions.file, frames.size(), inOptions.opening.quiet);
         for (const std::uint32_t frame : frames) {
             writer.Write(frame, pattern.NameFor(frame));
             work.Step();
@@ -126,4 +126,4 @@ ExitStatus RunFrame(const FrameOptions& inOptions) {
     return writer.Damage().Tell(inOptions.file);
 }
 
-}  // namespace Vexmora
+}  // namespace VexmoraCommand

@@ -16,7 +16,7 @@
 #include "reports/DamageSummary.h"
 #include "terminal/FrameProgress.h"
 
-namespace Vexmora {
+namespace VexmoraCommand {
 
 namespace {
 
@@ -38,8 +38,8 @@ class PictureDigest {
   private:
     static void Check(int inResult) {
         if (inResult != 1) {
-            throw Problem(ExitStatus::Failed, "MD5", "the system's crypto library refuses it",
-                          "allow MD5 in its settings");
+            throw CommandError(ExitStatus::Failed, "MD5", "the system's crypto library refuses it",
+                               "allow MD5 in its settings");
         }
     }
 
@@ -72,9 +72,9 @@ ExitStatus RunHash(const HashOptions& inOptions) {
     const FrameRange range = ParseFrameRange(inOptions.range, inOptions.file, movie.Info().frameCount);
     std::vector<Digest> digests(range.Count());
     PictureDigest digest;
-    DamageNotes damage;
+    DamageSummary damage;
     {
-        FrameWork work(inOptions.file, range.Count(), inOptions.opening.quiet);
+        FrameProgress work(inOptions.file, range.Count(), inOptions.opening.quiet);
         const bool isRun = inOptions.order == DecodeOrder::Forward;
         VexmoraHost::FrameRun run = movie.Run(range.first, isRun ? range.Count() : 0, inOptions.scale);
         for (const std::uint32_t position : OrderOf(inOptions, range.Count())) {
@@ -93,4 +93,4 @@ ExitStatus RunHash(const HashOptions& inOptions) {
     return damage.Tell(inOptions.file);
 }
 
-}  // namespace Vexmora
+}  // namespace VexmoraCommand

@@ -10,7 +10,7 @@
 #include "reports/StreamFacts.h"
 #include "reports/Units.h"
 
-namespace Vexmora {
+namespace VexmoraCommand {
 
 namespace {
 
@@ -38,8 +38,8 @@ ExitStatus RunIndex(const IndexOptions& inOptions) {
         std::optional<VexmoraHost::Movie> movie;
         try {
             movie = OpenMovie(file, inOptions.opening);
-        } catch (const Problem& problem) {
-            TellProblem(problem.what());
+        } catch (const CommandError& problem) {
+            TellError(problem.what());
             worst = std::max(worst, problem.Status());
             continue;
         }
@@ -51,4 +51,4 @@ ExitStatus RunIndex(const IndexOptions& inOptions) {
     return worst;
 }
 
-}  // namespace Vexmora
+}  // namespace VexmoraCommand

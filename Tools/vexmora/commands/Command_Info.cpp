@@ -3,7 +3,7 @@
 #include "files/StandardOutput.h"
 #include "reports/Reports.h"
 
-namespace Vexmora {
+namespace VexmoraCommand {
 
 ExitStatus RunInfo(const InfoOptions& inOptions) {
     const VexmoraHost::Movie movie = OpenMovie(inOptions.file, inOptions.opening);
@@ -18,4 +18,4 @@ ExitStatus RunInfo(const InfoOptions& inOptions) {
     return ExitStatus::Done;
 }
 
-}  // namespace Vexmora
+}  // namespace VexmoraCommand

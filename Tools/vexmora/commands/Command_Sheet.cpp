@@ -13,7 +13,7 @@
 #include "reports/DamageSummary.h"
 #include "terminal/FrameProgress.h"
 
-namespace Vexmora {
+namespace VexmoraCommand {
 
 namespace {
 
@@ -49,10 +49,10 @@ Layout LayOut(const SheetOptions& inOptions, const VexmoraHost::MovieInfo& inInf
     layout.rows = (inCells + layout.columns - 1) / layout.columns;
     const std::uint32_t gaps = (layout.columns + 1) * kGap;
     if (inOptions.width < gaps + layout.columns * kSmallest) {
-        throw Problem(ExitStatus::Usage, inOptions.out,
-                      fmt::format("{} pictures do not fit beside one another on {} samples", layout.columns,
-                                  inOptions.width),
-                      "ask for a larger --width or fewer --columns");
+        throw CommandError(ExitStatus::Usage, inOptions.out,
+                           fmt::format("{} pictures do not fit beside one another on {} samples",
+                                       layout.columns, inOptions.width),
+                           "ask for a larger --width or fewer --columns");
     }
     layout.pictureWidth = (inOptions.width - gaps) / layout.columns;
     const double viewWidth = ViewingWidth(inInfo.file.width, SampleAspect(inInfo, Scale::Full));
@@ -85,9 +85,9 @@ ExitStatus RunSheet(const SheetOptions& inOptions) {
     OutputFile file(inOptions.out, inOptions.file);
     RgbImage sheet(layout.Width(), layout.Height());
     std::fill(sheet.samples.begin(), sheet.samples.end(), kPaper);
-    DamageNotes damage;
+    DamageSummary damage;
     {
-        FrameWork work(inOptions.file, cells, inOptions.opening.quiet);
+        FrameProgress work(inOptions.file, cells, inOptions.opening.quiet);
         for (std::uint32_t cell = 0; cell < cells; ++cell) {
             const auto frame = static_cast<std::uint32_t>(std::uint64_t{cell} * frames / cells);
             const VexmoraHost::SharedPicture picture = movie.Frame(frame);
@@ -114,4 +114,4 @@ ExitStatus RunSheet(const SheetOptions& inOptions) {
     return damage.Tell(inOptions.file);
 }
 
-}  // namespace Vexmora
+}  // namespace VexmoraCommand

@@ -9,7 +9,7 @@
 #include "movies/MovieOpening.h"
 #include "reports/Measurements.h"
 
-namespace Vexmora {
+namespace VexmoraCommand {
 
 struct InfoOptions {
     std::string file;
@@ -81,11 +81,11 @@ struct SheetOptions {
     OpeningOptions opening;
 };
 
-/// Reports what a file's index says. Throws Problem, Interrupted, OutputClosed.
+/// Reports what a file's index says. Throws CommandError, Interrupted, OutputClosed.
 ExitStatus RunInfo(const InfoOptions& inOptions);
 
 /// Indexes one file after the other, those whose index is there only when forced, and tells the problems of
-/// each; answers the highest status of all of them. Throws Interrupted, and Problem or OutputClosed when
+/// each; answers the highest status of all of them. Throws Interrupted, and CommandError or OutputClosed when
 /// standard output fails.
 ExitStatus RunIndex(const IndexOptions& inOptions);
 
@@ -105,7 +105,7 @@ ExitStatus RunHash(const HashOptions& inOptions);
 /// Writes a contact sheet.
 ExitStatus RunSheet(const SheetOptions& inOptions);
 
-/// Reports how fast a file is indexed and decoded. Throws Problem, Interrupted, OutputClosed.
+/// Reports how fast a file is indexed and decoded. Throws CommandError, Interrupted, OutputClosed.
 ExitStatus RunBench(const BenchOptions& inOptions);
 
-}  // namespace Vexmora
+}  // namespace VexmoraCommand

@@ -6,29 +6,30 @@
 
 #include "CommandError.h"
 
-namespace Vexmora {
+namespace VexmoraCommand {
 
 namespace fs = std::filesystem;
 
 namespace {
 
 [[noreturn]] void ThrowLastError(const std::string& inFile) {
-    throw Problem::FromSystem(inFile, {errno, std::generic_category()});
+    throw CommandError::FromSystem(inFile, {errno, std::generic_category()});
 }
 
 void RefuseUnlessRegular(const std::string& inFile) {
     std::error_code error;
     const fs::file_status status = fs::status(inFile, error);
     const auto refuse = [&](const char* inWhat, const char* inAdvice) {
-        throw Problem(ExitStatus::Failed, inFile, inWhat, inAdvice);
+        throw CommandError(ExitStatus::Failed, inFile, inWhat, inAdvice);
     };
     switch (status.type()) {
         case fs::file_type::regular:
             return;
         case fs::file_type::not_found:
-            throw Problem::FromSystem(inFile, std::make_error_code(std::errc::no_such_file_or_directory));
+            throw CommandError::FromSystem(inFile,
+                                           std::make_error_code(std::errc::no_such_file_or_directory));
         case fs::file_type::none:
-            throw Problem::FromSystem(inFile, error);
+            throw CommandError::FromSystem(inFile, error);
         case fs::file_type::directory:
             refuse("is a directory", "name a file in it");
             break;
@@ -56,4 +57,4 @@ std::vector<std::uint8_t> InputFile::ReadStart(std::size_t inBytes) {
     return bytes;
 }
 
-}  // namespace Vexmora
+}  // namespace VexmoraCommand

@@ -7,15 +7,15 @@
 #include <string>
 #include <vector>
 
-namespace Vexmora {
+namespace VexmoraCommand {
 
 /// Refuses whatever is not a regular file before opening it: opening a pipe could wait for ever.
 class InputFile {
   public:
-    /// Throws Problem (Failed).
+    /// Throws CommandError (Failed).
     explicit InputFile(const std::string& inFile);
 
-    /// The first inBytes bytes of the file, or all of it when it is shorter. Throws Problem (Failed).
+    /// The first inBytes bytes of the file, or all of it when it is shorter. Throws CommandError (Failed).
     std::vector<std::uint8_t> ReadStart(std::size_t inBytes);
 
   private:
@@ -27,4 +27,4 @@ class InputFile {
     std::unique_ptr<std::FILE, Close> mStream;
 };
 
-}  // namespace Vexmora
+}  // namespace VexmoraCommand

@@ -10,7 +10,7 @@
 #include "files/StandardOutput.h"
 #include "terminal/Terminal.h"
 
-namespace Vexmora {
+namespace VexmoraCommand {
 
 namespace {
 
@@ -24,8 +24,8 @@ bool IsWrittenInPlace(const std::string& inPath) {
 void RefuseToReplace(const std::string& inSource, const std::string& inPath) {
     std::error_code ignored;  // a file that is not there is another one
     if (std::filesystem::equivalent(inSource, inPath, ignored)) {
-        throw Problem(ExitStatus::Usage, inPath, "would be written over the file that is read",
-                      "choose another name for the output");
+        throw CommandError(ExitStatus::Usage, inPath, "would be written over the file that is read",
+                           "choose another name for the output");
     }
 }
 
@@ -34,8 +34,8 @@ void RefuseToReplace(const std::string& inSource, const std::string& inPath) {
 OutputFile::OutputFile(const std::string& inPath, const std::string& inSource) : mPath(inPath) {
     if (IsStandardOutput()) {
         if (StandardOutputIsTerminal()) {
-            throw Problem(ExitStatus::Usage, "standard output", "is a terminal, which cannot show this",
-                          "name a file with -o, or let another program read it");
+            throw CommandError(ExitStatus::Usage, "standard output", "is a terminal, which cannot show this",
+                               "name a file with -o, or let another program read it");
         }
         return;
     }
@@ -68,13 +68,13 @@ void OutputFile::Commit() {
     if (mTemporary != mPath) {
         std::error_code error;
         std::filesystem::rename(mTemporary, mPath, error);
-        if (error) throw Problem::FromSystem(mPath, error);
+        if (error) throw CommandError::FromSystem(mPath, error);
     }
     mTemporary.clear();
 }
 
 void OutputFile::ThrowLastError() const {
-    throw Problem::FromSystem(mPath, std::error_code(errno, std::generic_category()));
+    throw CommandError::FromSystem(mPath, std::error_code(errno, std::generic_category()));
 }
 
-}  // namespace Vexmora
+}  // namespace VexmoraCommand

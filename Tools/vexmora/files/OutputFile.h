@@ -6,20 +6,20 @@
 #include <string>
 #include <string_view>
 
-namespace Vexmora {
+namespace VexmoraCommand {
 
 /// Written beside its place and put there by Commit: what was there before stays until then, and nothing is
 /// left of a file that is not committed.
 class OutputFile {
   public:
     /// @param inPath "-" for standard output. @param inSource the file that is read meanwhile. Throws
-    /// Problem: Usage when both are the same or a terminal would be written to, else Failed.
+    /// CommandError: Usage when both are the same or a terminal would be written to, else Failed.
     OutputFile(const std::string& inPath, const std::string& inSource);
     ~OutputFile();
     OutputFile(const OutputFile&) = delete;
     OutputFile& operator=(const OutputFile&) = delete;
 
-    /// Throws Problem (Failed), and OutputClosed when the reader of standard output is gone.
+    /// Throws CommandError (Failed), and OutputClosed when the reader of standard output is gone.
     void Write(const void* inData, std::size_t inBytes);
     void Write(std::string_view inText) { Write(inText.data(), inText.size()); }
     /// Hands everything to the system and gives the file its name. Throws as Write does.
@@ -35,4 +35,4 @@ class OutputFile {
     std::FILE* mStream = nullptr;
 };
 
-}  // namespace Vexmora
+}  // namespace VexmoraCommand

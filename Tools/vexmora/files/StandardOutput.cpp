@@ -6,14 +6,14 @@
 
 #include "CommandError.h"
 
-namespace Vexmora {
+namespace VexmoraCommand {
 
 namespace {
 
 [[noreturn]] void ThrowLastError() {
     const std::error_code error(errno, std::generic_category());
     if (error == std::errc::broken_pipe) throw OutputClosed{};
-    throw Problem::FromSystem("standard output", error);
+    throw CommandError::FromSystem("standard output", error);
 }
 
 }  // namespace
@@ -26,4 +26,4 @@ void FlushOutput() {
     if (std::fflush(stdout) != 0) ThrowLastError();
 }
 
-}  // namespace Vexmora
+}  // namespace VexmoraCommand

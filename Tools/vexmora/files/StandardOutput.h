@@ -3,15 +3,15 @@
 
 #include <string_view>
 
-namespace Vexmora {
+namespace VexmoraCommand {
 
 /// Thrown when whoever read standard output has closed it: no reason for a message, but for stopping.
 struct OutputClosed {};
 
-/// Writes text; throws Problem, or OutputClosed when the reader is gone.
+/// Writes text; throws CommandError, or OutputClosed when the reader is gone.
 void WriteOutput(std::string_view inText);
 
 /// Hands everything written so far to the system; throws as WriteOutput does. Call it before saying "done".
 void FlushOutput();
 
-}  // namespace Vexmora
+}  // namespace VexmoraCommand

@@ -9,19 +9,19 @@
 
 #include "CommandError.h"
 
-namespace Vexmora {
+namespace VexmoraCommand {
 
 namespace fs = std::filesystem;
 
 TemporaryFolder::TemporaryFolder(std::string_view inName) {
     std::error_code error;
     const fs::path parent = fs::temp_directory_path(error);
-    if (error) throw Problem::FromSystem("$TMPDIR", error);
+    if (error) throw CommandError::FromSystem("$TMPDIR", error);
     std::random_device random;
     do {
         mPath = (parent / fmt::format("{}-{:08x}", inName, random())).native();
     } while (!fs::create_directory(mPath, error) && !error);
-    if (error) throw Problem::FromSystem(mPath, error);
+    if (error) throw CommandError::FromSystem(mPath, error);
 }
 
 TemporaryFolder::~TemporaryFolder() {
@@ -32,4 +32,4 @@ TemporaryFolder::~TemporaryFolder() {
     }
 }
 
-}  // namespace Vexmora
+}  // namespace VexmoraCommand

@@ -4,12 +4,12 @@
 #include <string>
 #include <string_view>
 
-namespace Vexmora {
+namespace VexmoraCommand {
 
 /// Made empty in the system's folder for temporary files, removed with all that is in it.
 class TemporaryFolder {
   public:
-    /// @param inName what its name begins with. Throws Problem.
+    /// @param inName what its name begins with. Throws CommandError.
     explicit TemporaryFolder(std::string_view inName);
     ~TemporaryFolder();
     TemporaryFolder(const TemporaryFolder&) = delete;
@@ -21,4 +21,4 @@ class TemporaryFolder {
     std::string mPath;
 };
 
-}  // namespace Vexmora
+}  // namespace VexmoraCommand

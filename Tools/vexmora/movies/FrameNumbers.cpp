@@ -7,7 +7,7 @@
 
 #include "CommandError.h"
 
-namespace Vexmora {
+namespace VexmoraCommand {
 
 namespace {
 
@@ -17,8 +17,8 @@ class NumberReader {
     NumberReader(std::string_view inText, const std::string& inFile, std::uint32_t inFrameCount)
         : mText(inText), mFile(inFile), mFrameCount(inFrameCount) {
         if (inFrameCount == 0) {
-            throw Problem(ExitStatus::Failed, inFile, "no frame of it can be decoded",
-                          "'vexmora info --records' lists what it holds");
+            throw CommandError(ExitStatus::Failed, inFile, "no frame of it can be decoded",
+                               "'vexmora info --records' lists what it holds");
         }
     }
 
@@ -28,14 +28,14 @@ class NumberReader {
         const auto [stop, error] = std::from_chars(inDigits.data(), end, number);
         if (error == std::errc::invalid_argument || stop != end) Refuse();
         if (error == std::errc::result_out_of_range || number >= mFrameCount) {
-            throw Problem(ExitStatus::Usage, mFile, fmt::format("it has no frame {}", inDigits),
-                          fmt::format("its frames are 0 to {}", mFrameCount - 1));
+            throw CommandError(ExitStatus::Usage, mFile, fmt::format("it has no frame {}", inDigits),
+                               fmt::format("its frames are 0 to {}", mFrameCount - 1));
         }
         return number;
     }
     [[noreturn]] void Refuse() const {
-        throw Problem(ExitStatus::Usage, mFile, fmt::format("'{}' does not name frames", mText),
-                      "write 37, 5,7 or 10-20; a range is 10:20");
+        throw CommandError(ExitStatus::Usage, mFile, fmt::format("'{}' does not name frames", mText),
+                           "write 37, 5,7 or 10-20; a range is 10:20");
     }
 
   private:
@@ -77,10 +77,11 @@ FrameRange ParseFrameRange(std::string_view inText, const std::string& inFile, s
     if (colon > 0) range.first = reader.Number(inText.substr(0, colon));
     if (colon + 1 < inText.size()) range.last = reader.Number(inText.substr(colon + 1));
     if (range.last < range.first) {
-        throw Problem(ExitStatus::Usage, inFile, fmt::format("the range '{}' ends before it begins", inText),
-                      "write the lower number first");
+        throw CommandError(ExitStatus::Usage, inFile,
+                           fmt::format("the range '{}' ends before it begins", inText),
+                           "write the lower number first");
     }
     return range;
 }
 
-}  // namespace Vexmora
+}  // namespace VexmoraCommand

@@ -6,10 +6,10 @@
 #include <string_view>
 #include <vector>
 
-namespace Vexmora {
+namespace VexmoraCommand {
 
 /// The numbers that inText lists, in its order: "N", "A-B" (both ends, either way round) and commas between.
-/// Throws Problem (Usage) with inFile when it is not such a list or a number is not below inFrameCount.
+/// Throws CommandError (Usage) with inFile when it is not such a list or a number is not below inFrameCount.
 std::vector<std::uint32_t> ParseFrameList(std::string_view inText, const std::string& inFile,
                                           std::uint32_t inFrameCount);
 
@@ -22,7 +22,7 @@ struct FrameRange {
 };
 
 /// "A:B", both ends; either may be left out for the first or last frame. Empty text is the whole file. Throws
-/// as ParseFrameList does, and Problem (Failed) when the file has no frames.
+/// as ParseFrameList does, and CommandError (Failed) when the file has no frames.
 FrameRange ParseFrameRange(std::string_view inText, const std::string& inFile, std::uint32_t inFrameCount);
 
-}  // namespace Vexmora
+}  // namespace VexmoraCommand

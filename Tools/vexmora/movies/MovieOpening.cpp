@@ -12,13 +12,13 @@
 #include "terminal/Interrupt.h"
 #include "terminal/ProgressBar.h"
 
-namespace Vexmora {
+namespace VexmoraCommand {
 
 namespace {
 
 using VexmoraHost::Movie;
 
-/// What is looked at of a file's start to explain a refusal.
+/// What is looked at of a file's start to explain why it is not supported.
 constexpr std::size_t kStartBytes = std::size_t{1} << 20;
 
 /// What there is only while a file is being indexed: nothing else takes time or has anything to clean up.
@@ -29,10 +29,10 @@ struct Indexing {
     ProgressBar progress;
 };
 
-Problem Explain(const std::string& inFile, InputFile& ioInput, const VexmoraHost::Error& inError) {
+CommandError Explain(const std::string& inFile, InputFile& ioInput, const VexmoraHost::Error& inError) {
     if (inError.Status() == Vexmora_Unsupported || inError.Status() == Vexmora_NoSequenceHeader) {
-        const Refusal refusal = ExplainRefusal(ioInput.ReadStart(kStartBytes));
-        return {ExitStatus::NotSupported, inFile, refusal.what, refusal.advice};
+        const UnsupportedReason reason = ExplainUnsupported(ioInput.ReadStart(kStartBytes));
+        return {ExitStatus::NotSupported, inFile, reason.what, reason.advice};
     }
     std::string text = inError.what();
     // The error names the file by its whole path, the user need not have.
@@ -65,9 +65,9 @@ VexmoraHost::Movie OpenMovie(const std::string& inFile, const OpeningOptions& in
         throwIfInterrupted();
         throw Explain(inFile, input, error);
     } catch (const std::bad_alloc&) {
-        throw Problem(ExitStatus::Failed, inFile, "there is not enough memory for its index",
-                      "end other programs, or cut the file");
+        throw CommandError(ExitStatus::Failed, inFile, "there is not enough memory for its index",
+                           "end other programs, or cut the file");
     }
 }
 
-}  // namespace Vexmora
+}  // namespace VexmoraCommand

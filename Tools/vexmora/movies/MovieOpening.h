@@ -5,7 +5,7 @@
 
 #include "VexmoraHost/Movie.h"
 
-namespace Vexmora {
+namespace VexmoraCommand {
 
 /// What the command line can ask of every opening.
 struct OpeningOptions {
@@ -19,8 +19,8 @@ struct OpeningOptions {
 
 /// Opens inFile, and indexes it first when its index is not there: with a progress bar, ended cleanly by
 /// Ctrl-C.
-/// Throws Problem (Failed when a file cannot be read or written, NotSupported when inFile cannot be indexed)
-/// and Interrupted.
+/// Throws CommandError (Failed when a file cannot be read or written, NotSupported when inFile cannot be
+/// indexed) and Interrupted.
 VexmoraHost::Movie OpenMovie(const std::string& inFile, const OpeningOptions& inOptions);
 
-}  // namespace Vexmora
+}  // namespace VexmoraCommand

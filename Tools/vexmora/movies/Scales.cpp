@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-namespace Vexmora {
+namespace VexmoraCommand {
 
 const std::map<std::string, VexmoraHost::Scale>& ScalesByName() {
     using VexmoraHost::Scale;
@@ -19,4 +19,4 @@ const std::string& NameOf(VexmoraHost::Scale inScale) {
         ->first;
 }
 
-}  // namespace Vexmora
+}  // namespace VexmoraCommand

@@ -6,11 +6,11 @@
 
 #include "VexmoraHost/Picture.h"
 
-namespace Vexmora {
+namespace VexmoraCommand {
 
 /// "full", "half" (half as wide) and "quarter" (half as wide and half as high).
 const std::map<std::string, VexmoraHost::Scale>& ScalesByName();
 
 const std::string& NameOf(VexmoraHost::Scale inScale);
 
-}  // namespace Vexmora
+}  // namespace VexmoraCommand

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <array>
 
-namespace Vexmora {
+namespace VexmoraCommand {
 
 namespace {
 
@@ -59,4 +59,4 @@ void DrawText(std::string_view inText, std::uint32_t inX, std::uint32_t inY, std
     }
 }
 
-}  // namespace Vexmora
+}  // namespace VexmoraCommand

@@ -6,7 +6,7 @@
 
 #include "pictures/RgbImage.h"
 
-namespace Vexmora {
+namespace VexmoraCommand {
 
 /// Cells of the characters, in units of the size drawn at.
 inline constexpr std::uint32_t kLetterWidth = 6;
@@ -17,4 +17,4 @@ inline constexpr std::uint32_t kLetterHeight = 7;
 void DrawText(std::string_view inText, std::uint32_t inX, std::uint32_t inY, std::uint32_t inSize,
               RgbImage& ioImage);
 
-}  // namespace Vexmora
+}  // namespace VexmoraCommand

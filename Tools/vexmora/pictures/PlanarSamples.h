@@ -5,7 +5,7 @@
 
 #include "VexmoraHost/Picture.h"
 
-namespace Vexmora {
+namespace VexmoraCommand {
 
 /// Calls inTake(row, bytes) for every visible row of Y, then Cb, then Cr: the planar 4:2:0 layout of raw
 /// files.
@@ -19,4 +19,4 @@ void ForEachRow(const VexmoraHost::Picture& inPicture, const Take& inTake) {
     }
 }
 
-}  // namespace Vexmora
+}  // namespace VexmoraCommand

@@ -7,7 +7,7 @@
 #include <new>
 #include <stdexcept>
 
-namespace Vexmora {
+namespace VexmoraCommand {
 
 namespace {
 
@@ -56,4 +56,4 @@ void WritePng(const RgbImage& inImage, OutputFile& ioFile) {
     png_write_end(writer.png, writer.info);
 }
 
-}  // namespace Vexmora
+}  // namespace VexmoraCommand

@@ -4,9 +4,9 @@
 #include "files/OutputFile.h"
 #include "pictures/RgbImage.h"
 
-namespace Vexmora {
+namespace VexmoraCommand {
 
 /// Writes inImage as a PNG of 8 bits a colour. Throws what OutputFile::Write throws.
 void WritePng(const RgbImage& inImage, OutputFile& ioFile);
 
-}  // namespace Vexmora
+}  // namespace VexmoraCommand

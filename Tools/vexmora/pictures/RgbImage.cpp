@@ -11,7 +11,7 @@
 #include <new>
 #include <stdexcept>
 
-namespace Vexmora {
+namespace VexmoraCommand {
 
 namespace {
 
@@ -182,4 +182,4 @@ void Paste(const RgbImage& inImage, std::uint32_t inX, std::uint32_t inY, RgbIma
     }
 }
 
-}  // namespace Vexmora
+}  // namespace VexmoraCommand

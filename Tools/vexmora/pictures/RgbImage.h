@@ -7,7 +7,7 @@
 #include "VexmoraHost/Picture.h"
 #include "pictures/VideoFormat.h"
 
-namespace Vexmora {
+namespace VexmoraCommand {
 
 /// Rows from the top, without padding; three bytes a sample: red, green, blue.
 struct RgbImage {
@@ -45,4 +45,4 @@ RgbImage ToRgb(const VexmoraHost::Picture& inPicture, const Viewing& inViewing);
 /// Puts inImage, whole, onto ioCanvas.
 void Paste(const RgbImage& inImage, std::uint32_t inX, std::uint32_t inY, RgbImage& ioCanvas);
 
-}  // namespace Vexmora
+}  // namespace VexmoraCommand

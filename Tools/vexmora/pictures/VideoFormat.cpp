@@ -4,7 +4,7 @@
 #include <cmath>
 #include <numeric>
 
-namespace Vexmora {
+namespace VexmoraCommand {
 
 namespace {
 
@@ -62,11 +62,12 @@ std::uint32_t ViewingWidth(std::uint32_t inWidth, const Ratio& inSampleAspect) {
 }
 
 bool IsInterlaced(const VexmoraHost::Movie& inMovie, const VexmoraHost::Picture& inPicture) {
-    const FrameRecord& record = inMovie.Records().at(inMovie.Info().firstFrame + inPicture.frame);
-    return inPicture.scale != VexmoraHost::Scale::Quarter && (record.flags & kProgressiveFrameBit) == 0;
+    const Vexmora::FrameRecord& record = inMovie.Records().at(inMovie.Info().firstFrame + inPicture.frame);
+    return inPicture.scale != VexmoraHost::Scale::Quarter &&
+           (record.flags & Vexmora::kProgressiveFrameBit) == 0;
 }
 
-ColourMatrix MatrixOf(const IndexHeader& inHeader) {
+ColourMatrix MatrixOf(const Vexmora::IndexHeader& inHeader) {
     constexpr unsigned kMatrixShift = 10;
     constexpr std::uint32_t kMatrixMask = 0x1F;  // table 6-9 uses no more; picture_structure lies above
     constexpr std::uint16_t kStandardDefinitionLines = 576;
@@ -83,4 +84,4 @@ ColourMatrix MatrixOf(const IndexHeader& inHeader) {
     }
 }
 
-}  // namespace Vexmora
+}  // namespace VexmoraCommand

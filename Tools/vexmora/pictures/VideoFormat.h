@@ -6,7 +6,7 @@
 
 #include "VexmoraHost/Movie.h"
 
-namespace Vexmora {
+namespace VexmoraCommand {
 
 /// A ratio of two whole numbers, reduced; 0 over 0 when not known.
 struct Ratio {
@@ -32,6 +32,6 @@ bool IsInterlaced(const VexmoraHost::Movie& inMovie, const VexmoraHost::Picture&
 /// matrix_coefficients (ISO/IEC 13818-2, table 6-9): as the stream says, or, where it does not, what is usual
 /// for its size.
 enum class ColourMatrix { Bt601, Bt709 };
-ColourMatrix MatrixOf(const IndexHeader& inHeader);
+ColourMatrix MatrixOf(const Vexmora::IndexHeader& inHeader);
 
-}  // namespace Vexmora
+}  // namespace VexmoraCommand

@@ -8,10 +8,10 @@
 #include "CommandError.h"
 #include "VexmoraHost/Picture.h"
 
-namespace Vexmora {
+namespace VexmoraCommand {
 
 /// Counts the frames that are not what the stream's maker encoded.
-class DamageNotes {
+class DamageSummary {
   public:
     void Note(std::uint32_t inFrame, const VexmoraHost::Picture& inPicture);
 
@@ -23,4 +23,4 @@ class DamageNotes {
     std::optional<std::uint32_t> mFirst;
 };
 
-}  // namespace Vexmora
+}  // namespace VexmoraCommand

@@ -3,7 +3,7 @@
 
 #include <tuple>
 
-namespace Vexmora {
+namespace VexmoraCommand {
 
 namespace {
 
@@ -26,16 +26,16 @@ bool Continues(const FindingRange& inRange, const FindingRange& inFrame) {
     return inRange.last + 1 == inFrame.first && reason(inRange) == reason(inFrame);
 }
 
-bool LacksReference(const std::vector<FrameRecord>& inRecords, std::size_t inPosition) {
-    const FrameRecord& record = inRecords[inPosition];
+bool LacksReference(const std::vector<Vexmora::FrameRecord>& inRecords, std::size_t inPosition) {
+    const Vexmora::FrameRecord& record = inRecords[inPosition];
     const auto isThere = [&](std::int8_t inDelta) {
         const auto position = static_cast<std::int64_t>(inPosition) + inDelta;
         return inDelta != 0 && position >= 0 && position < static_cast<std::int64_t>(inRecords.size()) &&
                IsValid(inRecords[static_cast<std::size_t>(position)]);
     };
     const unsigned type = PictureCodingType(record);
-    return (type != kPictureTypeI && !isThere(record.pastRefDelta)) ||
-           (type == kPictureTypeB && !isThere(record.futureRefDelta));
+    return (type != Vexmora::kPictureTypeI && !isThere(record.pastRefDelta)) ||
+           (type == Vexmora::kPictureTypeB && !isThere(record.futureRefDelta));
 }
 
 }  // namespace
@@ -83,7 +83,7 @@ void FrameFindings::Append(const FindingRange& inFrame) {
 }
 
 IndexFindings FindInIndex(const Movie& inMovie) {
-    const std::vector<FrameRecord>& records = inMovie.Records();
+    const std::vector<Vexmora::FrameRecord>& records = inMovie.Records();
     const std::size_t first = inMovie.Info().firstFrame;
     const std::size_t end = first + inMovie.Info().frameCount;
     IndexFindings findings;
@@ -99,11 +99,11 @@ IndexFindings FindInIndex(const Movie& inMovie) {
             if (!isInGap) ++findings.gaps;
         } else {
             if (LacksReference(records, position)) ++findings.missingReferences;
-            if ((records[position].flags & kBrokenLinkBit) != 0) ++findings.brokenLinks;
+            if ((records[position].flags & Vexmora::kBrokenLinkBit) != 0) ++findings.brokenLinks;
         }
         isInGap = !isValid;
     }
     return findings;
 }
 
-}  // namespace Vexmora
+}  // namespace VexmoraCommand

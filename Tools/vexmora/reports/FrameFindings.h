@@ -11,7 +11,7 @@
 
 #include "VexmoraHost/Movie.h"
 
-namespace Vexmora {
+namespace VexmoraCommand {
 
 /// What became of a frame; the first that applies, from the end.
 enum class Finding {
@@ -84,4 +84,4 @@ struct IndexFindings {
 
 IndexFindings FindInIndex(const VexmoraHost::Movie& inMovie);
 
-}  // namespace Vexmora
+}  // namespace VexmoraCommand

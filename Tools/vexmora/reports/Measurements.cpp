@@ -12,7 +12,7 @@
 #include "files/TemporaryFolder.h"
 #include "terminal/FrameProgress.h"
 
-namespace Vexmora {
+namespace VexmoraCommand {
 
 namespace {
 
@@ -102,7 +102,7 @@ class Decoding {
     Movie& mMovie;
     const std::uint32_t mCount;
     const std::uint32_t mRun;
-    FrameWork mWork;
+    FrameProgress mWork;
 };
 
 }  // namespace
@@ -118,7 +118,7 @@ Measurements Measure(const MeasuringOptions& inOptions) {
     result.indexing = MeasureIndexing(inOptions, folder.Path());
     Movie movie = OpenMovie(inOptions.file, {.indexDir = folder.Path(), .quiet = inOptions.quiet});
     if (movie.Info().frameCount == 0)
-        throw Problem(ExitStatus::Failed, inOptions.file, "has no usable frame", "measure another file");
+        throw CommandError(ExitStatus::Failed, inOptions.file, "has no usable frame", "measure another file");
     result.streamBytes = movie.Info().index.streamLength;
     result.frameCount = movie.Info().frameCount;
     result.width = movie.Info().file.width;
@@ -129,4 +129,4 @@ Measurements Measure(const MeasuringOptions& inOptions) {
     return result;
 }
 
-}  // namespace Vexmora
+}  // namespace VexmoraCommand

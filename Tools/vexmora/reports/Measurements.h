@@ -8,7 +8,7 @@
 
 #include "movies/MovieOpening.h"
 
-namespace Vexmora {
+namespace VexmoraCommand {
 
 /// What is measured, and how long it takes.
 struct MeasuringOptions {
@@ -44,7 +44,7 @@ struct Measurements {
 };
 
 /// Indexes into a folder that is removed afterwards, then decodes; first everything once without measuring.
-/// Throws Problem and Interrupted.
+/// Throws CommandError and Interrupted.
 Measurements Measure(const MeasuringOptions& inOptions);
 
-}  // namespace Vexmora
+}  // namespace VexmoraCommand

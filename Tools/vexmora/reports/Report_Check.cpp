@@ -11,7 +11,7 @@
 #include "movies/Scales.h"
 #include "reports/Units.h"
 
-namespace Vexmora {
+namespace VexmoraCommand {
 
 namespace {
 
@@ -186,4 +186,4 @@ void WriteCheckJson(const CheckReport& inReport) {
     WriteOutput(json.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n");
 }
 
-}  // namespace Vexmora
+}  // namespace VexmoraCommand

@@ -4,7 +4,7 @@
 #include "reports/FrameFindings.h"
 #include "reports/StreamFacts.h"
 
-namespace Vexmora {
+namespace VexmoraCommand {
 
 /// All that is known once every frame of a file was decoded.
 struct CheckReport {
@@ -29,4 +29,4 @@ void WriteCheckText(const CheckReport& inReport);
 /// One JSON object on one line.
 void WriteCheckJson(const CheckReport& inReport);
 
-}  // namespace Vexmora
+}  // namespace VexmoraCommand

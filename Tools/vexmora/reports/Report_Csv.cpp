@@ -4,7 +4,7 @@
 #include "files/StandardOutput.h"
 #include "reports/Reports.h"
 
-namespace Vexmora {
+namespace VexmoraCommand {
 
 namespace {
 
@@ -12,19 +12,20 @@ std::string PositionOrNothing(std::optional<std::int64_t> inPosition) {
     return inPosition ? fmt::to_string(*inPosition) : std::string();
 }
 
-std::string Line(const FrameRecord& inRecord, std::size_t inPosition) {
+std::string Line(const Vexmora::FrameRecord& inRecord, std::size_t inPosition) {
     const RecordFacts facts = FactsOf(inRecord, inPosition);
     const auto flag = [&](std::uint16_t inBit) { return (inRecord.flags & inBit) != 0 ? 1 : 0; };
     return fmt::format("{},{},{},{},{},{},{},{},{},{},{},{}\n", inPosition, facts.type,
-                       TemporalReference(inRecord), flag(kProgressiveFrameBit), flag(kTopFieldFirstBit),
-                       flag(kRepeatFirstFieldBit), flag(kBrokenLinkBit), std::uint64_t{inRecord.offset},
+                       TemporalReference(inRecord), flag(Vexmora::kProgressiveFrameBit),
+                       flag(Vexmora::kTopFieldFirstBit), flag(Vexmora::kRepeatFirstFieldBit),
+                       flag(Vexmora::kBrokenLinkBit), std::uint64_t{inRecord.offset},
                        std::uint32_t{inRecord.size}, PositionOrNothing(facts.past),
                        PositionOrNothing(facts.future), IsValid(inRecord) ? 1 : 0);
 }
 
 }  // namespace
 
-void WriteCsv(const std::vector<FrameRecord>& inRecords) {
+void WriteCsv(const std::vector<Vexmora::FrameRecord>& inRecords) {
     WriteOutput(
         "index,type,temporal_reference,progressive_frame,top_field_first,repeat_first_field,broken_link,"
         "offset,size,past,future,valid\n");
@@ -32,4 +33,4 @@ void WriteCsv(const std::vector<FrameRecord>& inRecords) {
         WriteOutput(Line(inRecords[position], position));
 }
 
-}  // namespace Vexmora
+}  // namespace VexmoraCommand

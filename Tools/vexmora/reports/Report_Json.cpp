@@ -6,7 +6,7 @@
 #include "files/StandardOutput.h"
 #include "reports/Reports.h"
 
-namespace Vexmora {
+namespace VexmoraCommand {
 
 namespace {
 
@@ -18,7 +18,7 @@ Json ValueOrNull(const std::optional<T>& inValue) {
 }
 
 Json ToJson(const StreamFacts& inFacts) {
-    const IndexHeader& header = inFacts.header;
+    const Vexmora::IndexHeader& header = inFacts.header;
     // Values are copied out of the packed header: its members cannot be bound to references.
     return {
         {"file", inFacts.file},
@@ -51,7 +51,7 @@ std::string PositionOrNull(std::optional<std::int64_t> inPosition) {
 }
 
 /// Written piece by piece: a film's records as one tree would take a hundred times their memory.
-std::string RecordText(const FrameRecord& inRecord, std::size_t inPosition) {
+std::string RecordText(const Vexmora::FrameRecord& inRecord, std::size_t inPosition) {
     const RecordFacts facts = FactsOf(inRecord, inPosition);
     const auto flag = [&](std::uint16_t inBit) { return (inRecord.flags & inBit) != 0; };
     return fmt::format(
@@ -60,13 +60,14 @@ std::string RecordText(const FrameRecord& inRecord, std::size_t inPosition) {
         R"("past": {}, "future": {}, "valid": {}}})",
         inPosition, facts.type.empty() ? "null" : fmt::format("\"{}\"", facts.type),
         TemporalReference(inRecord), std::uint64_t{inRecord.offset}, std::uint32_t{inRecord.size},
-        flag(kProgressiveFrameBit), flag(kTopFieldFirstBit), flag(kRepeatFirstFieldBit), flag(kBrokenLinkBit),
-        PositionOrNull(facts.past), PositionOrNull(facts.future), IsValid(inRecord));
+        flag(Vexmora::kProgressiveFrameBit), flag(Vexmora::kTopFieldFirstBit),
+        flag(Vexmora::kRepeatFirstFieldBit), flag(Vexmora::kBrokenLinkBit), PositionOrNull(facts.past),
+        PositionOrNull(facts.future), IsValid(inRecord));
 }
 
 }  // namespace
 
-void WriteJson(const StreamFacts& inFacts, const std::vector<FrameRecord>* inRecords) {
+void WriteJson(const StreamFacts& inFacts, const std::vector<Vexmora::FrameRecord>* inRecords) {
     // A file name that is not UTF-8 still gives valid JSON: what cannot be shown is replaced.
     std::string text = ToJson(inFacts).dump(2, ' ', false, Json::error_handler_t::replace);
     if (inRecords == nullptr) {
@@ -82,4 +83,4 @@ void WriteJson(const StreamFacts& inFacts, const std::vector<FrameRecord>* inRec
     WriteOutput("\n  ]\n}\n");
 }
 
-}  // namespace Vexmora
+}  // namespace VexmoraCommand

@@ -8,7 +8,7 @@
 #include "reports/Reports.h"
 #include "reports/Units.h"
 
-namespace Vexmora {
+namespace VexmoraCommand {
 
 namespace {
 
@@ -66,7 +66,7 @@ std::string DurationText(double inSeconds) {
 }  // namespace
 
 void WriteText(const StreamFacts& inFacts) {
-    const IndexHeader& header = inFacts.header;
+    const Vexmora::IndexHeader& header = inFacts.header;
     const PictureCounts& pictures = inFacts.pictures;
     const std::uint64_t length = header.streamLength;
     Line("File", OnOneLine(inFacts.file));
@@ -87,4 +87,4 @@ void WriteText(const StreamFacts& inFacts) {
     Line("Index file", OnOneLine(inFacts.indexFile));
 }
 
-}  // namespace Vexmora
+}  // namespace VexmoraCommand

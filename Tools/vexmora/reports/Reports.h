@@ -5,16 +5,16 @@
 
 #include "reports/StreamFacts.h"
 
-namespace Vexmora {
+namespace VexmoraCommand {
 
 /// For people: one aligned line a fact.
 void WriteText(const StreamFacts& inFacts);
 
 /// One JSON object.
 /// @param inRecords null, or the records to list in it.
-void WriteJson(const StreamFacts& inFacts, const std::vector<FrameRecord>* inRecords);
+void WriteJson(const StreamFacts& inFacts, const std::vector<Vexmora::FrameRecord>* inRecords);
 
 /// A header line, then one line a record.
-void WriteCsv(const std::vector<FrameRecord>& inRecords);
+void WriteCsv(const std::vector<Vexmora::FrameRecord>& inRecords);
 
-}  // namespace Vexmora
+}  // namespace VexmoraCommand

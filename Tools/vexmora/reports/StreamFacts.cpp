@@ -7,7 +7,7 @@
 #include <cmath>
 #include <numeric>
 
-namespace Vexmora {
+namespace VexmoraCommand {
 
 namespace {
 
@@ -24,11 +24,11 @@ double RateOf(double inPeriod) {
     return (std::abs(in1001sts - whole) < 1e-6 ? whole : in1001sts) / 1001;
 }
 
-void Count(const FrameRecord& inRecord, StreamFacts& ioFacts) {
+void Count(const Vexmora::FrameRecord& inRecord, StreamFacts& ioFacts) {
     const std::array counters = {&ioFacts.pictures.holes, &ioFacts.pictures.typeI, &ioFacts.pictures.typeP,
                                  &ioFacts.pictures.typeB};
     ++*counters[PictureCodingType(inRecord)];
-    if ((inRecord.flags & kRepeatFirstFieldBit) != 0) ++ioFacts.repeatedFields;
+    if ((inRecord.flags & Vexmora::kRepeatFirstFieldBit) != 0) ++ioFacts.repeatedFields;
 }
 
 }  // namespace
@@ -45,7 +45,7 @@ StreamFacts GatherFacts(const std::string& inFile, const VexmoraHost::Movie& inM
     facts.indexFile = inMovie.IndexPath().native();
     facts.kind = info.streamKind;
     facts.header = info.index;
-    for (const FrameRecord& record : inMovie.Records()) Count(record, facts);
+    for (const Vexmora::FrameRecord& record : inMovie.Records()) Count(record, facts);
     facts.frameCount = info.frameCount;
     facts.progressive = info.file.progressive != 0;
     facts.displayWidth = info.file.displayWidth;
@@ -67,20 +67,20 @@ std::string_view KindName(VexmoraHost::StreamKind inKind) {
     }
 }
 
-std::string_view FieldOrderName(const IndexHeader& inHeader) {
-    switch (inHeader.formatWord & kFieldOrderMask) {
-        case kFieldOrderProgressive:
+std::string_view FieldOrderName(const Vexmora::IndexHeader& inHeader) {
+    switch (inHeader.formatWord & Vexmora::kFieldOrderMask) {
+        case Vexmora::kFieldOrderProgressive:
             return "progressive";
-        case kFieldOrderTopFirst:
+        case Vexmora::kFieldOrderTopFirst:
             return "top";
-        case kFieldOrderBottomFirst:
+        case Vexmora::kFieldOrderBottomFirst:
             return "bottom";
         default:
             return "mixed";
     }
 }
 
-std::string DisplayAspect(const IndexHeader& inHeader) {
+std::string DisplayAspect(const Vexmora::IndexHeader& inHeader) {
     switch (inHeader.aspectRatioCode) {
         case 1: {
             const int divisor = std::gcd(int{inHeader.width}, int{inHeader.height});
@@ -98,7 +98,7 @@ std::string DisplayAspect(const IndexHeader& inHeader) {
     }
 }
 
-RecordFacts FactsOf(const FrameRecord& inRecord, std::size_t inPosition) {
+RecordFacts FactsOf(const Vexmora::FrameRecord& inRecord, std::size_t inPosition) {
     constexpr std::array<std::string_view, 4> kTypeNames = {"", "I", "P", "B"};
     RecordFacts facts;
     facts.type = kTypeNames[PictureCodingType(inRecord)];
@@ -108,4 +108,4 @@ RecordFacts FactsOf(const FrameRecord& inRecord, std::size_t inPosition) {
     return facts;
 }
 
-}  // namespace Vexmora
+}  // namespace VexmoraCommand

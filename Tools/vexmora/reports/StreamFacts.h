@@ -8,7 +8,7 @@
 
 #include "VexmoraHost/Movie.h"
 
-namespace Vexmora {
+namespace VexmoraCommand {
 
 /// How many pictures of each type the index has; holes are positions without a picture.
 struct PictureCounts {
@@ -24,7 +24,7 @@ struct StreamFacts {
     /// Path of the index file.
     std::string indexFile;
     VexmoraHost::StreamKind kind{};
-    IndexHeader header{};
+    Vexmora::IndexHeader header{};
     /// Of all index positions, not only of the usable frames.
     PictureCounts pictures;
     /// Pictures that repeat a field: what pulldown leaves in a stream.
@@ -49,10 +49,10 @@ StreamFacts GatherFacts(const std::string& inFile, const VexmoraHost::Movie& inM
 std::string_view KindName(VexmoraHost::StreamKind inKind);
 
 /// "progressive", "top", "bottom" or "mixed".
-std::string_view FieldOrderName(const IndexHeader& inHeader);
+std::string_view FieldOrderName(const Vexmora::IndexHeader& inHeader);
 
 /// "16:9" and so on, of the whole picture; empty for a reserved code.
-std::string DisplayAspect(const IndexHeader& inHeader);
+std::string DisplayAspect(const Vexmora::IndexHeader& inHeader);
 
 /// One record as the writers show it.
 struct RecordFacts {
@@ -64,6 +64,6 @@ struct RecordFacts {
 };
 
 /// @param inPosition the record's index position.
-RecordFacts FactsOf(const FrameRecord& inRecord, std::size_t inPosition);
+RecordFacts FactsOf(const Vexmora::FrameRecord& inRecord, std::size_t inPosition);
 
-}  // namespace Vexmora
+}  // namespace VexmoraCommand

@@ -5,7 +5,7 @@
 
 #include <cmath>
 
-namespace Vexmora {
+namespace VexmoraCommand {
 
 std::string HumanBytes(double inBytes) {
     constexpr const char* kUnits[] = {"bytes", "KiB", "MiB", "GiB", "TiB"};
@@ -33,4 +33,4 @@ std::string ClockTime(double inSeconds) {
     return fmt::format("{}:{:02}:{:02}", seconds / 3600, seconds / 60 % 60, seconds % 60);
 }
 
-}  // namespace Vexmora
+}  // namespace VexmoraCommand

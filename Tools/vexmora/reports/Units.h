@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string>
 
-namespace Vexmora {
+namespace VexmoraCommand {
 
 /// "532 bytes", "3.9 MiB".
 std::string HumanBytes(double inBytes);
@@ -15,4 +15,4 @@ std::string GroupedDigits(std::uint64_t inNumber);
 /// "0:07", "1:02:07": whole seconds, rounded up.
 std::string ClockTime(double inSeconds);
 
-}  // namespace Vexmora
+}  // namespace VexmoraCommand

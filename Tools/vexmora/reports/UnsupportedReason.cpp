@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <optional>
 
-namespace Vexmora {
+namespace VexmoraCommand {
 
 namespace {
 
@@ -59,7 +59,7 @@ bool HasFieldPicture(Bytes inVideo) {
 
 /// Packets may lie between the video bytes: a header that reaches over one is rare enough, and then the text
 /// is the general one.
-Refusal ExplainVideo(Bytes inStart) {
+UnsupportedReason ExplainVideo(Bytes inStart) {
     const auto sequence = FindStartCode(inStart, 0, kSequenceHeader);
     if (!sequence)
         return {"has no MPEG-2 video near its start", "check that its video is MPEG-2 and not scrambled"};
@@ -81,7 +81,7 @@ Refusal ExplainVideo(Bytes inStart) {
         "encode it again with frame pictures, or cut the bad part out"};
 }
 
-Refusal ExplainProgramStream(Bytes inStart) {
+UnsupportedReason ExplainProgramStream(Bytes inStart) {
     // The four bits 0010 behind the pack start code are MPEG-1's, the two bits 01 MPEG-2's.
     if (inStart.size() > 4 && inStart[4] >> 4 == 2)
         return {"is an MPEG-1 system stream, which is not supported", "convert it to MPEG-2"};
@@ -102,22 +102,22 @@ std::optional<std::size_t> FindPackets(Bytes inStart, std::size_t inPacketBytes)
     return std::nullopt;
 }
 
-std::optional<Refusal> ExplainTransportStream(Bytes inStart) {
+std::optional<UnsupportedReason> ExplainTransportStream(Bytes inStart) {
     if (const auto first = FindPackets(inStart, 188)) {
         if (*first > 0)
-            return Refusal{"is a transport stream that starts within a packet",
-                           "cut the file so that it starts with a packet's 47 hex"};
+            return UnsupportedReason{"is a transport stream that starts within a packet",
+                                     "cut the file so that it starts with a packet's 47 hex"};
         return ExplainVideo(inStart);
     }
     if (FindPackets(inStart, 192))
-        return Refusal{"is a transport stream in packets of 192 bytes, which is not supported",
-                       "strip the four bytes before each packet"};
+        return UnsupportedReason{"is a transport stream in packets of 192 bytes, which is not supported",
+                                 "strip the four bytes before each packet"};
     return std::nullopt;
 }
 
 }  // namespace
 
-Refusal ExplainRefusal(Bytes inStart) {
+UnsupportedReason ExplainUnsupported(Bytes inStart) {
     if (inStart.empty()) return {"is empty", "copy or record it again"};
     if (BeginsWithStartCode(inStart, kPackStart)) return ExplainProgramStream(inStart);
     if (BeginsWithStartCode(inStart, kSequenceHeader)) return ExplainVideo(inStart);
@@ -128,4 +128,4 @@ Refusal ExplainRefusal(Bytes inStart) {
     return {"is not an MPEG-2 elementary, program or transport stream", "check the file, or convert it"};
 }
 
-}  // namespace Vexmora
+}  // namespace VexmoraCommand

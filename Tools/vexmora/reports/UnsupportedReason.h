@@ -5,16 +5,16 @@
 #include <span>
 #include <string_view>
 
-namespace Vexmora {
+namespace VexmoraCommand {
 
 /// What is wrong with a stream and what its owner can do, in words.
-struct Refusal {
+struct UnsupportedReason {
     std::string_view what;
     std::string_view advice;
 };
 
 /// Explains why the library refused a stream.
 /// @param inStart the first bytes of the file, or all of it when it is shorter.
-Refusal ExplainRefusal(std::span<const std::uint8_t> inStart);
+UnsupportedReason ExplainUnsupported(std::span<const std::uint8_t> inStart);
 
-}  // namespace Vexmora
+}  // namespace VexmoraCommand

@@ -7,14 +7,14 @@
 #include "terminal/Interrupt.h"
 #include "terminal/ProgressBar.h"
 
-namespace Vexmora {
+namespace VexmoraCommand {
 
 /// While it lives, the terminal shows how the work goes on, and a signal to end is answered at the next step.
-class FrameWork {
+class FrameProgress {
   public:
     /// @param inFile the file as the user named it. @param inFrames frames to be done. @param inQuiet show
     /// nothing.
-    FrameWork(const std::string& inFile, std::uint64_t inFrames, bool inQuiet);
+    FrameProgress(const std::string& inFile, std::uint64_t inFrames, bool inQuiet);
 
     /// One more frame is done. Throws Interrupted.
     void Step();
@@ -27,4 +27,4 @@ class FrameWork {
     std::uint64_t mDone = 0;
 };
 
-}  // namespace Vexmora
+}  // namespace VexmoraCommand

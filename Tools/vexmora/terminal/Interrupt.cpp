@@ -5,7 +5,7 @@
 #include <csignal>
 #include <cstdlib>
 
-namespace Vexmora {
+namespace VexmoraCommand {
 
 namespace {
 
@@ -44,4 +44,4 @@ void EndBySignal(int inSignal) {
     std::_Exit(128 + inSignal);
 }
 
-}  // namespace Vexmora
+}  // namespace VexmoraCommand

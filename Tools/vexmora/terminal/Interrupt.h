@@ -3,7 +3,7 @@
 
 #include <string>
 
-namespace Vexmora {
+namespace VexmoraCommand {
 
 /// Thrown out of work that was interrupted, once everything it held is released. main ends the process with
 /// it.
@@ -29,4 +29,4 @@ class InterruptGuard {
 /// Ends the process as inSignal does by itself, so that the shell knows why (status 128 + inSignal there).
 [[noreturn]] void EndBySignal(int inSignal);
 
-}  // namespace Vexmora
+}  // namespace VexmoraCommand

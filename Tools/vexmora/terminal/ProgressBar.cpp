@@ -12,7 +12,7 @@
 #include "reports/Units.h"
 #include "terminal/Terminal.h"
 
-namespace Vexmora {
+namespace VexmoraCommand {
 
 namespace {
 
@@ -87,4 +87,4 @@ void ProgressBar::Erase() const {
     WriteToTerminal("\r\x1B[K");
 }
 
-}  // namespace Vexmora
+}  // namespace VexmoraCommand

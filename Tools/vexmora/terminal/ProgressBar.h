@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <string>
 
-namespace Vexmora {
+namespace VexmoraCommand {
 
 /// Draws at most ten times a second and leaves an empty line behind. Draws nothing when standard error is not
 /// a terminal.
@@ -37,4 +37,4 @@ class ProgressBar {
     Clock::time_point mNextDraw;
 };
 
-}  // namespace Vexmora
+}  // namespace VexmoraCommand

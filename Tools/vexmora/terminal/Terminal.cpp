@@ -4,7 +4,7 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
-namespace Vexmora {
+namespace VexmoraCommand {
 
 bool StandardErrorIsTerminal() {
     return isatty(STDERR_FILENO) == 1;
@@ -20,4 +20,4 @@ std::size_t TerminalColumns() {
     return size.ws_col;
 }
 
-}  // namespace Vexmora
+}  // namespace VexmoraCommand

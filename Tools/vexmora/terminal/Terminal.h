@@ -3,7 +3,7 @@
 
 #include <cstddef>
 
-namespace Vexmora {
+namespace VexmoraCommand {
 
 /// Whether standard error is a terminal.
 bool StandardErrorIsTerminal();
@@ -14,4 +14,4 @@ bool StandardOutputIsTerminal();
 /// Columns of the terminal at standard error; 80 when it does not say.
 std::size_t TerminalColumns();
 
-}  // namespace Vexmora
+}  // namespace VexmoraCommand
