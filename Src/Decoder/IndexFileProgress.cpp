@@ -86,7 +86,8 @@ void IndexFileProgress::Release() {
     mIndexer.reset();
     mMediaReader.Close();
     mAlignedBuffer = nullptr;
-    // Without a buffer the recycler may not exist yet, and making it takes memory, which a close must not need.
+    // Without a buffer the recycler may not exist yet, and making it takes memory, which a close must not
+    // need.
     if (mReadBuffer) Orvet::MemoryRecycler::Instance().RecycleBuffer(std::move(mReadBuffer));
 }
 

@@ -47,7 +47,8 @@ ProcessorFacts ReadProcessorFacts();
 /// Mask of the ProcessorFeature bits that inFacts name.
 std::uint32_t FeaturesOf(const ProcessorFacts& inFacts);
 
-/// Whether AVX2 code runs, which uses BMI2, too: the processor has both and the operating system saves the AVX registers.
+/// Whether AVX2 code runs, which uses BMI2, too: the processor has both and the operating system saves the
+/// AVX registers.
 bool RunsAvx2(const ProcessorFacts& inFacts);
 
 }  // namespace Vexmora

@@ -74,7 +74,8 @@ std::int32_t Dequantise(std::int32_t inLevel, std::uint32_t inWeight) {
     const std::uint32_t doubled = 2 * static_cast<std::uint32_t>((inLevel ^ sign) - sign);
     auto magnitude =
         static_cast<std::int32_t>(((kKind == Kind::Intra ? doubled : doubled + 1) * inWeight) / 32);
-    if (magnitude > kMaximum) [[unlikely]] magnitude = kMaximum - sign;
+    if (magnitude > kMaximum) [[unlikely]]
+        magnitude = kMaximum - sign;
     return (magnitude ^ sign) - sign;
 }
 
