@@ -4,7 +4,6 @@
 #include <cerrno>
 #include <new>
 #include <system_error>
-#include <utility>
 
 #include "Orvet/BackgroundThread.h"
 
@@ -14,12 +13,11 @@ AsyncFileReader::~AsyncFileReader() {
     Close();
 }
 
-std::int32_t AsyncFileReader::Open(const UTF16String& inPath, AsyncFileReader& outReader) {
+std::int32_t AsyncFileReader::Open(const File& inFile, AsyncFileReader& outReader) {
     outReader.Close();
-    File file;
-    if (const std::int32_t status = file.Open(inPath, FileAccess::Read); status != 0) return status;
+    if (!inFile.IsOpen()) return -EBADF;
     const std::lock_guard lock(outReader.mMutex);
-    outReader.mFile = std::move(file);
+    outReader.mFile = &inFile;
     outReader.mAccepting = true;
     return 0;
 }
@@ -49,7 +47,7 @@ void AsyncFileReader::Close() noexcept {
         mWake.notify_one();
     }
     if (thread.joinable()) thread.join();
-    mFile.Close();
+    mFile = nullptr;
 }
 
 void AsyncFileReader::Run() {
@@ -69,11 +67,7 @@ void AsyncFileReader::Run() {
 void AsyncFileReader::Complete(const AsyncReadRequest& inRequest, bool inCancelled) {
     std::int32_t status = -ECANCELED;
     std::size_t got = 0;
-    if (!inCancelled) {
-        // An offset beyond the signed range becomes negative and is refused by the positioning.
-        status = mFile.SetFilePointer(static_cast<std::int64_t>(inRequest.offset), SeekOrigin::Begin);
-        if (status == 0) status = mFile.Read(inRequest.buffer, inRequest.size, got);
-    }
+    if (!inCancelled) status = mFile->ReadAt(inRequest.offset, inRequest.buffer, inRequest.size, got);
     try {
         inRequest.completion(*this, inRequest, static_cast<std::uint32_t>(got), status);
     } catch (...) {

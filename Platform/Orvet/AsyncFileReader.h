@@ -31,8 +31,8 @@ struct AsyncReadRequest {
     std::array<std::uint64_t, 3> userValues = {};  ///< handed through to the completion
 };
 
-/// Its own handle of a file and a thread that starts with the first request. Requests are done one at a time
-/// in the order queued. QueueReadRequest may be called from any thread; Open and Close from one thread at a
+/// A file of its owner's and a thread that starts with the first request. Requests are done one at a time in
+/// the order queued. QueueReadRequest may be called from any thread; Open and Close from one thread at a
 /// time (a Close while others queue is fine). The destructor closes.
 class AsyncFileReader {
   public:
@@ -41,15 +41,16 @@ class AsyncFileReader {
     AsyncFileReader(const AsyncFileReader&) = delete;
     AsyncFileReader& operator=(const AsyncFileReader&) = delete;
 
-    /// Closes outReader, then opens inPath for it; 0 or a status of File::Open.
-    [[nodiscard]] static std::int32_t Open(const UTF16String& inPath, AsyncFileReader& outReader);
+    /// Closes outReader, then has it read from inFile, whose position it leaves alone and which stays open
+    /// until the reader is closed. 0, or -EBADF when inFile is closed.
+    [[nodiscard]] static std::int32_t Open(const File& inFile, AsyncFileReader& outReader);
 
     /// Takes a request; 0 means that its completion will be called exactly once, negative (reader closed,
     /// no completion given, no memory or thread to be had) that it never will.
     [[nodiscard]] std::int32_t QueueReadRequest(const AsyncReadRequest& inRequest);
 
-    /// Lets the read in progress end, completes every request still queued with -ECANCELED, and closes the
-    /// file. No completion runs after it returns. Closing a closed reader does nothing.
+    /// Lets the read in progress end, completes every request still queued with -ECANCELED, and lets go of
+    /// the file. No completion runs after it returns. Closing a closed reader does nothing.
     void Close() noexcept;
 
   private:
@@ -62,7 +63,7 @@ class AsyncFileReader {
     std::deque<AsyncReadRequest> mRequests;
     bool mAccepting = false;
     std::thread mThread;
-    File mFile;
+    const File* mFile = nullptr;
 };
 
 }  // namespace Orvet

@@ -57,6 +57,23 @@ std::int32_t StatRegular(const UTF16String& inPath, struct stat& outStatus) {
     return CheckRegular(outStatus);
 }
 
+// Reads until there are inCount bytes, an end or a failure. inReadSome reads so many bytes to a place, with
+// so many read before.
+template <typename ReadSome>
+std::int32_t ReadAll(const ReadSome& inReadSome, void* outBuffer, std::size_t inCount, std::size_t& outGot) {
+    outGot = 0;
+    while (outGot < inCount) {
+        const ssize_t got = inReadSome(static_cast<std::byte*>(outBuffer) + outGot, inCount - outGot, outGot);
+        if (got == 0) break;
+        if (got > 0) {
+            outGot += static_cast<std::size_t>(got);
+        } else if (errno != EINTR) {
+            return -errno;
+        }
+    }
+    return 0;
+}
+
 }  // namespace
 
 File::~File() {
@@ -107,17 +124,20 @@ std::int32_t File::Open(const UTF16String& inPath, FileAccess inMode) {
 }
 
 std::int32_t File::Read(void* outBuffer, std::size_t inCount, std::size_t& outGot) {
-    outGot = 0;
-    while (outGot < inCount) {
-        const ssize_t got = read(mDescriptor, static_cast<std::byte*>(outBuffer) + outGot, inCount - outGot);
-        if (got == 0) break;
-        if (got > 0) {
-            outGot += static_cast<std::size_t>(got);
-        } else if (errno != EINTR) {
-            return -errno;
-        }
-    }
-    return IsOpen() ? 0 : -EBADF;  // a closed file fails also when nothing was asked for
+    const auto readSome = [this](std::byte* outBytes, std::size_t inBytes, std::size_t /*inDone*/) {
+        return read(mDescriptor, outBytes, inBytes);
+    };
+    const std::int32_t status = ReadAll(readSome, outBuffer, inCount, outGot);
+    return status == 0 && !IsOpen() ? -EBADF : status;  // a closed file fails also when nothing was asked for
+}
+
+std::int32_t File::ReadAt(std::uint64_t inOffset, void* outBuffer, std::size_t inCount,
+                          std::size_t& outGot) const {
+    // An offset beyond the signed range becomes negative and is refused by the system.
+    const auto readSome = [&](std::byte* outBytes, std::size_t inBytes, std::size_t inDone) {
+        return pread(mDescriptor, outBytes, inBytes, static_cast<off_t>(inOffset + inDone));
+    };
+    return ReadAll(readSome, outBuffer, inCount, outGot);
 }
 
 std::int32_t File::Write(const void* inBuffer, std::size_t inCount) {

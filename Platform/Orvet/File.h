@@ -25,7 +25,7 @@ enum class SeekOrigin : std::uint32_t { Begin = 0, Current = 1, End = 2 };
 
 /// An open file; the destructor closes it. Every status is 0 or the negative error number of the system
 /// (-ENOENT, …); a closed File answers -EBADF. Directories, pipes, sockets and devices are refused, and
-/// opening one never blocks. Not for use by two threads at once.
+/// opening one never blocks. Not for use by two threads at once, but for ReadAt.
 class File {
   public:
     File() = default;
@@ -43,6 +43,10 @@ class File {
     /// Reads up to inCount bytes at the position and moves past them. outGot is less than inCount only at the
     /// end of the file (status 0) or when a read failed midway (negative; outGot bytes are valid).
     [[nodiscard]] std::int32_t Read(void* outBuffer, std::size_t inCount, std::size_t& outGot);
+    /// The same from inOffset on, leaving the position alone; the one function that several threads may call
+    /// at once.
+    [[nodiscard]] std::int32_t ReadAt(std::uint64_t inOffset, void* outBuffer, std::size_t inCount,
+                                      std::size_t& outGot) const;
     /// Writes all inCount bytes at the position and moves past them, or fails.
     [[nodiscard]] std::int32_t Write(const void* inBuffer, std::size_t inCount);
     /// Moves the position. Past the end is allowed (a read there gets 0 bytes); before the start is -EINVAL

@@ -29,7 +29,7 @@ ReadStatus BlockReader::OpenFile(const UTF16String& inPath) {
         return ReadStatus::FileFailed;
     if (mFile.Create(inPath, FileAccess::Read, FileShare::ReadDelete, FileDisposition::OpenExisting,
                      FileAttributes::Normal) < 0 ||
-        AsyncFileReader::Open(inPath, mAsyncReader) < 0) {
+        AsyncFileReader::Open(mFile, mAsyncReader) < 0) {
         return ReadStatus::FileFailed;
     }
     const std::int64_t size = mFile.SizeOnDisk();
@@ -41,8 +41,8 @@ ReadStatus BlockReader::OpenFile(const UTF16String& inPath) {
 }
 
 void BlockReader::CloseFile() {
+    mAsyncReader.Close();  // it reads from the file
     mFile.Close();
-    mAsyncReader.Close();
     ReleaseBlock();
     mFileSize = 0;
 }
@@ -83,10 +83,8 @@ ReadStatus BlockReader::ReadBlock(std::int64_t inNumber) {
     const std::int64_t start = inNumber * mBlockSize;
     const std::uint32_t wanted = BytesOfBlock(inNumber);
     std::size_t got = 0;
-    if (mFile.SetFilePointer(start, Orvet::SeekOrigin::Begin) < 0 ||
-        mFile.Read(mBlock.Data(), wanted, got) < 0) {
+    if (mFile.ReadAt(static_cast<std::uint64_t>(start), mBlock.Data(), wanted, got) < 0)
         return ReadStatus::FileFailed;
-    }
     std::memset(mBlock.Data() + got, 0, mBlockSize - got);
     if (got < wanted) {
         mFileSize = start + static_cast<std::int64_t>(got);

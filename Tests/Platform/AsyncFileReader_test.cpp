@@ -20,6 +20,8 @@
 
 using Orvet::AsyncFileReader;
 using Orvet::AsyncReadRequest;
+using Orvet::File;
+using Orvet::FileAccess;
 
 namespace {
 
@@ -51,10 +53,13 @@ std::ptrdiff_t ThreadCount() {
 
 TEST(AsyncFileReader, ReadsInOrderAndOnlyThenHasAThread) {
     const TemporaryFolder folder;
-    const UTF16String path = folder.Write("a", "0123456789");
+    File file;
+    ASSERT_EQ(0, file.Open(folder.Write("a", "0123456789"), FileAccess::Read));
+    std::filesystem::remove(folder.Native("a"));
+    folder.Write("a", "another file now");
     const std::ptrdiff_t threadsBefore = ThreadCount();
     AsyncFileReader reader;
-    ASSERT_EQ(0, AsyncFileReader::Open(path, reader));
+    ASSERT_EQ(0, AsyncFileReader::Open(file, reader));
     EXPECT_EQ(threadsBefore, ThreadCount());
 
     std::vector<Outcome> outcomes;
@@ -104,10 +109,11 @@ void QueueUntilRefused(AsyncFileReader& ioReader, const AsyncReadRequest& inRequ
 
 TEST(AsyncFileReader, CloseCompletesWhatIsQueuedAsCancelled) {
     const TemporaryFolder folder;
-    const UTF16String path = folder.Write("a", "0123456789");
+    File file;
+    ASSERT_EQ(0, file.Open(folder.Write("a", "0123456789"), FileAccess::Read));
     AsyncFileReader reader;
     for (int round = 0; round < 3; ++round) {
-        ASSERT_EQ(0, AsyncFileReader::Open(path, reader));
+        ASSERT_EQ(0, AsyncFileReader::Open(file, reader));
         std::vector<Outcome> outcomes;
         std::size_t accepted = 0;
         std::promise<void> begun;
@@ -130,10 +136,11 @@ TEST(AsyncFileReader, CloseCompletesWhatIsQueuedAsCancelled) {
 
 TEST(AsyncFileReader, ClosingWhileOthersQueueForgetsNothing) {
     const TemporaryFolder folder;
-    const UTF16String path = folder.Write("a", std::string(100'000, 'x'));
+    File file;
+    ASSERT_EQ(0, file.Open(folder.Write("a", std::string(100'000, 'x')), FileAccess::Read));
     for (int round = 0; round < 30; ++round) {
         AsyncFileReader reader;
-        ASSERT_EQ(0, AsyncFileReader::Open(path, reader));
+        ASSERT_EQ(0, AsyncFileReader::Open(file, reader));
         std::atomic<int> completed{0};
         const auto queueUntilRefused = [&] {
             std::vector<char> buffer(1000);
@@ -159,13 +166,14 @@ TEST(AsyncFileReader, ClosingWhileOthersQueueForgetsNothing) {
 
 TEST(AsyncFileReader, RefusesWhatCannotBeRead) {
     const TemporaryFolder folder;
+    File file;
+    ASSERT_EQ(0, file.Open(folder.Write("a", "x"), FileAccess::Read));
     AsyncFileReader reader;
-    EXPECT_EQ(-ENOENT, AsyncFileReader::Open(folder.Path("absent"), reader));
     EXPECT_EQ(-EBADF, reader.QueueReadRequest({0, 0, nullptr, Count, {}}));
-    ASSERT_EQ(0, AsyncFileReader::Open(folder.Write("a", "x"), reader));
+    ASSERT_EQ(0, AsyncFileReader::Open(file, reader));
     EXPECT_EQ(-EINVAL, reader.QueueReadRequest({}));
-    EXPECT_EQ(-EISDIR, AsyncFileReader::Open(folder.Path(""), reader));
-    EXPECT_EQ(-EBADF, reader.QueueReadRequest({0, 0, nullptr, Count, {}})) << "the earlier file is closed";
+    EXPECT_EQ(-EBADF, AsyncFileReader::Open(File(), reader));
+    EXPECT_EQ(-EBADF, reader.QueueReadRequest({0, 0, nullptr, Count, {}})) << "the earlier file is let go";
 }
 
 }  // namespace
