@@ -221,6 +221,25 @@ class Sheets(Case):
         self.assert_problem(run('sheet', SAMPLE, '-o', out, '--columns', 50, '--width', 200), 2, 'do not fit')
 
 
+class NarrowPictures(Case):
+    def test_each_size_has_a_sample_and_none_takes_all_memory(self):
+        # What is damaged most easily: horizontal_size, vertical_size and aspect_ratio_information in one row.
+        stream = (STREAMS / 'tiny-16x16.m2v').read_bytes()
+        head = stream.index(b'\0\0\1\xb3') + 4
+        out = WORK / 'narrow.png'
+        for width, height, aspect, full, half in ((1, 16, 1, (1, 16), (1, 16)), (16, 1, 1, (16, 1), (8, 1)),
+                                                  (1, 4095, 3, (1, 4095), (1, 4095))):
+            size = (width << 12 | height).to_bytes(3, 'big') + bytes((aspect << 4 | stream[head + 3] & 15,))
+            path = made(f'{width}x{height}.m2v', stream[:head] + size + stream[head + 4:])
+            for scale, seen in (('full', full), ('half', half)):
+                run('frame', path, 0, '-o', out, '-q', '--coded-size', '--scale', scale)
+                self.assertEqual(struct.unpack('>II', out.read_bytes()[16:24]), seen)
+            shown = run('export', path, '--scale', 'quarter', text=False).stdout.split(b'\n', 1)[0].split()
+            self.assertEqual(shown[1:3], [b'W%d' % half[0], b'H%d' % max(height // 2, 1)])
+        self.assert_problem(run('sheet', path, '-o', out), 1, '1 x 4095, would have .* lines')
+        self.assertTrue(run('sheet', path, '-o', out, '--rows', 1, '--width', 110).stdout)
+
+
 class DamagedFrames(Case):
     def test_what_is_written_is_told_to_be_damaged(self):
         stream = bytearray((STREAMS / 'b2-open-352x288.m2v').read_bytes())

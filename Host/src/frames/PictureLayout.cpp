@@ -32,8 +32,8 @@ PictureLayout LayoutOf(const Vexmora::FileInfo& inInfo, const PlaneBytes& inLeas
     const std::uint32_t heightDivisor = inScale == Scale::Quarter ? 2 : 1;
     PictureLayout layout{};
     layout.scale = inScale;
-    layout.width = inInfo.width / widthDivisor;
-    layout.height = inInfo.height / heightDivisor;
+    layout.width = std::max(1U, inInfo.width / widthDivisor);
+    layout.height = std::max(1U, inInfo.height / heightDivisor);
     layout.lumaStride = RoundUpTo128(inInfo.pitch / widthDivisor);
     layout.chromaStride = RoundUpTo128(inInfo.pitch / widthDivisor / 2);
     layout.macroblockWidth = 16 / widthDivisor;

@@ -23,6 +23,11 @@ constexpr std::uint32_t kGap = 8;
 constexpr std::uint8_t kPaper = 0x20;
 constexpr std::uint32_t kMargin = 4;  // above and below a label
 
+/// What a sheet may take: pictures that a damaged header makes narrow would be stretched to millions of
+/// lines.
+constexpr std::uint64_t kMostLines = 100'000;
+constexpr std::uint64_t kMostBytes = std::uint64_t{1} << 29;
+
 /// Where everything goes on a sheet.
 struct Layout {
     std::uint32_t columns = 0;
@@ -57,8 +62,15 @@ Layout LayOut(const SheetOptions& inOptions, const VexmoraHost::MovieInfo& inInf
     layout.pictureWidth = (inOptions.width - gaps) / layout.columns;
     const double viewWidth = ViewingWidth(inInfo.file.width, SampleAspect(inInfo, Scale::Full));
     layout.pictureHeight = static_cast<std::uint32_t>(
-        std::max(1L, std::lround(layout.pictureWidth * inInfo.file.height / viewWidth)));
+        std::max(1L, std::lround(layout.pictureWidth * (inInfo.file.height / viewWidth))));
     layout.dot = std::max(1U, layout.pictureWidth / kWidthPerDot);
+    const std::uint64_t lines = std::uint64_t{layout.pictureHeight} * layout.rows;
+    if (lines > kMostLines || lines * inOptions.width * RgbImage::kBytesPerSample > kMostBytes) {
+        throw CommandError(ExitStatus::Failed, inOptions.file,
+                           fmt::format("a sheet of its pictures, {} x {}, would have {} lines",
+                                       inInfo.file.width, inInfo.file.height, lines),
+                           "ask for a smaller --width, fewer --rows or more --columns");
+    }
     return layout;
 }
 

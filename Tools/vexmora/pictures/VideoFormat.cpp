@@ -57,8 +57,11 @@ Ratio FrameRate(const VexmoraHost::MovieInfo& inInfo) {
 }
 
 std::uint32_t ViewingWidth(std::uint32_t inWidth, const Ratio& inSampleAspect) {
+    constexpr double kMostStretch = 8;
     if (!inSampleAspect.IsKnown()) return inWidth;
-    return std::max(1U, static_cast<std::uint32_t>(std::lround(inWidth * inSampleAspect.Value())));
+    const double stretch = inSampleAspect.Value();
+    if (stretch > kMostStretch || stretch * kMostStretch < 1) return inWidth;
+    return std::max(1U, static_cast<std::uint32_t>(std::lround(inWidth * stretch)));
 }
 
 bool IsInterlaced(const VexmoraHost::Movie& inMovie, const VexmoraHost::Picture& inPicture) {

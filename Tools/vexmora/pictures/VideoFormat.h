@@ -23,7 +23,8 @@ Ratio SampleAspect(const VexmoraHost::MovieInfo& inInfo, VexmoraHost::Scale inSc
 /// Frames per second, exactly: the standard's rates are whole multiples of 1/1001 divided by up to 32.
 Ratio FrameRate(const VexmoraHost::MovieInfo& inInfo);
 
-/// Width in square samples of a picture that is inWidth samples wide: its lines stay as they are.
+/// Width in square samples of a picture that is inWidth samples wide: its lines stay as they are. A sample
+/// that is more than eight times as long one way as the other is a damaged header's and left as it is.
 std::uint32_t ViewingWidth(std::uint32_t inWidth, const Ratio& inSampleAspect);
 
 /// Whether the lines of inPicture, one of inMovie's, are of two fields: at quarter size each is of both.
