@@ -14,6 +14,11 @@ static constexpr std::size_t kBytesPerCall = 16 * 1024 * 1024;
 
 Vexmora_Status IndexFileProgress::Advance(const UTF16String& inPath, const IndexLocationTable* inLocation,
                                           bool inIndexFlag, float& outProgress) {
+    return mLatch.Run([&] { return ReadAndScan(inPath, inLocation, inIndexFlag, outProgress); });
+}
+
+Vexmora_Status IndexFileProgress::ReadAndScan(const UTF16String& inPath, const IndexLocationTable* inLocation,
+                                              bool inIndexFlag, float& outProgress) {
     const bool isFirst = mFileSize == 0;
     if (isFirst) {
         if (const Vexmora_Status status = Begin(inPath); status != Vexmora_Ok) {

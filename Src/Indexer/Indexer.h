@@ -7,6 +7,7 @@
 
 #include "Indexer/Indexer_State.h"
 #include "Indexer/StartCodeCarry.h"
+#include "Indexer/ThrowLatch.h"
 #include "Vexmora/Records.h"
 #include "primitives/PrimitiveTable.h"
 
@@ -35,8 +36,9 @@ class PureVideoIndexer {
     virtual bool IsProgramStream() const { return false; }
 
     /// Completes the index of a stream that ends at inEndPosition; called once, after the last ScanBuffer.
-    /// Fills bytes 0 to 67 of outHeader and replaces the contents of both vectors. False when the stream
-    /// cannot be indexed: outHeader is then a failed header and the vectors are left alone.
+    /// Fills bytes 0 to 67 of outHeader and moves the plan and the records into the vectors. False when the
+    /// stream cannot be indexed, which includes one that was finished before: outHeader is then a failed
+    /// header and the vectors are left alone. Throws std::bad_alloc before anything is written.
     bool FinishIndex(std::uint64_t inEndPosition, IndexHeader& outHeader,
                      std::vector<AudioAlignmentRun>& outAlignmentPlan, std::vector<FrameRecord>& outRecords);
 
@@ -44,7 +46,8 @@ class PureVideoIndexer {
     /// inPosition. Returns how many bytes the scan may advance.
     std::uint32_t HandleStartCode(const std::uint8_t* inBuffer, std::uint64_t inPosition);
 
-    const IndexerState& State() const { return mState; }
+    /// For those who pass a host's calls on.
+    ThrowLatch& Latch() { return mLatch; }
 
   protected:
     /// Bytes of the stream that must be in hand after the first byte of a start code.
@@ -102,6 +105,7 @@ class PureVideoIndexer {
     void MakeRoomFor(std::uint32_t inSlot);
     void CloseCurrentRecord(std::uint64_t inPosition);
 
+    ThrowLatch mLatch;
     const ScanLimits mLimits;
     const decltype(PrimitiveTable::findStartCodePrefix) mFindPrefix;
     StartCodeCarry mCarry;

@@ -47,6 +47,7 @@ void PureVideoIndexer::RecordPicture(const std::uint8_t* inStartCode, std::uint6
         mState.failed = true;
         return;
     }
+    MakeRoomFor(slot);
     ++mState.pictureCount;
     ++mState.picturesSinceGop;
     mState.currentRecord = slot;
@@ -57,7 +58,6 @@ void PureVideoIndexer::RecordPicture(const std::uint8_t* inStartCode, std::uint6
         static_cast<std::uint16_t>(temporal_reference | picture_coding_type << kPictureCodingTypeShift |
                                    (mState.currentBrokenLink ? kBrokenLinkBit : 0));
     SetReferences(record, slot);
-    MakeRoomFor(slot);
     mState.records[slot] = record;
     mState.picturePts[slot] = mState.pendingPts;
     mState.pendingPts = kNoPts;

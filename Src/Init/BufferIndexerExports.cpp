@@ -42,9 +42,12 @@ Vexmora_Status Vexmora_BufferIndexerCreate(Vexmora_IndexerHandle* outIndexer) {
 Vexmora_Status Vexmora_BufferIndexerScan(Vexmora_IndexerHandle inIndexer, const std::uint8_t* inBuffer,
                                          std::uint64_t inBufferSize, std::uint64_t inFileOffset) {
     if (inIndexer == nullptr || inBuffer == nullptr || inBufferSize == 0) return Vexmora_Failure;
-    // A scan that has failed says so in the end, when the index is asked for.
-    static_cast<void>(FromHandle(inIndexer)->ScanBuffer(inBuffer, inBufferSize, inFileOffset));
-    return Vexmora_Ok;
+    PureVideoIndexer& indexer = *FromHandle(inIndexer);
+    return indexer.Latch().Run([&] {
+        // A scan that has failed says so in the end, when the index is asked for.
+        static_cast<void>(indexer.ScanBuffer(inBuffer, inBufferSize, inFileOffset));
+        return Vexmora_Ok;
+    });
 }
 
 Vexmora_Status Vexmora_BufferIndexerDone(Vexmora_IndexerHandle inIndexer, std::uint64_t inEndOffset,
@@ -55,9 +58,12 @@ Vexmora_Status Vexmora_BufferIndexerDone(Vexmora_IndexerHandle inIndexer, std::u
         outFrameRecords == nullptr) {
         return Vexmora_Failure;
     }
-    const bool isIndexed =
-        FromHandle(inIndexer)->FinishIndex(inEndOffset, *outIndexHeader, *outAlignmentPlan, *outFrameRecords);
-    return isIndexed ? Vexmora_Ok : Vexmora_Unsupported;
+    PureVideoIndexer& indexer = *FromHandle(inIndexer);
+    return indexer.Latch().Run([&] {
+        const bool isIndexed =
+            indexer.FinishIndex(inEndOffset, *outIndexHeader, *outAlignmentPlan, *outFrameRecords);
+        return isIndexed ? Vexmora_Ok : Vexmora_Unsupported;
+    });
 }
 
 Vexmora_Status Vexmora_BufferIndexerDestroy(Vexmora_IndexerHandle* ioIndexer) {

@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <functional>
 
 #include "Faults/WholeRun.h"
 #include "Host/HostTestSupport.h"
@@ -174,6 +175,87 @@ TEST(FaultsOfANewProcess, TheHeapInTurn) {
     }
     EXPECT_EQ(exitCode, kNoFault) << number;
     EXPECT_GT(number, 10u);
+}
+
+// More pictures than an indexer first has room for, in the three packagings, with sound.
+std::vector<Bytes> LongStreams() {
+    Bytes video = Join({SequenceHeader(), SequenceExtension()});
+    for (unsigned number = 0; number < 9000; ++number) {
+        const Bytes picture = Picture(number % 1000, number % 1000 == 0 ? kPictureTypeI : kPictureTypeP, 12);
+        video.insert(video.end(), picture.begin(), picture.end());
+    }
+    video = Join({video, Slice(100)});
+    const auto pts = [](std::size_t in) { return std::optional<std::uint64_t>(3600 * in); };
+    const auto sound = [&](std::size_t in) { return PesPacket(0xC0, Slice(2), pts(in)); };
+    const auto soundPacket = [&](std::size_t in) { return TransportPacket(kAudioPid, true, sound(in)); };
+    const Packaging packs{.payloadSizes = {9000}, .before = sound, .pts = pts};
+    const Packaging packets{.payloadSizes = {170}, .before = soundPacket, .pts = pts};
+    return {video, Join({PackHeader(), ProgramStream(video, packs).bytes}),
+            Join({PatPacket(kPmtPid), PmtPacket(kPmtPid, {{2, kVideoPid}, {3, kAudioPid}}),
+                  TransportStream(video, packets).bytes})};
+}
+
+// Whatever calls inBody makes of the library: its status, or kThrown.
+std::int32_t StatusOf(const std::function<Vexmora_Status()>& inBody) {
+    try {
+        const LibraryCode library;
+        return inBody();
+    } catch (const std::bad_alloc&) {
+        return kThrown;
+    }
+}
+
+// Whichever allocation fails, an indexer that has thrown and a file that could not be indexed fail for ever.
+TEST(FaultsOfLongStreams, TheSameObjectIsDeadAfterwards) {
+    const VexmoraHost::TemporaryFolder folder;
+    const std::vector<Bytes> streams = LongStreams();
+    for (const Bytes& stream : streams) {
+        const std::size_t half = stream.size() / 2;
+        WriteAll(folder / "media.bin", stream);
+        const UTF16String path = ToUtf16(folder / "media.bin");
+        unsigned thrown = 0;
+        unsigned failed = 0;
+        for (std::uint32_t number = 1; !HasFailure(); ++number) {
+            SCOPED_TRACE(number);
+            FaultyHost host(folder.Path(), 0);
+            const HostServices services = host.Services();
+            Vexmora_IndexerHandle indexer = nullptr;
+            IndexResult index;
+            const std::array<std::function<Vexmora_Status()>, 3> steps{
+                [&] { return Vexmora_BufferIndexerScan(indexer, stream.data(), half, 0); },
+                [&] { return Vexmora_BufferIndexerScan(indexer, &stream[half], stream.size() - half, half); },
+                [&] {
+                    return Vexmora_BufferIndexerDone(indexer, stream.size(), &index.header, &index.plan,
+                                                     &index.records);
+                }};
+            const FaultInjection injection({.call = Call::Heap, .number = number});
+            StatusOf([&] { return Vexmora_CreateIndexerFromFirstBuffer(stream.data(), &indexer); });
+            bool isDead = indexer == nullptr;
+            for (const auto& step : steps) {
+                const std::int32_t status = StatusOf(step);
+                EXPECT_EQ(status, isDead ? Vexmora_Failure : status == kThrown ? kThrown : Vexmora_Ok);
+                thrown += status == kThrown;
+                isDead = isDead || status == kThrown;
+            }
+            EXPECT_EQ(index.records.size(), isDead ? 0u : 9000u);
+            Vexmora_BufferIndexerDestroy(&indexer);
+
+            Vexmora_Handle handle = nullptr;
+            float progress = 0;
+            const auto indexFile = [&] { return Vexmora_IndexFile(handle, &progress, false); };
+            StatusOf([&] { return Vexmora_OpenFile(path, services, &handle, nullptr, false); });
+            if (handle != nullptr && StatusOf(indexFile) != Vexmora_Ok) {
+                ++failed;
+                EXPECT_EQ(StatusOf(indexFile), Vexmora_Failure);
+            }
+            Vexmora_CloseFile(handle);
+            fs::remove(folder / "media.bin.mpgindex");
+            if (injection.Faults().empty()) break;
+        }
+        std::printf("thrown: %u, failed: %u\n", thrown, failed);
+        EXPECT_GE(thrown, stream == streams.front() ? 2u : 3u);  // both vectors; with sound, finishing
+        EXPECT_GE(failed, 5u);
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Streams, Faults, testing::Range(0, 3));

@@ -154,7 +154,8 @@ VEXMORA_API Vexmora_Status Vexmora_GetFrameFromBuffer(
     const Vexmora::FramePlanes* outPicture, std::uint32_t inDecodeMode, std::uint32_t inDecodeSubMode);
 
 // ---- Indexing buffers -------------------------------------------------------------------------------------
-// These five pass allocation failures on to the host as std::bad_alloc.
+// These five pass allocation failures on to the host as std::bad_alloc. An indexer through which one has
+// passed is only good for Vexmora_BufferIndexerDestroy: its other functions answer Vexmora_Failure.
 
 /// Makes the indexer for a stream by its first bytes, which must still be passed to the first scan.
 /// @param inFirstBytes at least 5 bytes: 00 00 01 B3 (elementary), 47 (transport), or a fifth byte 4x
@@ -182,7 +183,7 @@ VEXMORA_API Vexmora_Status Vexmora_BufferIndexerScan(Vexmora_IndexerHandle inInd
 /// @param inEndOffset      stream position just past the last byte scanned.
 /// @param outIndexHeader   receives the header; bytes 68 to 87 keep what the host put there (set them to 0).
 /// @param outAlignmentPlan replaced by the audio alignment plan.
-/// @param outFrameRecords  replaced by the records in display order.
+/// @param outFrameRecords  replaced by the records in display order, which the indexer then no longer has.
 /// @return Vexmora_Ok; Vexmora_Unsupported when the stream cannot be indexed (the header then has streamKind
 ///         0x80000000, the vectors are left alone); Vexmora_Failure for a null pointer.
 VEXMORA_API Vexmora_Status Vexmora_BufferIndexerDone(
