@@ -1,5 +1,6 @@
 // The end of a stream: the last record is closed, the usable frames are found and the header is filled.
 #include <algorithm>
+#include <utility>
 
 #include "Indexer/Indexer.h"
 #include "Indexer/Indexer_AudioAlignment.h"
@@ -144,7 +145,8 @@ bool PureVideoIndexer::FinishIndex(std::uint64_t inEndPosition, IndexHeader& out
     outHeader.displayHeight = mState.displayHeight;
     outHeader.aspectRatioCode = mState.aspectRatioCode;
     outAlignmentPlan = std::move(plan);
-    outRecords = mState.records;
+    outRecords = std::move(mState.records);
+    mState.failed = true;  // nothing is left to go on with
     return true;
 }
 
