@@ -74,7 +74,7 @@ std::uint32_t PureVideoIndexer::SlotFor(std::uint32_t inTemporalReference) {
         beginGop();
     }
     std::uint32_t slot = mState.gopBase + inTemporalReference;
-    if (slot < mState.records.size() && mState.records[slot].offset != 0) {
+    if (slot < mState.records.size() && IsTyped(mState.records[slot])) {
         beginGop();
         slot = mState.gopBase + inTemporalReference;
     }
