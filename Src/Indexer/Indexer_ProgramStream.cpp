@@ -115,9 +115,10 @@ void ProgramStreamIndexer::BeginPacket(Input& ioInput) {
     const std::uint8_t streamId = header[3];
     mPacketLength = mPacketRemaining = PacketLength(header);
     mIsReadingSystemHeader = false;
+    const bool hasPts = mPacketLength >= kPesHeaderSizeWithPts && IsMpeg2Pes(header) && AnnouncesPts(header);
     if (IsVideo(streamId)) {
         if (streamId != kVideoStreamId) mState.failed = true;
-        if (IsMpeg2Pes(header) && AnnouncesPts(header)) mState.pendingPts = ReadPts(header);
+        if (hasPts) mState.pendingPts = ReadPts(header);
         mHeaderSkipRemaining = std::min<std::uint64_t>(PesHeaderSize(header), mPacketLength);
         mPayloadLength = mPacketLength - mHeaderSkipRemaining;
         mVideoPacketPosition = ioInput.position;
@@ -127,7 +128,7 @@ void ProgramStreamIndexer::BeginPacket(Input& ioInput) {
     if (streamId == kSystemHeader && !mSystemHeaderSeen) BeginSystemHeader(header);
     const bool isAudio =
         streamId == kAudioStreamId || (streamId == kPrivateStream1Id && mAudioInPrivateStream1);
-    if (isAudio && IsMpeg2Pes(header) && AnnouncesPts(header)) mState.audioPts.push_back(ReadPts(header));
+    if (isAudio && hasPts) mState.audioPts.push_back(ReadPts(header));
     mParseState = ParseState::OtherPacket;
 }
 

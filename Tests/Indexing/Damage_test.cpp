@@ -261,6 +261,11 @@ TEST(DisplayOrder, TransportStreamsWithAnOpenFirstGroupBeginAtTheIPicture) {
     }
 }
 
+TEST(DisplayOrder, APictureInTheFirstPacketKeepsItsPlace) {
+    const Bytes video = Join({Headers(), Pictures({{0, kI}, {0, kI}, {1, kP}})});
+    EXPECT_EQ(Describe(Index(TransportStream(video, {.payloadSizes = {170}}).bytes)), "I0 I0 P1(-1)");
+}
+
 TEST(DisplayOrder, JumpingTemporalReferencesAreBounded) {
     const auto jumps = [](int inCount) {
         Bytes stream = Headers();
@@ -365,6 +370,23 @@ TEST(Damage, GarbageBetweenPacketsIsSkipped) {
                 }
             }
         }
+    }
+}
+
+TEST(Damage, ATimeStampBeyondItsPacketIsNotRead) {
+    const auto streamWith = [](unsigned inStreamId, std::uint8_t inPtsFlags) {
+        const auto stamp = [](std::size_t in) { return std::optional<std::uint64_t>(90000 + 3600 * in); };
+        const Bytes shortPacket{0, 0, 1, static_cast<std::uint8_t>(inStreamId), 0, 3, 0x80, inPtsFlags, 0};
+        const auto before = [=](std::size_t in) {
+            return Join({in == 0 ? PackHeader() : shortPacket, PesPacket(0xC0, Slice(2), stamp(in))});
+        };
+        return ProgramStream(Join({Headers(), kGroup}),
+                             {.payloadSizes = {90}, .before = before, .pts = stamp});
+    };
+    for (const unsigned streamId : {0xC0U, 0xE0U}) {
+        const IndexResult index = Index(streamWith(streamId, 0x80).bytes);
+        EXPECT_FALSE(index.plan.empty());
+        EXPECT_EQ(index, Index(streamWith(streamId, 0).bytes));
     }
 }
 
