@@ -3,6 +3,7 @@
 import os
 import pty
 import re
+import resource
 import signal
 import struct
 import subprocess
@@ -129,12 +130,24 @@ class Frames(Case):
 
     def test_what_is_read_is_not_written_over(self):
         stream = (STREAMS / 'ip-64x48.m2v').read_bytes()
-        for source, out in (('self.yuv', 'self.yuv'), ('self.png', 'link.png'), ('next.png.part', 'next.png')):
+        for source, out in (('self.yuv', 'self.yuv'), ('self.png', 'link.png')):
             path = made(source, stream)
             if out == 'link.png':
                 os.link(path, WORK / out)
             self.assert_problem(run('frame', path, 3, '-o', WORK / out), 2, 'over the file that is read')
+            with path.open('ab') as output:
+                self.assertEqual(run('export', path, stdout=output).returncode, 2)
             self.assertEqual(path.read_bytes(), stream)
+
+    def test_nothing_else_is_written_over(self):
+        old = made('x.png.part', b'not ours')
+        out = WORK / 'x.png'
+        mask = os.umask(0o027)
+        try:
+            self.assertEqual(run('frame', SAMPLE, 0, '-o', out, '-q').returncode, 0)
+        finally:
+            os.umask(mask)
+        self.assertEqual((old.read_bytes(), out.stat().st_mode & 0o777), (b'not ours', 0o640))
 
 
 class Exports(Case):
@@ -193,14 +206,16 @@ class Exports(Case):
         out = made('kept.y4m', b'old')
         stream = (STREAMS / 'b2-open-352x288.m2v').read_bytes()
         media = made('many.m2v', stream * 40)
+        resource.setrlimit(resource.RLIMIT_CORE, (0, 0))  # which SIGQUIT would leave
         run('index', media, '-q')
-        with subprocess.Popen([COMMAND, 'export', media, '-o', out], stderr=subprocess.PIPE, text=True) as process:
-            while not (WORK / 'kept.y4m.part').exists() and process.poll() is None:
-                time.sleep(0.001)
-            process.send_signal(signal.SIGTERM)
-            self.assertIn('interrupted', process.communicate(timeout=60)[1])
-        self.assertEqual((process.returncode, out.read_bytes()), (-signal.SIGTERM, b'old'))
-        self.assertFalse((WORK / 'kept.y4m.part').exists())
+        for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP, signal.SIGQUIT):
+            with subprocess.Popen([COMMAND, 'export', media, '-o', out], stderr=subprocess.PIPE, text=True) as process:
+                while not list(WORK.glob('.vexmora-*')) and process.poll() is None:
+                    time.sleep(0.001)
+                process.send_signal(number)
+                self.assertIn('interrupted', process.communicate(timeout=60)[1])
+            self.assertEqual((process.returncode, out.read_bytes()), (-number, b'old'))
+            self.assertEqual(list(WORK.glob('.vexmora-*')), [])
 
 
 class Sheets(Case):

@@ -1,8 +1,11 @@
 // Files written under another name and then renamed.
 #include "files/OutputFile.h"
 
+#include <fmt/core.h>
+
 #include <cerrno>
 #include <filesystem>
+#include <random>
 #include <system_error>
 #include <utility>
 
@@ -29,9 +32,25 @@ void RefuseToReplace(const std::string& inSource, const std::string& inPath) {
     }
 }
 
+/// Makes a file beside inPath; null and errno when it cannot. Only a name that nothing has is taken: neither
+/// a file nor what a link points to is ever written over.
+std::FILE* CreateBeside(const std::string& inPath, std::string& outName) {
+    constexpr unsigned kMostTries = 100;
+    const std::filesystem::path folder = std::filesystem::path(inPath).parent_path();
+    std::random_device random;
+    std::FILE* stream = nullptr;
+    for (unsigned tries = 0; stream == nullptr && tries < kMostTries; ++tries) {
+        outName = (folder / fmt::format(".vexmora-{:08x}.part", random())).native();
+        stream = std::fopen(outName.c_str(), "wbx");
+        if (stream == nullptr && errno != EEXIST) break;
+    }
+    return stream;
+}
+
 }  // namespace
 
-OutputFile::OutputFile(const std::string& inPath, const std::string& inSource) : mPath(inPath) {
+OutputFile::OutputFile(const std::string& inPath, const std::string& inSource)
+    : mPath(inPath), mSource(inSource) {
     if (IsStandardOutput()) {
         if (StandardOutputIsTerminal()) {
             throw CommandError(ExitStatus::Usage, "standard output", "is a terminal, which cannot show this",
@@ -39,21 +58,25 @@ OutputFile::OutputFile(const std::string& inPath, const std::string& inSource) :
         }
         return;
     }
-    const std::string place = IsWrittenInPlace(mPath) ? mPath : mPath + ".part";
     RefuseToReplace(inSource, mPath);
-    RefuseToReplace(inSource, place);
-    mTemporary = place;
-    mStream = std::fopen(mTemporary.c_str(), "wb");
+    if (IsWrittenInPlace(mPath)) {
+        mStream = std::fopen(mPath.c_str(), "wb");
+    } else {
+        std::string name;
+        mStream = CreateBeside(mPath, name);
+        if (mStream != nullptr) mTemporary = std::move(name);
+    }
     if (mStream == nullptr) ThrowLastError();
 }
 
 OutputFile::~OutputFile() {
     if (mStream != nullptr) std::fclose(mStream);
     std::error_code ignored;  // it is no use to anybody, but does no harm either
-    if (!mTemporary.empty() && mTemporary != mPath) std::filesystem::remove(mTemporary, ignored);
+    if (!mTemporary.empty()) std::filesystem::remove(mTemporary, ignored);
 }
 
 void OutputFile::Write(const void* inData, std::size_t inBytes) {
+    InterruptGuard::Check(mSource);
     if (IsStandardOutput()) {
         WriteOutput({static_cast<const char*>(inData), inBytes});
     } else if (std::fwrite(inData, 1, inBytes, mStream) != inBytes) {
@@ -65,11 +88,11 @@ void OutputFile::Commit() {
     if (IsStandardOutput()) return FlushOutput();
     if (std::fflush(mStream) != 0) ThrowLastError();
     if (std::fclose(std::exchange(mStream, nullptr)) != 0) ThrowLastError();
-    if (mTemporary != mPath) {
-        std::error_code error;
-        std::filesystem::rename(mTemporary, mPath, error);
-        if (error) throw CommandError::FromSystem(mPath, error);
-    }
+    InterruptGuard::Check(mSource);
+    if (mTemporary.empty()) return;
+    std::error_code error;
+    std::filesystem::rename(mTemporary, mPath, error);
+    if (error) throw CommandError::FromSystem(mPath, error);
     mTemporary.clear();
 }
 

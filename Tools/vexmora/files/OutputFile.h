@@ -6,10 +6,13 @@
 #include <string>
 #include <string_view>
 
+#include "terminal/Interrupt.h"
+
 namespace VexmoraCommand {
 
-/// Written beside its place and put there by Commit: what was there before stays until then, and nothing is
-/// left of a file that is not committed.
+/// Written beside its place under a name of its own and put there by Commit: what was there before stays
+/// until then, and nothing is left of a file that is not committed, nor when a signal asks the process to
+/// end.
 class OutputFile {
   public:
     /// @param inPath "-" for standard output. @param inSource the file that is read meanwhile. Throws
@@ -19,7 +22,8 @@ class OutputFile {
     OutputFile(const OutputFile&) = delete;
     OutputFile& operator=(const OutputFile&) = delete;
 
-    /// Throws CommandError (Failed), and OutputClosed when the reader of standard output is gone.
+    /// Throws CommandError (Failed), Interrupted, and OutputClosed when the reader of standard output is
+    /// gone.
     void Write(const void* inData, std::size_t inBytes);
     void Write(std::string_view inText) { Write(inText.data(), inText.size()); }
     /// Hands everything to the system and gives the file its name. Throws as Write does.
@@ -30,7 +34,9 @@ class OutputFile {
   private:
     [[noreturn]] void ThrowLastError() const;
 
+    InterruptGuard mInterrupt;  // the first member: until the others are gone
     const std::string mPath;
+    const std::string mSource;
     std::string mTemporary;  // empty when there is none to be removed
     std::FILE* mStream = nullptr;
 };

@@ -1,6 +1,9 @@
 // Writing to standard output with every failure noticed.
 #include "files/StandardOutput.h"
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstdio>
 
@@ -17,6 +20,13 @@ namespace {
 }
 
 }  // namespace
+
+bool IsStandardOutput(const std::string& inPath) {
+    struct stat file {};
+    struct stat output {};
+    return stat(inPath.c_str(), &file) == 0 && fstat(STDOUT_FILENO, &output) == 0 &&
+           file.st_dev == output.st_dev && file.st_ino == output.st_ino;
+}
 
 void WriteOutput(std::string_view inText) {
     if (std::fwrite(inText.data(), 1, inText.size(), stdout) != inText.size()) ThrowLastError();

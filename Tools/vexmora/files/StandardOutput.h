@@ -1,12 +1,16 @@
 // Standard output whose failures are noticed: a full disk never passes for success.
 #pragma once
 
+#include <string>
 #include <string_view>
 
 namespace VexmoraCommand {
 
 /// Thrown when whoever read standard output has closed it: no reason for a message, but for stopping.
 struct OutputClosed {};
+
+/// Whether standard output goes to the file inPath.
+bool IsStandardOutput(const std::string& inPath);
 
 /// Writes text; throws CommandError, or OutputClosed when the reader is gone.
 void WriteOutput(std::string_view inText);

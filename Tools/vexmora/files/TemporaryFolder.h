@@ -4,9 +4,12 @@
 #include <string>
 #include <string_view>
 
+#include "terminal/Interrupt.h"
+
 namespace VexmoraCommand {
 
-/// Made empty in the system's folder for temporary files, removed with all that is in it.
+/// Made empty in the system's folder for temporary files, removed with all that is in it, also when a signal
+/// asks the process to end.
 class TemporaryFolder {
   public:
     /// @param inName what its name begins with. Throws CommandError.
@@ -18,6 +21,7 @@ class TemporaryFolder {
     const std::string& Path() const { return mPath; }
 
   private:
+    InterruptGuard mInterrupt;
     std::string mPath;
 };
 

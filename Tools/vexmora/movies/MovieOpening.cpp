@@ -8,6 +8,7 @@
 
 #include "CommandError.h"
 #include "files/InputFile.h"
+#include "files/StandardOutput.h"
 #include "reports/UnsupportedReason.h"
 #include "terminal/Interrupt.h"
 #include "terminal/ProgressBar.h"
@@ -46,6 +47,10 @@ CommandError Explain(const std::string& inFile, InputFile& ioInput, const Vexmor
 
 VexmoraHost::Movie OpenMovie(const std::string& inFile, const OpeningOptions& inOptions) {
     InputFile input(inFile);
+    if (IsStandardOutput(inFile)) {
+        throw CommandError(ExitStatus::Usage, "standard output", "is the file that is read",
+                           "send the output somewhere else");
+    }
     std::optional<Indexing> indexing;
     const auto onProgress = [&](std::uint64_t inDone, std::uint64_t inTotal) {
         if (!indexing) indexing.emplace(inFile, inOptions.quiet);
@@ -53,7 +58,7 @@ VexmoraHost::Movie OpenMovie(const std::string& inFile, const OpeningOptions& in
         return InterruptGuard::Signal() == 0;
     };
     const auto throwIfInterrupted = [&] {
-        if (indexing && InterruptGuard::Signal() != 0) throw Interrupted{InterruptGuard::Signal(), inFile};
+        if (indexing) InterruptGuard::Check(inFile);
     };
     try {
         Movie movie = Movie::Open(

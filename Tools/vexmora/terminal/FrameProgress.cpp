@@ -8,7 +8,7 @@ FrameProgress::FrameProgress(const std::string& inFile, std::uint64_t inFrames, 
 
 void FrameProgress::Step() {
     mProgress.Update(++mDone, mFrames);
-    if (InterruptGuard::Signal() != 0) throw Interrupted{InterruptGuard::Signal(), mFile};
+    InterruptGuard::Check(mFile);
 }
 
 }  // namespace VexmoraCommand

@@ -9,10 +9,12 @@ namespace VexmoraCommand {
 
 namespace {
 
-constexpr std::array kSignals = {SIGINT, SIGTERM, SIGHUP};
+constexpr std::array kSignals = {SIGINT, SIGTERM, SIGHUP, SIGQUIT};
 
-// Written by the signal handler and by InterruptGuard's constructor, read by the one thread of the command.
+// Written by the signal handler and by the first InterruptGuard's constructor, read by the command's main
+// thread, which alone counts the guards.
 volatile std::sig_atomic_t gSignal = 0;
+unsigned gGuards = 0;
 
 extern "C" void RememberSignal(int inSignal) {
     gSignal = inSignal;
@@ -22,6 +24,7 @@ extern "C" void RememberSignal(int inSignal) {
 }  // namespace
 
 InterruptGuard::InterruptGuard() {
+    if (gGuards++ > 0) return;
     gSignal = 0;
     for (const int number : kSignals) {
         if (std::signal(number, RememberSignal) == SIG_IGN) std::signal(number, SIG_IGN);
@@ -29,6 +32,7 @@ InterruptGuard::InterruptGuard() {
 }
 
 InterruptGuard::~InterruptGuard() {
+    if (--gGuards > 0) return;
     for (const int number : kSignals) {
         if (std::signal(number, SIG_DFL) == SIG_IGN) std::signal(number, SIG_IGN);
     }
@@ -36,6 +40,10 @@ InterruptGuard::~InterruptGuard() {
 
 int InterruptGuard::Signal() {
     return gSignal;
+}
+
+void InterruptGuard::Check(const std::string& inFile) {
+    if (gSignal != 0) throw Interrupted{gSignal, inFile};
 }
 
 void EndBySignal(int inSignal) {

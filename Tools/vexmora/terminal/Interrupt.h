@@ -13,8 +13,9 @@ struct Interrupted {
     std::string file;
 };
 
-/// While one lives, the first SIGINT, SIGTERM or SIGHUP is only remembered; the same signal a second time
-/// ends the process at once. Signals that were ignored stay ignored. One at a time.
+/// While one lives, the first SIGINT, SIGTERM, SIGHUP or SIGQUIT is only remembered; the same signal a second
+/// time ends the process at once. Signals that were ignored stay ignored. Several may live at once, on one
+/// thread.
 class InterruptGuard {
   public:
     InterruptGuard();
@@ -24,6 +25,8 @@ class InterruptGuard {
 
     /// The signal that came, or 0.
     static int Signal();
+    /// Throws Interrupted with inFile when one came.
+    static void Check(const std::string& inFile);
 };
 
 /// Ends the process as inSignal does by itself, so that the shell knows why (status 128 + inSignal there).

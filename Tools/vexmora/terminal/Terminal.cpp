@@ -1,4 +1,4 @@
-// The terminal at standard error. The command's only file with operating-system headers.
+// The terminal at standard error.
 #include "terminal/Terminal.h"
 
 #include <sys/ioctl.h>
