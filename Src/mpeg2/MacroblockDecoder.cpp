@@ -42,7 +42,10 @@ template <DecodeScale kScale>
 DecodeStatus MacroblockDecoder<kScale>::DecodeMacroblock() {
     const std::int64_t bytesLeft = mReader.BytesLeft();
     if (bytesLeft == 0) return DecodeStatus::Ok;
-    if (bytesLeft < 0) return DecodeStatus::InvalidData;
+    if (bytesLeft < 0) {
+        MoveToFault();
+        return DecodeStatus::InvalidData;
+    }
 
     Header header;
     DecodeStatus status = ReadHeader(header);
@@ -62,7 +65,10 @@ template <DecodeScale kScale>
     HeaderBits bits(mReader.Bits());
     std::int64_t increment = 0;
     DecodeStatus status = ReadAddressIncrement(bits, increment);
-    if (status != DecodeStatus::Ok) return status;
+    if (status != DecodeStatus::Ok) {
+        MoveToFault();
+        return status;
+    }
     status = Advance(increment);
     if (status != DecodeStatus::Ok) return status;
     status = ReadModes(bits, outHeader);
@@ -115,11 +121,14 @@ DecodeStatus MacroblockDecoder<kScale>::ReadAddressIncrement(HeaderBits& ioBits,
 template <DecodeScale kScale>
 DecodeStatus MacroblockDecoder<kScale>::Advance(std::int64_t inIncrement) {
     const std::int64_t address = mAddress + inIncrement;
+    if (address < 0 || address >= mEndAddress) {
+        MoveToFault();
+        return DecodeStatus::InvalidData;
+    }
     if (inIncrement != 1 && !mIsFirst) {
-        const DecodeStatus status = ReconstructSkipped(std::min(address, mEndAddress));
+        const DecodeStatus status = ReconstructSkipped(address);
         if (status != DecodeStatus::Ok) return status;
     }
-    if (address < 0 || address >= mEndAddress) return DecodeStatus::InvalidData;
     MoveTo(address);
     mIsFirst = false;
     return DecodeStatus::Ok;
@@ -146,6 +155,13 @@ void MacroblockDecoder<kScale>::MoveTo(std::int64_t inAddress) {
     }
     mAddress = inAddress;
     mKnowsPosition = true;
+}
+
+// A macroblock whose address cannot be told stands for the one behind the last. Where the slice may not reach
+// that one, the last one shows the damage.
+template <DecodeScale kScale>
+void MacroblockDecoder<kScale>::MoveToFault() {
+    if (mKnowsPosition) MoveTo(std::min(mAddress + 1, mEndAddress - 1));
 }
 
 template <DecodeScale kScale>

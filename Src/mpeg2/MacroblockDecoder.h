@@ -55,6 +55,7 @@ class MacroblockDecoder {
     DecodeStatus ReadIntraVectors(HeaderBits& ioBits);
     DecodeStatus ReadVectors(HeaderBits& ioBits, Prediction& ioPrediction);
     void MoveTo(std::int64_t inAddress);
+    [[gnu::noinline]] void MoveToFault();
 
     const PictureContext& mPicture;
     const std::uint32_t mPictureType;

@@ -30,6 +30,7 @@ const Case kCases[] = {
     {"slices that failed", {"wR..", "R...", "www.", "wwww"}, 8},
     {"the last slice of a picture without later ones", {"wwwR", "....", "....", "...."}, 9},
     {"a slice that failed at its end", {"wwwR", "wwww", "wwww", "wwww"}, 1},
+    {"a red that the reference has", {"wwww", "wwwR", "wwww", "wwww"}, 0},
     {"and at the end of the picture", {"wwww", "wwww", "wwwR", "...."}, 1},
     {"a red picture", {"RRRR", "RRRR", "RRRR", "RRRR"}, 0},
     {"red areas", {"wRww", "wwRR", "RRwR", "wwww"}, 0},
@@ -109,6 +110,7 @@ TEST_P(DamageDetection, FailuresAreCountedAndConcealed) {
     Planes reference(mLayout);
     std::generate(reference.bytes.begin(), reference.bytes.end(),
                   [this] { return static_cast<std::uint8_t>(mRandom()); });
+    Decode('R', reference.planes, 1, 3);
     for (const Case& testCase : kCases) {
         for (const bool hasReference : {true, false}) {
             SCOPED_TRACE(testCase.name);
@@ -122,7 +124,8 @@ TEST_P(DamageDetection, FailuresAreCountedAndConcealed) {
             Planes decoded(mLayout);
             decoded.bytes = picture.bytes;
             const FramePlanes concealment = hasReference ? reference.planes : FramePlanes{};
-            EXPECT_EQ(ConcealFailures(mLayout, concealment, picture.planes), testCase.failures);
+            EXPECT_EQ(ConcealFailures(mLayout, concealment, {reference.planes, {}}, picture.planes),
+                      testCase.failures);
             for (std::size_t row = 0; row < 4; ++row) {
                 for (std::size_t column = 0; column < 4; ++column) {
                     const char what = testCase.rows[row][column];
@@ -142,7 +145,7 @@ TEST_P(DamageDetection, ClippedPatternsAreNoMarks) {
         for (std::size_t i = 0; i < picture.bytes.size(); ++i) {
             picture.bytes[i] = static_cast<int>(i) / period % 2 == 0 ? 0 : 255;
         }
-        EXPECT_EQ(ConcealFailures(mLayout, {}, picture.planes), 0u) << period;
+        EXPECT_EQ(ConcealFailures(mLayout, {}, {}, picture.planes), 0u) << period;
     }
 }
 

@@ -105,13 +105,16 @@ class Macroblocks {
     }
 
     // Step 3, for one that was written.
-    bool IsFailed(std::size_t inRow, std::size_t inColumn) const {
+    template <typename References>
+    bool IsFailed(const References& inReferences, std::size_t inRow, std::size_t inColumn) const {
         const bool isLast = inColumn + 1 == mLayout.columns;
         const bool isFollowed =
             isLast ? inRow + 1 < mLayout.rows && IsUnwritten(inRow + 1, 0) : IsUnwritten(inRow, inColumn + 1);
         if (isFollowed) return IsRed(inRow, inColumn);
-        return isLast && IsRed(inRow, inColumn) && !(inColumn > 0 && IsRed(inRow, inColumn - 1)) &&
-               !(inRow > 0 && IsRed(inRow - 1, inColumn)) &&
+        const auto isRedThere = [=](const Macroblocks& in) { return in.IsRed(inRow, inColumn); };
+        return isLast && IsRed(inRow, inColumn) &&
+               std::none_of(inReferences.begin(), inReferences.end(), isRedThere) &&
+               !(inColumn > 0 && IsRed(inRow, inColumn - 1)) && !(inRow > 0 && IsRed(inRow - 1, inColumn)) &&
                !(inRow + 1 < mLayout.rows && IsRed(inRow + 1, inColumn));
     }
 
@@ -151,8 +154,8 @@ class Macroblocks {
     }
 
     bool IsRed(std::size_t inRow, std::size_t inColumn) const {
-        return IsFilled(kCr, inRow, inColumn, kErrorCr) && IsFilled(kCb, inRow, inColumn, kErrorCb) &&
-               IsFilled(kLuma, inRow, inColumn, kErrorLuma);
+        return mPlanes[kLuma].samples != nullptr && IsFilled(kCr, inRow, inColumn, kErrorCr) &&
+               IsFilled(kCb, inRow, inColumn, kErrorCb) && IsFilled(kLuma, inRow, inColumn, kErrorLuma);
     }
 
     bool IsFilled(Component inComponent, std::size_t inRow, std::size_t inColumn,
@@ -178,9 +181,12 @@ void MarkMacroblocks(const PictureLayout& inLayout, const Vexmora::FramePlanes& 
     Macroblocks(inLayout, outPlanes).Mark();
 }
 
-std::uint32_t ConcealFailures(const PictureLayout& inLayout, const Vexmora::FramePlanes& inReference,
+std::uint32_t ConcealFailures(const PictureLayout& inLayout, const Vexmora::FramePlanes& inConcealment,
+                              const std::array<Vexmora::FramePlanes, 2>& inReferences,
                               const Vexmora::FramePlanes& ioPlanes) {
-    const Macroblocks reference(inLayout, inReference);
+    const Macroblocks concealment(inLayout, inConcealment);
+    const std::array references{Macroblocks(inLayout, inReferences[0]),
+                                Macroblocks(inLayout, inReferences[1])};
     Macroblocks picture(inLayout, ioPlanes);
     const bool hasUnwritten = picture.FindUnwritten();
     std::uint32_t failures = 0;
@@ -189,8 +195,8 @@ std::uint32_t ConcealFailures(const PictureLayout& inLayout, const Vexmora::Fram
         for (std::size_t column = hasUnwritten ? 0 : inLayout.columns - 1; column < inLayout.columns;
              ++column) {
             const bool isUnwritten = picture.IsUnwritten(row, column);
-            if (row < inLayout.rows && (isUnwritten || picture.IsFailed(row, column))) ++failures;
-            if (isUnwritten) picture.Conceal(reference, row, column);
+            if (row < inLayout.rows && (isUnwritten || picture.IsFailed(references, row, column))) ++failures;
+            if (isUnwritten) picture.Conceal(concealment, row, column);
         }
     }
     return failures;

@@ -9,12 +9,13 @@
 // 3. A macroblock in which a slice failed is red (Y 81, Cb 90, Cr 239) throughout, and the slice ends there.
 //    A picture may show the same red, so this is believed only where it has a consequence: the next
 //    macroblock in coding order was not written. A slice that failed at the end of its row leaves none; there
-//    the macroblock must stand alone, with none of its neighbours red. (So one that fails there within a
-//    red area is missed.)
+//    the macroblock must stand alone, with none of its neighbours red, and with no reference red at its
+//    place, from which it could have been predicted. (So one that fails there within a red area is missed.)
 // 4. Macroblocks that were not written show the samples of a reference picture afterwards, so that no mark is
 //    ever seen or predicted from.
 #pragma once
 
+#include <array>
 #include <cstdint>
 
 #include "Vexmora/FileInfo.h"
@@ -26,9 +27,11 @@ namespace VexmoraHost {
 void MarkMacroblocks(const PictureLayout& inLayout, const Vexmora::FramePlanes& outPlanes);
 
 /// Steps 2 to 4 for a picture that was decoded over the marks.
-/// @param inReference planes of the same layout to conceal with; null planes for mid grey.
+/// @param inConcealment planes of the same layout to conceal with; null planes for mid grey.
+/// @param inReferences planes that the picture was predicted from, or null planes.
 /// @return macroblocks of the visible picture that failed or were not written. Throws std::bad_alloc.
-std::uint32_t ConcealFailures(const PictureLayout& inLayout, const Vexmora::FramePlanes& inReference,
+std::uint32_t ConcealFailures(const PictureLayout& inLayout, const Vexmora::FramePlanes& inConcealment,
+                              const std::array<Vexmora::FramePlanes, 2>& inReferences,
                               const Vexmora::FramePlanes& ioPlanes);
 
 /// Makes the whole picture that of inReference; mid grey where that has null planes.

@@ -60,7 +60,7 @@ SharedPicture PictureDecoder::Make(Vexmora_Handle inHandle, const PictureTask& i
                                          &output, modes.mode, modes.subMode);
     }
     if (damage.status == Vexmora_Ok) {
-        damage.macroblocks = ConcealFailures(mLayout, concealment, output);
+        damage.macroblocks = ConcealFailures(mLayout, concealment, references, output);
     } else {
         damage.macroblocks = mLayout.Macroblocks();
         ConcealAll(mLayout, concealment, output);
