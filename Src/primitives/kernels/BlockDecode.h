@@ -126,11 +126,13 @@ PrimitiveStatus DecodeRunLevels(BitCursor<kWords>& ioBits, const AcCoding& inCod
                 index = next + RunOf(entry);
                 length = entry & 0xFF;
             }
-            if (RunOf(entry) == kRunEscape) {  // 6 bits of run, 12 of level; levels 0 and -2048 are forbidden
+            // 6 bits of run, 12 of level. Levels 0 and -2048 are forbidden, but do no harm; other decoders
+            // take them, too.
+            const bool isEscape = RunOf(entry) == kRunEscape;
+            if (isEscape) {
                 index = next + ioBits.Show(length, 6);
                 level = static_cast<std::int32_t>(ioBits.Show(length + 6, 12) << 20) >> 20;
                 length += 6 + 12;
-                if (level == 0 || level == kMinimum) status = PrimitiveStatus::BadCode;
             }
             if (RunOf(entry) == kRunNoCode) status = PrimitiveStatus::BadCode;
             ioBits.Skip(length);
@@ -138,6 +140,10 @@ PrimitiveStatus DecodeRunLevels(BitCursor<kWords>& ioBits, const AcCoding& inCod
             if (index >= kCoefficients) {
                 status = PrimitiveStatus::TooManyCoefficients;
                 return false;
+            }
+            if (isEscape && level == 0) {
+                next = index + 1;
+                return true;
             }
         }
         next = index + 1;
