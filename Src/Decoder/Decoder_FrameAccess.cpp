@@ -132,7 +132,7 @@ DecodeStatus Decoder::DecodePicture(const CountedRef<CodedPictureBuffer>& inBuff
     if (ParsePictureHeader(ioReader, mParameters) != Vexmora_Ok) return DecodeStatus::InvalidData;
     mParameters.secondField = mParameters.secondField && CompletesFrame(mParameters);
     if (picture.IsFrame()) return DecodeFramePicture(picture, inBuffer, ioReader);
-    const DecodeStatus status = DecodeFieldPicture(picture, ioReader);
+    const DecodeStatus status = DecodeFieldPicture(picture, inBuffer, ioReader);
     if (!mParameters.secondField) mParameters.firstField = mParameters.picture;
     mParameters.secondField = !mParameters.secondField;
     return status;

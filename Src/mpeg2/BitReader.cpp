@@ -55,6 +55,13 @@ std::int32_t BitReader::NextStartCode() {
     return static_cast<std::int32_t>(record->code);
 }
 
+void BitReader::PassSlice() {
+    for (const StartCodeRecord* record = NextRecord(); record != nullptr; record = NextRecord()) {
+        ++mNextCode;
+        if (IsSliceStartCode(record->code)) return;
+    }
+}
+
 void BitReader::UngetStartCode() {
     if (mNextCode == 0) return;
     --mNextCode;

@@ -61,6 +61,8 @@ class BitReader {
     static constexpr std::int32_t kNoStartCode = -1;
     /// Moves behind the next start code and returns it, or kNoStartCode without moving.
     std::int32_t NextStartCode();
+    /// Makes the start code behind the next slice's the next one, without moving.
+    void PassSlice();
     /// Moves behind the start code before the next one, and makes it the next one again.
     void UngetStartCode();
 

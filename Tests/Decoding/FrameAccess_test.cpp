@@ -98,36 +98,52 @@ TEST_F(FrameAccess, EachWayOfNotGettingAPictureHasItsStatus) {
               Vexmora_Unsupported);
 }
 
-// The second macroblock of the first slice cannot be decoded: it is painted, the one before it stays.
+// The second macroblock of the first slice cannot be decoded: it is painted, the one before it stays, and the
+// row's second slice is decoded.
 TEST_F(FrameAccess, AMacroblockInErrorIsRedAtEveryScale) {
-    BitWriter slice;
-    slice.Put(32, 0x101).Put(5, 8).Put(1, 0);
-    slice.Put(1, 1).Put(1, 1);  // an intra macroblock
-    for (int block = 0; block < 6; ++block)
-        slice.Put(block < 4 ? 3 : 2, block < 4 ? 4 : 0).Put(2, 2);  // grey
-    slice.Put(1, 1).Put(2, 0).Put(6, 0x3F);                         // no macroblock_type
-    const Bytes picture = Join({PictureHeader(0, 1), PictureCodingExtension(), slice.Take(), SequenceEnd()});
+    const auto slice = [](unsigned inIncrementBits, unsigned inIncrement) {
+        BitWriter writer;
+        writer.Put(32, 0x101).Put(5, 8).Put(1, 0);
+        writer.Put(inIncrementBits, inIncrement).Put(1, 1);  // an intra macroblock
+        for (int block = 0; block < 6; ++block)
+            writer.Put(block < 4 ? 3 : 2, block < 4 ? 4 : 0).Put(2, 2);  // grey
+        return writer;
+    };
+    const struct {
+        unsigned bits;
+        unsigned fault;
+    } kFaults[] = {{9, 0b1'00'111111},                      // no macroblock_type
+                   {11, 0b000'0000'0001},                   // no macroblock_address_increment
+                   {23, 0b0000'0001'000'0000'0001'000'1}};  // 33 and 33 and 1 leave the picture
     std::uint8_t* buffer = nullptr;
-    for (const Scale& scale : {kFullSize, kHalfWidth, kQuarterSize}) {
-        Vexmora_CloseFile(mHandle);
-        ASSERT_EQ(Vexmora_OpenBufferInstance(mHost.Services(), 65536, &mHandle, &buffer), Vexmora_Ok);
-        const Bytes data = Join({VideoHeaders(), picture});
-        std::memcpy(buffer, data.data(), data.size());
-        std::fill(mPicture.luma.begin(), mPicture.luma.end(), 7);
-        const FramePlanes output = mPicture.Planes();
-        EXPECT_EQ(Vexmora_GetFrameFromBuffer(mHandle, static_cast<std::uint32_t>(data.size()), 1, &kNoPlanes,
-                                             &kNoPlanes, &output, scale.mode, scale.subMode),
-                  Vexmora_NoSuchFrame);
-        const std::size_t width = 16 / scale.widthDivisor;
-        const std::size_t height = 16 / scale.heightDivisor;
-        EXPECT_EQ(mPicture.luma[width - 1], 128);
-        EXPECT_EQ(mPicture.luma[width], 81);
-        EXPECT_EQ(mPicture.luma[2 * width - 1], 81);
-        EXPECT_EQ(mPicture.luma[2 * width], 7);
-        EXPECT_EQ(mPicture.luma[(height - 1) * 128 + width], 81);
-        EXPECT_EQ(mPicture.luma[height * 128 + width], 7);
-        EXPECT_EQ(mPicture.cb[width / 2], 90);
-        EXPECT_EQ(mPicture.cr[width - 1], 239);
+    for (const auto& [bits, fault] : kFaults) {
+        const Bytes faulty = slice(1, 1).Put(bits, fault).Put(32, ~0u).Take();
+        const Bytes picture =
+            Join({PictureHeader(0, 1), PictureCodingExtension(), faulty, slice(4, 0b0011).Take(),
+                  SequenceEnd()});  // from the fourth macroblock on
+        for (const Scale& scale : kScales) {
+            SCOPED_TRACE(testing::PrintToString(scale) + ", " + std::to_string(fault));
+            Vexmora_CloseFile(mHandle);
+            ASSERT_EQ(Vexmora_OpenBufferInstance(mHost.Services(), 65536, &mHandle, &buffer), Vexmora_Ok);
+            const Bytes data = Join({VideoHeaders(), picture});
+            std::memcpy(buffer, data.data(), data.size());
+            std::fill(mPicture.luma.begin(), mPicture.luma.end(), 7);
+            const FramePlanes output = mPicture.Planes();
+            EXPECT_EQ(Vexmora_GetFrameFromBuffer(mHandle, static_cast<std::uint32_t>(data.size()), 1,
+                                                 &kNoPlanes, &kNoPlanes, &output, scale.mode, scale.subMode),
+                      Vexmora_NoSuchFrame);
+            const std::size_t width = 16 / scale.widthDivisor;
+            const std::size_t height = 16 / scale.heightDivisor;
+            EXPECT_EQ(mPicture.luma[width - 1], 128);
+            EXPECT_EQ(mPicture.luma[width], 81);
+            EXPECT_EQ(mPicture.luma[2 * width - 1], 81);
+            EXPECT_EQ(mPicture.luma[2 * width], 7);
+            EXPECT_EQ(mPicture.luma[3 * width], 128);
+            EXPECT_EQ(mPicture.luma[(height - 1) * 128 + width], 81);
+            EXPECT_EQ(mPicture.luma[height * 128 + width], 7);
+            EXPECT_EQ(mPicture.cb[width / 2], 90);
+            EXPECT_EQ(mPicture.cr[width - 1], 239);
+        }
     }
 }
 
