@@ -41,7 +41,7 @@ struct Way {
     /// Pictures are split over the processors.
     bool isParallel = false;
 };
-inline constexpr std::size_t kWays = 10;
+inline constexpr std::size_t kWays = 12;
 inline constexpr Way WayOf(std::size_t inNumber) {
     return {inNumber / 2, inNumber % 2 != 0};
 }

@@ -9,6 +9,8 @@
 namespace Vexmora::Test {
 namespace {
 
+constexpr std::int32_t kMostFrames = 12;
+
 // One recording of each kind.
 class Media {
   public:
@@ -68,14 +70,33 @@ void ExpectSense(Vexmora_Handle inHandle, const IndexHeader& inHeader, const Byt
     }
 }
 
+// The same index as a host hands it over by itself: all that the file holds.
+void ExpectSameWithoutFile(const UTF16String& inMedia, const HostServices& inServices, const Bytes& inFile,
+                           const Scale& inScale, const std::vector<VisitedFrames::Outcome>& inExpected) {
+    IndexHeader header;
+    std::memcpy(&header, inFile.data(), sizeof header);
+    std::vector<FrameRecord> records((inFile.size() - sizeof header) / sizeof(FrameRecord));
+    if (!records.empty()) {
+        std::memcpy(records.data(), inFile.data() + sizeof header, records.size() * sizeof(FrameRecord));
+    }
+    Vexmora_Handle handle = nullptr;
+    const Vexmora_Status status = Vexmora_OpenFileWithIndex(inMedia, inServices, header, records, &handle);
+    if (records.size() < header.recordCount) {
+        EXPECT_EQ(status, Vexmora_Unsupported);
+    } else {
+        EXPECT_EQ(status, Vexmora_Ok);
+        EXPECT_TRUE(VisitedFrames(handle, inScale, Edge::Begin).Visit(kMostFrames) == inExpected);
+    }
+    Vexmora_CloseFile(handle);
+}
+
 }  // namespace
 
 void FuzzOne(Choices& ioChoices) {
-    constexpr std::int32_t kMostFrames = 12;
     static const Media media;
     const std::uint8_t flags = ioChoices.Byte();
     const std::size_t kind = ioChoices.Below(Media::kKinds);
-    const Scale& scale = (flags & 1) != 0 ? kQuarterSize : kFullSize;
+    const Scale& scale = kScales[(flags & 1) != 0 ? 1 + flags / 4 % 2 : 0];
     Bytes file = ioChoices.Rest();
     if ((flags & 2) == 0) Believe(file);
     WriteAll(media.IndexPath(kind), file);
@@ -87,7 +108,8 @@ void FuzzOne(Choices& ioChoices) {
         Vexmora_OpenFile(ToUtf16(media.Path(kind)), host.Services(), &handle, &header, false);
     if (status == Vexmora_Ok) {
         ExpectSense(handle, header, file);
-        static_cast<void>(VisitedFrames(handle, scale, Edge::End).Visit(kMostFrames));
+        const auto frames = VisitedFrames(handle, scale, Edge::End).Visit(kMostFrames);
+        ExpectSameWithoutFile(ToUtf16(media.Path(kind)), host.Services(), file, scale, frames);
     } else {
         EXPECT_TRUE(status == Vexmora_NotFinished || status == Vexmora_Unsupported);
     }

@@ -107,11 +107,15 @@ void WriteSeeds(const Seeds& inSeeds, const fs::path& inFolder) {
         const std::uint8_t scale = number % 3;
         WriteSeed(inFolder / "indexers", name, {0, number, 0, number, 1, 2}, bytes);
         WriteSeed(inFolder / "splitters", name, {number, 255, number, 2, 0, 0, 0, 0, 1, number}, bytes);
+        if (bytes[0] == 0 && bytes[3] == 0xB3)
+            WriteSeed(inFolder / "headers", name, {0, 0},
+                      {bytes.begin(), bytes.begin() + std::min<std::ptrdiff_t>(600, std::ssize(bytes))});
         const IndexResult index = Index(bytes);
         WriteSeed(inFolder / "index_file", name, {0, scale}, IndexFileOf(index));
         if (index.header.width * index.header.height > kMostSamples) continue;
         WriteSeed(inFolder / "chain", name, {number, scale, 0}, bytes);
         const bool isElementary = bytes[0] == 0 && bytes[3] == 0xB3;
+        WriteSeed(inFolder / "movie", name, {scale, number}, bytes);
         if (isElementary) WriteSeed(inFolder / "decode", name, {number, scale, 0}, bytes);
     }
 }
