@@ -104,6 +104,17 @@ def inserted_bytes(random, media):
     return [Edit(at, at, random.randbytes(random.randint(1, MOST_BYTES)))]
 
 
+def changed_sizes(random, media):
+    """Width, height, aspect and rate in the stream's first header, or the bits of its extension."""
+    at = media.data.index(b'\0\0\1\xb3') + 4
+    extension = media.data.find(b'\0\0\1\xb5', at) + 4
+    edits = [Edit(at, at + 4, random.randbytes(4))] if random.random() < 0.8 else []
+    if random.random() < 0.4:
+        place = extension + random.randrange(6)
+        edits.append(Edit(place, place + 1, bytes((media.data[place] ^ 1 << random.randrange(8),))))
+    return edits
+
+
 def cut_short(random, media):
     return [Edit(somewhere(random, media), len(media.data))]
 
@@ -202,7 +213,7 @@ def with_splice(others):
     return spliced
 
 
-ANY = (flipped_bits, noise, zeros, dropped_bytes, repeated_bytes, inserted_bytes, cut_short, start_codes)
+ANY = (flipped_bits, noise, zeros, dropped_bytes, repeated_bytes, inserted_bytes, changed_sizes, cut_short, start_codes)
 PACKETS = (dropped_packets, scattered_packets, repeated_packets, reordered_packets, wrong_lengths)
 
 
