@@ -1,11 +1,9 @@
 // vexmora hash: one digest a frame, the same for every order of decoding.
 #include <fmt/core.h>
-#include <openssl/evp.h>
+#include <md5.h>
 
 #include <algorithm>
 #include <array>
-#include <memory>
-#include <new>
 #include <numeric>
 #include <random>
 
@@ -20,31 +18,19 @@ namespace VexmoraCommand {
 
 namespace {
 
-using Digest = std::array<unsigned char, 16>;
+using Digest = std::array<std::uint8_t, MD5_DIGEST_LENGTH>;
 
 /// MD5 of the samples as a raw planar file would hold them.
-class PictureDigest {
-  public:
-    Digest Of(const VexmoraHost::Picture& inPicture) {
-        Digest digest{};
-        Check(EVP_DigestInit_ex(mContext.get(), EVP_md5(), nullptr));
-        ForEachRow(inPicture, [this](const std::uint8_t* inRow, std::uint32_t inBytes) {
-            Check(EVP_DigestUpdate(mContext.get(), inRow, inBytes));
-        });
-        Check(EVP_DigestFinal_ex(mContext.get(), digest.data(), nullptr));
-        return digest;
-    }
-
-  private:
-    static void Check(int inResult) {
-        if (inResult != 1) {
-            throw CommandError(ExitStatus::Failed, "MD5", "the system's crypto library refuses it",
-                               "allow MD5 in its settings");
-        }
-    }
-
-    std::unique_ptr<EVP_MD_CTX, void (*)(EVP_MD_CTX*)> mContext{EVP_MD_CTX_new(), EVP_MD_CTX_free};
-};
+Digest DigestOf(const VexmoraHost::Picture& inPicture) {
+    MD5_CTX context;
+    MD5Init(&context);
+    ForEachRow(inPicture, [&](const std::uint8_t* inRow, std::uint32_t inBytes) {
+        MD5Update(&context, inRow, inBytes);
+    });
+    Digest digest{};
+    MD5Final(digest.data(), &context);
+    return digest;
+}
 
 /// Positions in the range, in the order in which they are to be decoded.
 std::vector<std::uint32_t> OrderOf(const HashOptions& inOptions, std::uint32_t inCount) {
@@ -71,7 +57,6 @@ ExitStatus RunHash(const HashOptions& inOptions) {
     VexmoraHost::Movie movie = OpenMovie(inOptions.file, inOptions.opening);
     const FrameRange range = ParseFrameRange(inOptions.range, inOptions.file, movie.Info().frameCount);
     std::vector<Digest> digests(range.Count());
-    PictureDigest digest;
     DamageSummary damage;
     {
         FrameProgress work(inOptions.file, range.Count(), inOptions.opening.quiet);
@@ -81,7 +66,7 @@ ExitStatus RunHash(const HashOptions& inOptions) {
             const std::uint32_t frame = range.first + position;
             const VexmoraHost::SharedPicture picture =
                 isRun ? run.Next() : movie.Frame(frame, inOptions.scale);
-            digests[position] = digest.Of(*picture);
+            digests[position] = DigestOf(*picture);
             damage.Note(frame, *picture);
             work.Step();
         }
