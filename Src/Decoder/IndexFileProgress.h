@@ -6,7 +6,7 @@
 #include <memory>
 
 #include "Indexer/Indexer.h"
-#include "Indexer/ThrowLatch.h"
+#include "Indexer/Indexer_ThrowLatch.h"
 #include "Orvet/File.h"
 #include "Orvet/MemoryRecycler.h"
 #include "Vexmora/HostServices.h"

@@ -5,9 +5,9 @@
 #include <cstdint>
 #include <vector>
 
+#include "Indexer/Indexer_StartCodeCarry.h"
 #include "Indexer/Indexer_State.h"
-#include "Indexer/StartCodeCarry.h"
-#include "Indexer/ThrowLatch.h"
+#include "Indexer/Indexer_ThrowLatch.h"
 #include "Vexmora/Records.h"
 #include "primitives/PrimitiveTable.h"
 

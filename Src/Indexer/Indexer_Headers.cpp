@@ -2,7 +2,7 @@
 // and the bytes that need not be scanned.
 #include "Contract/Contract.h"
 #include "Indexer/Indexer.h"
-#include "Indexer/PesHeader.h"
+#include "mpeg_system/PesHeader.h"
 
 namespace Vexmora {
 namespace {

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "Indexer/PesHeader.h"
+#include "mpeg_system/PesHeader.h"
 #include "primitives/StartCodeSearch.h"
 
 namespace Vexmora {

@@ -5,7 +5,7 @@
 #include <cstring>
 
 #include "Contract/Contract.h"
-#include "Indexer/PesHeader.h"
+#include "mpeg_system/PesHeader.h"
 
 namespace Vexmora {
 namespace {

@@ -1,5 +1,5 @@
 // Appending, dropping and locating carried bytes.
-#include "Indexer/StartCodeCarry.h"
+#include "Indexer/Indexer_StartCodeCarry.h"
 
 #include <algorithm>
 #include <cassert>
