@@ -6,20 +6,9 @@
 #include <cstdint>
 #include <vector>
 
+#include "mpeg_system/StartCodes.h"
+
 namespace Vexmora {
-
-// Start code values (ISO/IEC 13818-2, table 6-1) with their prefix.
-inline constexpr std::uint32_t kPictureStartCode = 0x100;
-inline constexpr std::uint32_t kFirstSliceStartCode = 0x101;
-inline constexpr std::uint32_t kLastSliceStartCode = 0x1AF;
-inline constexpr std::uint32_t kUserDataStartCode = 0x1B2;
-inline constexpr std::uint32_t kSequenceHeaderCode = 0x1B3;
-inline constexpr std::uint32_t kExtensionStartCode = 0x1B5;
-inline constexpr std::uint32_t kSequenceEndCode = 0x1B7;
-
-inline constexpr bool IsSliceStartCode(std::uint32_t inCode) {
-    return inCode >= kFirstSliceStartCode && inCode <= kLastSliceStartCode;
-}
 
 /// One start code, in terms of the buffer's 32-bit words in host order.
 struct StartCodeRecord {

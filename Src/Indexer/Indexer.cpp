@@ -2,12 +2,11 @@
 #include <algorithm>
 
 #include "Indexer/Indexer.h"
+#include "mpeg_system/StartCodes.h"
 #include "primitives/PrimitiveTable.h"
 
 namespace Vexmora {
 namespace {
-
-constexpr std::size_t kPrefixSize = 3;
 
 // Whether the last bytes of a piece are, or begin, the prefix of a start code.
 bool MayBePrefix(const std::uint8_t* inBytes, std::size_t inCount) {
@@ -99,8 +98,8 @@ void PureVideoIndexer::ScanPiece(const VideoPiece& inPiece, std::size_t inFrom) 
     mPacketPosition = inPiece.origin.packetPosition;
     std::size_t at = inFrom;
     std::size_t scanned = inFrom;
-    while (at + kPrefixSize <= inPiece.size && !mState.failed) {
-        at += mFindPrefix(inPiece.bytes + at, inPiece.size - at - kPrefixSize + 1);
+    while (at + kStartCodePrefixSize <= inPiece.size && !mState.failed) {
+        at += mFindPrefix(inPiece.bytes + at, inPiece.size - at - kStartCodePrefixSize + 1);
         if (at + mLimits.bytesInHand > inPiece.size) break;
         at += HandleStartCode(inPiece.bytes + at, inPiece.origin.position + at);
         scanned = at;

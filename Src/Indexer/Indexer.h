@@ -79,8 +79,7 @@ class PureVideoIndexer {
     /// Scans the next piece of the video, joined to what was held back.
     void FeedVideo(const VideoPiece& inPiece);
 
-    /// Position of the packet in which the start code being handled begins: RecordOffsetFor of streams in
-    /// packets.
+    /// Position of the packet in which the start code being handled begins.
     std::uint64_t PacketPosition() const { return mPacketPosition; }
 
     IndexerState mState;
@@ -116,6 +115,17 @@ class PureVideoIndexer {
     /// Bytes at the start of the next piece of the same unit that a header's length skips.
     std::uint64_t mSkipInUnit = 0;
     std::uint64_t mPacketPosition = 0;
+};
+
+/// Indexes a stream in packets: a record's offset is the position of the packet in which the picture's start
+/// code begins, transport packet or PES packet.
+class PacketIndexer : public PureVideoIndexer {
+  public:
+    PacketIndexer() = default;
+    std::uint64_t RecordOffsetFor(std::uint64_t) const final { return PacketPosition(); }
+
+  protected:
+    using PureVideoIndexer::PureVideoIndexer;
 };
 
 }  // namespace Vexmora

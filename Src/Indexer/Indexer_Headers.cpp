@@ -3,56 +3,44 @@
 #include "Contract/Contract.h"
 #include "Indexer/Indexer.h"
 #include "mpeg_system/PesHeader.h"
+#include "mpeg_system/StartCodes.h"
+#include "mpeg_system/VideoSyntax.h"
 
 namespace Vexmora {
 namespace {
 
-enum StartCode : std::uint8_t {
-    kPicture = 0x00,
-    kSequenceHeader = 0xB3,
-    kExtension = 0xB5,
-    kSequenceEnd = 0xB7,
-    kGroupOfPictures = 0xB8,
-};
-
-enum ExtensionId : std::uint8_t {
-    kSequenceExtension = 1,
-    kSequenceDisplayExtension = 2,
-    kPictureCodingExtension = 8,
-};
-
-constexpr std::uint32_t kStartCodeSize = 4;
+// Where the scan goes on behind a start code that needs no more: right behind it.
+constexpr std::uint32_t kPlainSkip = kStartCodeSize;
 constexpr std::uint32_t kPictureSkip = 5;
 constexpr std::uint32_t kSequenceDisplaySkip = 8;
 constexpr std::uint32_t kColourDescriptionSize = 3;
-constexpr unsigned kFramePicture = 3;
 
 }  // namespace
 
 std::uint32_t PureVideoIndexer::HandleStartCode(const std::uint8_t* inBuffer, std::uint64_t inPosition) {
-    Check(inBuffer[0] == 0 && inBuffer[1] == 0 && inBuffer[2] == 1, contracts::kAtStartCode);
-    switch (inBuffer[3]) {
-        case kPicture:
+    Check(IsStartCode(inBuffer), contracts::kAtStartCode);
+    switch (StartCodeAt(inBuffer)) {
+        case kPictureStartCode:
             RecordPicture(inBuffer, inPosition);
             return kPictureSkip;
-        case kSequenceHeader:
+        case kSequenceHeaderCode:
             CloseCurrentRecord(inPosition);
             if (!mState.sequenceSeen) ParseSequenceHeader(inBuffer);
-            return kStartCodeSize;
-        case kExtension:
-            return mState.sequenceSeen ? ParseExtension(inBuffer) : kStartCodeSize;
-        case kSequenceEnd:
+            return kPlainSkip;
+        case kExtensionStartCode:
+            return mState.sequenceSeen ? ParseExtension(inBuffer) : kPlainSkip;
+        case kSequenceEndCode:
             CloseCurrentRecord(inPosition);
-            return kStartCodeSize;
-        case kGroupOfPictures:
+            return kPlainSkip;
+        case kGroupStartCode:
             CloseCurrentRecord(inPosition);
             ParseGopHeader(inBuffer);
-            return kStartCodeSize;
-        case kAudioStreamId:
-        case kVideoStreamId:
+            return kPlainSkip;
+        case kAudioStreamCode:
+        case kVideoStreamCode:
             return ParsePesHeader(inBuffer);
         default:
-            return kStartCodeSize;
+            return kPlainSkip;
     }
 }
 
@@ -71,16 +59,16 @@ void PureVideoIndexer::ParseSequenceHeader(const std::uint8_t* inHeader) {
 
 std::uint32_t PureVideoIndexer::ParseExtension(const std::uint8_t* inExtension) {
     switch (inExtension[4] >> 4) {
-        case kSequenceExtension:
+        case kSequenceExtensionId:
             ParseSequenceExtension(inExtension);
-            return kStartCodeSize;
-        case kSequenceDisplayExtension:
+            return kPlainSkip;
+        case kSequenceDisplayExtensionId:
             return ParseSequenceDisplayExtension(inExtension);
-        case kPictureCodingExtension:
+        case kPictureCodingExtensionId:
             ParsePictureCodingExtension(inExtension);
-            return kStartCodeSize;
+            return kPlainSkip;
         default:
-            return kStartCodeSize;
+            return kPlainSkip;
     }
 }
 
@@ -164,12 +152,12 @@ void PureVideoIndexer::ParseGopHeader(const std::uint8_t* inHeader) {
 
 // A PES header in the middle of the video: a stream that was cut out of its packets carelessly.
 std::uint32_t PureVideoIndexer::ParsePesHeader(const std::uint8_t* inPacket) {
-    if (!IsMpeg2Pes(inPacket)) return kStartCodeSize;
-    if (AnnouncesPts(inPacket)) {
-        if (inPacket[3] == kVideoStreamId) {
-            mState.pendingPts = ReadPts(inPacket);
+    if (!IsMpeg2Pes(inPacket)) return kPlainSkip;
+    if (const auto pts = ReadPts({inPacket, kLookAhead})) {
+        if (StartCodeAt(inPacket) == kVideoStreamCode) {
+            mState.pendingPts = *pts;
         } else {
-            mState.audioPts.push_back(ReadPts(inPacket));
+            mState.audioPts.push_back(*pts);
         }
     }
     return PesHeaderSize(inPacket);

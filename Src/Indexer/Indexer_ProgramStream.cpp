@@ -5,20 +5,12 @@
 #include <cstring>
 
 #include "mpeg_system/PesHeader.h"
+#include "mpeg_system/StartCodes.h"
 #include "primitives/StartCodeSearch.h"
 
 namespace Vexmora {
 namespace {
 
-enum StreamId : std::uint8_t {
-    kProgramEnd = 0xB9,
-    kPackHeader = 0xBA,
-    kSystemHeader = 0xBB,
-    kStreamMap = 0xBC,
-};
-constexpr std::uint8_t kFirstPacketId = kProgramEnd;
-
-constexpr std::size_t kStartCodeSize = 4;
 constexpr std::uint64_t kPackHeaderSize = 14;
 constexpr std::uint64_t kPacketPrefixSize = 6;
 // The stream entries of a system header: 3 bytes each, the first of them the stream id.
@@ -26,18 +18,14 @@ constexpr std::uint64_t kSystemHeaderEntries = 12;
 constexpr std::uint64_t kSystemHeaderEntrySize = 3;
 
 bool IsPacketStart(const std::uint8_t* inBytes) {
-    return inBytes[0] == 0 && inBytes[1] == 0 && inBytes[2] == 1 && inBytes[3] >= kFirstPacketId;
-}
-
-bool IsVideo(std::uint8_t inStreamId) {
-    return kVideoStreamId <= inStreamId && inStreamId <= kLastVideoStreamId;
+    return IsStartCode(inBytes) && StartCodeAt(inBytes) >= kProgramEndCode;
 }
 
 std::uint64_t PacketLength(const std::uint8_t* inHeader) {
-    switch (inHeader[3]) {
-        case kProgramEnd:
+    switch (StartCodeAt(inHeader)) {
+        case kProgramEndCode:
             return kPackHeaderSize;
-        case kPackHeader:
+        case kPackStartCode:
             return kPackHeaderSize + (inHeader[13] & 7u);  // pack_stuffing_length
         default:
             return kPacketPrefixSize + (std::uint64_t{inHeader[4]} << 8 | inHeader[5]);
@@ -59,10 +47,6 @@ bool ProgramStreamIndexer::ScanBuffer(const std::uint8_t* inBuffer, std::uint64_
         }
     }
     return !mState.failed;
-}
-
-std::uint64_t ProgramStreamIndexer::RecordOffsetFor(std::uint64_t) const {
-    return PacketPosition();
 }
 
 // Completes the start of a packet from the input and walks it. What is left of it when a short packet ends
@@ -112,23 +96,22 @@ void ProgramStreamIndexer::BeginPacket(Input& ioInput) {
         ioInput.Advance(1);
         return;
     }
-    const std::uint8_t streamId = header[3];
+    const std::uint32_t code = StartCodeAt(header);
     mPacketLength = mPacketRemaining = PacketLength(header);
     mIsReadingSystemHeader = false;
-    const bool hasPts = mPacketLength >= kPesHeaderSizeWithPts && IsMpeg2Pes(header) && AnnouncesPts(header);
-    if (IsVideo(streamId)) {
-        if (streamId != kVideoStreamId) mState.failed = true;
-        if (hasPts) mState.pendingPts = ReadPts(header);
+    const auto pts = ReadPts({header, std::min<std::uint64_t>(mPacketLength, kHeaderBytes)});
+    if (IsVideoStreamCode(code)) {
+        if (code != kVideoStreamCode) mState.failed = true;
+        if (pts) mState.pendingPts = *pts;
         mHeaderSkipRemaining = std::min<std::uint64_t>(PesHeaderSize(header), mPacketLength);
         mPayloadLength = mPacketLength - mHeaderSkipRemaining;
         mVideoPacketPosition = ioInput.position;
         mParseState = ParseState::VideoPacket;
         return;
     }
-    if (streamId == kSystemHeader && !mSystemHeaderSeen) BeginSystemHeader(header);
-    const bool isAudio =
-        streamId == kAudioStreamId || (streamId == kPrivateStream1Id && mAudioInPrivateStream1);
-    if (isAudio && hasPts) mState.audioPts.push_back(ReadPts(header));
+    if (code == kSystemHeaderStartCode && !mSystemHeaderSeen) BeginSystemHeader(header);
+    const bool isAudio = code == kAudioStreamCode || (code == kPrivateStream1Code && mAudioInPrivateStream1);
+    if (isAudio && pts) mState.audioPts.push_back(*pts);
     mParseState = ParseState::OtherPacket;
 }
 
@@ -173,7 +156,7 @@ void ProgramStreamIndexer::LookForPrivateAudio(const std::uint8_t* inBytes, std:
         const bool isEntry = at >= kSystemHeaderEntries &&
                              (at - kSystemHeaderEntries) % kSystemHeaderEntrySize == 0 &&
                              at + kSystemHeaderEntrySize <= mPacketLength;
-        if (isEntry && inBytes[i] == kPrivateStream1Id) mAudioInPrivateStream1 = true;
+        if (isEntry && (0x100u | inBytes[i]) == kPrivateStream1Code) mAudioInPrivateStream1 = true;
     }
 }
 

@@ -11,12 +11,9 @@
 namespace Vexmora {
 
 /// Walks the packets with a state machine that a buffer boundary may interrupt anywhere.
-class ProgramStreamIndexer final : public PureVideoIndexer {
+class ProgramStreamIndexer final : public PacketIndexer {
   public:
     bool ScanBuffer(const std::uint8_t* inBuffer, std::uint64_t inSize, std::uint64_t inPosition) override;
-
-    /// The video PES packet in which the start code begins.
-    std::uint64_t RecordOffsetFor(std::uint64_t inStartCodePosition) const override;
     bool IsProgramStream() const override { return true; }
 
   private:

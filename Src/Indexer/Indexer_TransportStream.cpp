@@ -6,17 +6,15 @@
 
 #include "Contract/Contract.h"
 #include "mpeg_system/PesHeader.h"
+#include "mpeg_system/StartCodes.h"
 
 namespace Vexmora {
 namespace {
 
-constexpr std::uint32_t kProgramAssociationPid = 0;
-// Packets with reserved PIDs (ISO/IEC 13818-1, table 2-3) carry neither tables of ours nor video.
-constexpr std::uint32_t kFirstUsablePid = 16;
-constexpr std::uint32_t kLastUsablePid = 8190;
+// Packets with reserved PIDs carry neither tables of ours nor video.
+constexpr PidRange kUsablePids{16, 8190};
 // A payload must hold this much to tell what it starts.
 constexpr std::size_t kSmallestPesStart = 8;
-constexpr std::size_t kStartCodeSize = 4;
 
 const std::uint8_t* FindSync(const std::uint8_t* inBytes, std::size_t inCount) {
     return static_cast<const std::uint8_t*>(std::memchr(inBytes, kTransportStreamSyncByte, inCount));
@@ -43,11 +41,12 @@ bool TransportStreamIndexer::ScanBuffer(const std::uint8_t* inBuffer, std::uint6
             at += needed;
         } else if (mSyncState == SyncState::InStep && inBuffer[at] == kTransportStreamSyncByte) {
             Check(left >= kTransportPacketSize, contracts::kWholePacket);
+            const TransportPacket packet(inBuffer + at, kTransportPacketSize);
             // Most packets are the inside of a video PES packet.
-            if (IsPlainVideo(inBuffer + at)) {
-                FeedVideoPayload(inBuffer + at, kTransportStreamHeaderSize, inPosition + at);
+            if (IsPlainVideo(packet)) {
+                FeedVideoPayload(packet, kTransportStreamHeaderSize, inPosition + at);
             } else {
-                ProcessPacket(inBuffer + at, inPosition + at);
+                ProcessPacket(packet, inPosition + at);
             }
             at += kTransportPacketSize;
         } else {
@@ -58,10 +57,6 @@ bool TransportStreamIndexer::ScanBuffer(const std::uint8_t* inBuffer, std::uint6
         }
     }
     return !mState.failed;
-}
-
-std::uint64_t TransportStreamIndexer::RecordOffsetFor(std::uint64_t) const {
-    return PacketPosition();
 }
 
 // Fills the held packet, which ends at inEndPosition in the stream, and processes it if it is one; otherwise
@@ -75,7 +70,7 @@ void TransportStreamIndexer::CompletePacketBuffer(const std::uint8_t* inBytes, s
         mSyncState = SyncState::Searching;
     } else if (sync == mPacketBuffer.data()) {
         mSyncState = SyncState::InStep;
-        ProcessPacket(mPacketBuffer.data(), inEndPosition - kTransportPacketSize);
+        ProcessPacket(mPacketBuffer, inEndPosition - kTransportPacketSize);
     } else {
         mSyncState = SyncState::PartialHeld;
         mPacketFill = static_cast<std::size_t>(mPacketBuffer.data() + mPacketBuffer.size() - sync);
@@ -83,24 +78,16 @@ void TransportStreamIndexer::CompletePacketBuffer(const std::uint8_t* inBytes, s
     }
 }
 
-void TransportStreamIndexer::ProcessPacket(const std::uint8_t* inTransportPacket,
+void TransportStreamIndexer::ProcessPacket(TransportPacket inTransportPacket,
                                            std::uint64_t inPacketPosition) {
     Check(inTransportPacket[0] == kTransportStreamSyncByte, contracts::kProcessSyncByte);
-    Packet packet{inTransportPacket, inPacketPosition, kTransportStreamHeaderSize, 0};
-    const std::uint32_t pid = packet.Pid();
+    const std::uint32_t pid = PacketPid(inTransportPacket);
     if (pid == kProgramAssociationPid) return ParseProgramAssociation(inTransportPacket);
-    const bool transport_error_indicator = (inTransportPacket[1] & 0x80) != 0;
-    const bool hasContent = packet.HasAdaptationField() || packet.HasPayload();
-    if (transport_error_indicator || pid < kFirstUsablePid || pid > kLastUsablePid || !hasContent) return;
+    const bool hasContent = HasAdaptationField(inTransportPacket) || HasPayload(inTransportPacket);
+    if (IsDamaged(inTransportPacket) || !kUsablePids.Contains(pid) || !hasContent) return;
 
-    if (packet.HasAdaptationField()) {
-        const std::size_t adaptation_field_length = inTransportPacket[kTransportStreamHeaderSize];
-        packet.payloadOffset =
-            std::min(kTransportStreamHeaderSize + 1 + adaptation_field_length, kTransportPacketSize);
-    }
-    packet.payloadLength = kTransportPacketSize - packet.payloadOffset;
-
-    if (packet.payloadLength >= kSmallestPesStart && packet.StartsUnit()) {
+    const Packet packet{inTransportPacket, inPacketPosition, PayloadOffset(inTransportPacket)};
+    if (packet.Payload().size() >= kSmallestPesStart && StartsUnit(inTransportPacket)) {
         const bool streamsUnknown = mVideoPid == kUnknownPid && mAudioPid == kUnknownPid;
         if (streamsUnknown && pid == mPmtPid) return ParseProgramMap(inTransportPacket);
         if (NotePesStart(packet)) return;
@@ -111,15 +98,15 @@ void TransportStreamIndexer::ProcessPacket(const std::uint8_t* inTransportPacket
 // Learns the fallback streams and takes the audio's time stamps. True when the packet is audio and needs no
 // further look.
 bool TransportStreamIndexer::NotePesStart(const Packet& inPacket) {
-    const std::uint8_t* payload = inPacket.Payload();
-    if (payload[0] != 0 || payload[1] != 0 || payload[2] != 1) return false;
-    const std::uint32_t pid = inPacket.Pid();
-    const bool isVideo = kVideoStreamId <= payload[3] && payload[3] <= kLastVideoStreamId;
+    const std::uint8_t* payload = inPacket.Payload().data();
+    if (!IsStartCode(payload)) return false;
+    const std::uint32_t pid = PacketPid(inPacket.bytes);
+    const bool isVideo = IsVideoStreamCode(StartCodeAt(payload));
     if (isVideo && mVideoPid == kUnknownPid && mFallbackVideoPid == kUnknownPid) {
         mFallbackVideoPid = pid;
         LookForPlainVideo(pid);
     }
-    if (payload[3] != kAudioStreamId) return false;
+    if (StartCodeAt(payload) != kAudioStreamCode) return false;
 
     if (mAudioPid != kUnknownPid) {
         if (pid == mAudioPid) NoteAudioPts(inPacket);
@@ -132,48 +119,42 @@ bool TransportStreamIndexer::NotePesStart(const Packet& inPacket) {
 
 // Packets with reserved PIDs are passed over even if a table says that they are video.
 void TransportStreamIndexer::LookForPlainVideo(std::uint32_t inPid) {
-    const bool isUsable = kFirstUsablePid <= inPid && inPid <= kLastUsablePid;
-    mPlainVideoHeader = isUsable ? inPid << 8 | kPlainHeader : kNoPlainHeader;
+    mPlainVideoHeader = kUsablePids.Contains(inPid) ? inPid << 8 | kPlainHeader : kNoPlainHeader;
 }
 
 void TransportStreamIndexer::NoteAudioPts(const Packet& inPacket) {
-    const std::uint8_t* payload = inPacket.Payload();
-    if (inPacket.payloadLength >= kPesHeaderSizeWithPts && IsMpeg2Pes(payload) && AnnouncesPts(payload)) {
-        mState.audioPts.push_back(ReadPts(payload));
-    }
+    if (const auto pts = ReadPts(inPacket.Payload())) mState.audioPts.push_back(*pts);
 }
 
 void TransportStreamIndexer::ProcessVideo(const Packet& inPacket) {
-    const std::uint32_t pid = inPacket.Pid();
-    if ((pid != mVideoPid && pid != mFallbackVideoPid) || !inPacket.HasPayload()) return;
+    const std::uint32_t pid = PacketPid(inPacket.bytes);
+    if ((pid != mVideoPid && pid != mFallbackVideoPid) || !HasPayload(inPacket.bytes)) return;
 
-    const std::uint8_t* payload = inPacket.Payload();
-    const std::size_t length = inPacket.payloadLength;
+    const std::span<const std::uint8_t> payload = inPacket.Payload();
     std::size_t headerLength = 0;
-    if (inPacket.StartsUnit() && length >= kStartCodeSize && StartsStream(payload, kVideoStreamId)) {
+    if (StartsUnit(inPacket.bytes) && payload.size() >= kStartCodeSize && IsStartCode(payload.data()) &&
+        StartCodeAt(payload.data()) == kVideoStreamCode) {
         // A header that runs out of its packet leaves nothing to feed.
-        if (length < kPesSyntaxSize) return;
-        const bool isMpeg2 = IsMpeg2Pes(payload);
-        if (isMpeg2 && length < kPesFixedHeaderSize) return;
-        headerLength = isMpeg2 ? PesHeaderSize(payload) : kStartCodeSize;
-        if (isMpeg2 && AnnouncesPts(payload) && length >= kPesHeaderSizeWithPts) {
-            mState.pendingPts = ReadPts(payload);
-        }
+        if (payload.size() < kPesSyntaxSize) return;
+        const bool isMpeg2 = IsMpeg2Pes(payload.data());
+        if (isMpeg2 && payload.size() < kPesFixedHeaderSize) return;
+        headerLength = isMpeg2 ? PesHeaderSize(payload.data()) : kStartCodeSize;
+        if (const auto pts = ReadPts(payload)) mState.pendingPts = *pts;
     }
-    if (headerLength >= length) return;
+    if (headerLength >= payload.size()) return;
     FeedVideoPayload(inPacket.bytes, inPacket.payloadOffset + headerLength, inPacket.position);
 }
 
 // Feeds the packet from inOffsetOfPayload to its end.
-void TransportStreamIndexer::FeedVideoPayload(const std::uint8_t* inTransportPacket,
+void TransportStreamIndexer::FeedVideoPayload(TransportPacket inTransportPacket,
                                               std::size_t inOffsetOfPayload, std::uint64_t inPacketPosition) {
     Check(inTransportPacket[0] == kTransportStreamSyncByte, contracts::kFeedSyncByte);
     Check(inOffsetOfPayload >= kTransportStreamHeaderSize, contracts::kFeedPayloadOffset);
-    const std::size_t length = kTransportPacketSize - inOffsetOfPayload;
-    FeedVideo({inTransportPacket + inOffsetOfPayload,
-               length,
+    const std::span<const std::uint8_t> payload = inTransportPacket.subspan(inOffsetOfPayload);
+    FeedVideo({payload.data(),
+               payload.size(),
                {inPacketPosition + inOffsetOfPayload, inPacketPosition},
-               length,
+               payload.size(),
                true});
 }
 

@@ -7,22 +7,17 @@
 #include <cstdint>
 
 #include "Indexer/Indexer.h"
+#include "mpeg_system/TransportPacket.h"
 
 namespace Vexmora {
 
-inline constexpr std::size_t kTransportPacketSize = 188;
-inline constexpr std::uint8_t kTransportStreamSyncByte = 0x47;
-inline constexpr std::size_t kTransportStreamHeaderSize = 4;
-
 /// Finds the packets in buffers cut anywhere, chooses the streams once, and feeds the video's payload.
-class TransportStreamIndexer final : public PureVideoIndexer {
+class TransportStreamIndexer final : public PacketIndexer {
   public:
-    TransportStreamIndexer() : PureVideoIndexer(kTransportScan) {}
+    TransportStreamIndexer() : PacketIndexer(kTransportScan) {}
 
     bool ScanBuffer(const std::uint8_t* inBuffer, std::uint64_t inSize, std::uint64_t inPosition) override;
 
-    /// The transport packet in which the start code begins.
-    std::uint64_t RecordOffsetFor(std::uint64_t inStartCodePosition) const override;
     bool IsTransportStream() const override { return true; }
 
   private:
@@ -38,16 +33,11 @@ class TransportStreamIndexer final : public PureVideoIndexer {
 
     /// A packet in hand, its position in the stream and the part of it that is payload.
     struct Packet {
-        const std::uint8_t* bytes;
+        TransportPacket bytes;
         std::uint64_t position;
         std::size_t payloadOffset;
-        std::size_t payloadLength;
 
-        bool StartsUnit() const { return (bytes[1] & 0x40) != 0; }
-        std::uint32_t Pid() const { return (bytes[1] & 0x1Fu) << 8 | bytes[2]; }
-        bool HasAdaptationField() const { return (bytes[3] & 0x20) != 0; }
-        bool HasPayload() const { return (bytes[3] & 0x10) != 0; }
-        const std::uint8_t* Payload() const { return bytes + payloadOffset; }
+        std::span<const std::uint8_t> Payload() const { return bytes.subspan(payloadOffset); }
     };
 
     /// The bits of a packet's header that make it nothing but payload of a known stream, for a look at once:
@@ -55,7 +45,7 @@ class TransportStreamIndexer final : public PureVideoIndexer {
     static constexpr std::uint32_t kPlainHeaderMask = 0xDFFF30;
     static constexpr std::uint32_t kPlainHeader = 0x000010;
     static constexpr std::uint32_t kNoPlainHeader = 0xFFFFFFFF;
-    bool IsPlainVideo(const std::uint8_t* inPacket) const {
+    bool IsPlainVideo(TransportPacket inPacket) const {
         const std::uint32_t header =
             std::uint32_t{inPacket[1]} << 16 | std::uint32_t{inPacket[2]} << 8 | inPacket[3];
         return (header & kPlainHeaderMask) == mPlainVideoHeader;
@@ -63,15 +53,15 @@ class TransportStreamIndexer final : public PureVideoIndexer {
     void LookForPlainVideo(std::uint32_t inPid);
 
     void CompletePacketBuffer(const std::uint8_t* inBytes, std::size_t inCount, std::uint64_t inEndPosition);
-    void ProcessPacket(const std::uint8_t* inTransportPacket, std::uint64_t inPacketPosition);
+    void ProcessPacket(TransportPacket inTransportPacket, std::uint64_t inPacketPosition);
     bool NotePesStart(const Packet& inPacket);
     void NoteAudioPts(const Packet& inPacket);
     void ProcessVideo(const Packet& inPacket);
-    void FeedVideoPayload(const std::uint8_t* inTransportPacket, std::size_t inOffsetOfPayload,
+    void FeedVideoPayload(TransportPacket inTransportPacket, std::size_t inOffsetOfPayload,
                           std::uint64_t inPacketPosition);
 
-    void ParseProgramAssociation(const std::uint8_t* inPacket);
-    void ParseProgramMap(const std::uint8_t* inPacket);
+    void ParseProgramAssociation(TransportPacket inPacket);
+    void ParseProgramMap(TransportPacket inPacket);
     bool UseStream(std::uint8_t inStreamType, std::uint32_t inPid);
 
     std::uint32_t mAudioPid = kUnknownPid;

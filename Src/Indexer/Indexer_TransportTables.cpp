@@ -1,29 +1,14 @@
-// The program association and program map tables of a transport stream (ISO/IEC 13818-1, 2.4.4), read far
-// enough to choose the video and the audio.
+// The choice of the video and the audio from the program tables, and what irregular tables do to it.
 #include <algorithm>
 #include <atomic>
 
 #include "Indexer/Indexer_TransportStream.h"
+#include "mpeg_system/TransportTables.h"
 
 namespace Vexmora {
 namespace {
 
 constexpr std::uint8_t kProgramMapTableId = 2;
-// Both tables are taken to begin right behind a pointer_field of 0.
-constexpr std::size_t kTableStart = kTransportStreamHeaderSize + 1;
-constexpr std::size_t kAssociationEntries = kTableStart + 8;
-constexpr std::size_t kAssociationEntrySize = 4;
-constexpr std::size_t kMapEntries = kTableStart + 12;
-constexpr std::size_t kMapEntrySize = 5;
-// Bytes that section_length counts before and behind the entries (the latter the CRC).
-constexpr int kAssociationOverhead = 9;
-constexpr int kMapOverhead = 13;
-
-enum StreamType : std::uint8_t {
-    kMpeg2Video = 2,
-    kMpeg1Audio = 3,
-    kMpeg2Audio = 4,
-};
 
 // Irregularities in the map tables that this process has seen, in all streams; 10 at the most. While it is
 // below that, some of them end the parse of their table; afterwards this tolerates any table. Any thread.
@@ -46,69 +31,38 @@ class PsiAnomalyCount {
 
 PsiAnomalyCount gPsiAnomalyCount;
 
-unsigned Bits12(const std::uint8_t* inBytes) {
-    return (inBytes[0] & 0x0Fu) << 8 | inBytes[1];
-}
-
-std::uint32_t Bits13(const std::uint8_t* inBytes) {
-    return (inBytes[0] & 0x1Fu) << 8 | inBytes[1];
-}
-
-bool AllSet(std::uint8_t inByte, std::uint8_t inBits) {
-    return (inByte & inBits) == inBits;
-}
-
 // Reserved bits that are wrong in the fixed part of a map table do no more than count.
-void CountMapIrregularities(const std::uint8_t* inPacket) {
-    const std::uint8_t* table = inPacket + kTableStart;
-    if (!AllSet(table[1], 0x80)) gPsiAnomalyCount.Raise();   // section_syntax_indicator
-    if ((table[1] & 0x40) != 0) gPsiAnomalyCount.Raise();    // '0'
-    if (!AllSet(table[1], 0x30)) gPsiAnomalyCount.Raise();   // before section_length
-    if (!AllSet(table[5], 0xC0)) gPsiAnomalyCount.Raise();   // before version_number
-    if (!AllSet(table[8], 0xE0)) gPsiAnomalyCount.Raise();   // before PCR_PID
-    if (!AllSet(table[10], 0xF0)) gPsiAnomalyCount.Raise();  // before program_info_length
+void CountMapIrregularities(TransportPacket inPacket) {
+    const auto countUnlessSet = [inPacket](std::size_t inIndex, unsigned inBits) {
+        if ((TableByte(inPacket, inIndex) & inBits) != inBits) gPsiAnomalyCount.Raise();
+    };
+    countUnlessSet(1, 0x80);                                             // section_syntax_indicator
+    if ((TableByte(inPacket, 1) & 0x40) != 0) gPsiAnomalyCount.Raise();  // '0'
+    countUnlessSet(1, 0x30);                                             // before section_length
+    countUnlessSet(5, 0xC0);                                             // before version_number
+    countUnlessSet(8, 0xE0);                                             // before PCR_PID
+    countUnlessSet(10, 0xF0);                                            // before program_info_length
 }
 
 }  // namespace
 
 // The first program listed wins, for good.
-void TransportStreamIndexer::ParseProgramAssociation(const std::uint8_t* inPacket) {
-    if (mPmtPid != kUnknownPid) return;
-    int remaining = static_cast<int>(Bits12(inPacket + kTableStart + 1)) - kAssociationOverhead;
-    std::size_t at = kAssociationEntries;
-    while (remaining >= static_cast<int>(kAssociationEntrySize) &&
-           at + kAssociationEntrySize <= kTransportPacketSize) {
-        const unsigned program_number = unsigned{inPacket[at]} << 8 | inPacket[at + 1];
-        if (program_number != 0) {
-            mPmtPid = Bits13(inPacket + at + 2);
-            return;
-        }
-        at += kAssociationEntrySize;
-        remaining -= static_cast<int>(kAssociationEntrySize);
-    }
+void TransportStreamIndexer::ParseProgramAssociation(TransportPacket inPacket) {
+    if (mPmtPid == kUnknownPid) mPmtPid = FindProgramMapPid(inPacket).value_or(kUnknownPid);
 }
 
-void TransportStreamIndexer::ParseProgramMap(const std::uint8_t* inPacket) {
-    if (inPacket[kTableStart] != kProgramMapTableId) return;
+void TransportStreamIndexer::ParseProgramMap(TransportPacket inPacket) {
+    if (TableByte(inPacket, 0) != kProgramMapTableId) return;
     CountMapIrregularities(inPacket);
 
-    const unsigned program_info_length = Bits12(inPacket + kTableStart + 10);
-    int remaining = static_cast<int>(Bits12(inPacket + kTableStart + 1)) - kMapOverhead -
-                    static_cast<int>(program_info_length);
-    std::size_t at = kMapEntries + program_info_length;
-    while (remaining >= static_cast<int>(kMapEntrySize) && at + kMapEntrySize <= kTransportPacketSize) {
-        const std::uint8_t* entry = inPacket + at;
-        const bool isRegular = AllSet(entry[1], 0xE0) && AllSet(entry[3], 0xF0);
-        if (!isRegular && gPsiAnomalyCount.Raise(2)) return;
-        if (!UseStream(entry[0], Bits13(entry + 1))) return;
-
-        const unsigned entryLength = static_cast<unsigned>(kMapEntrySize) + Bits12(entry + 3);
-        if (static_cast<int>(entryLength) > remaining) {
+    ProgramMapEntries entries(inPacket);
+    while (const auto entry = entries.Next()) {
+        if (!entry->isRegular && gPsiAnomalyCount.Raise(2)) return;
+        if (!UseStream(entry->stream_type, entry->elementary_PID)) return;
+        if (entries.IsOverrun()) {
             gPsiAnomalyCount.Raise();
             return;
         }
-        at += entryLength;
-        remaining -= static_cast<int>(entryLength);
     }
 }
 
@@ -116,15 +70,15 @@ void TransportStreamIndexer::ParseProgramMap(const std::uint8_t* inPacket) {
 bool TransportStreamIndexer::UseStream(std::uint8_t inStreamType, std::uint32_t inPid) {
     const bool changesAudio = mAudioPid != kUnknownPid && mAudioPid != inPid;
     switch (inStreamType) {
-        case kMpeg2Video:
+        case kStreamTypeMpeg2Video:
             if (mVideoPid != kUnknownPid && mVideoPid != inPid && gPsiAnomalyCount.Raise()) return false;
             mVideoPid = inPid;
             LookForPlainVideo(inPid);
             return true;
-        case kMpeg1Audio:
+        case kStreamTypeMpeg1Audio:
             if (!changesAudio || !gPsiAnomalyCount.Raise()) mAudioPid = inPid;
             return true;
-        case kMpeg2Audio:
+        case kStreamTypeMpeg2Audio:
             if (mMpeg2AudioChosen) return true;
             if (changesAudio) gPsiAnomalyCount.Raise();
             mAudioPid = inPid;

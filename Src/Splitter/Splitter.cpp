@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <array>
 
-#include "Splitter/Splitter_TransportPacket.h"
+#include "mpeg_system/TransportPacket.h"
 
 namespace Vexmora {
 namespace {

@@ -3,19 +3,13 @@
 #include <algorithm>
 
 #include "Splitter/Splitter.h"
+#include "mpeg_system/StartCodes.h"
 
 namespace Vexmora {
 namespace {
 
-constexpr std::uint32_t kProgramEndCode = 0x1B9;
-constexpr std::uint32_t kPackStartCode = 0x1BA;
-constexpr std::uint32_t kSystemHeaderStartCode = 0x1BB;
-
 constexpr std::uint32_t StartCodeClass(std::uint32_t inWord) {
     return inWord & 0xFFFFF100;
-}
-constexpr bool IsVideoPacket(std::uint32_t inWord) {
-    return (inWord & 0xFFFFFFF0) == 0x1E0;
 }
 
 }  // namespace
@@ -34,7 +28,6 @@ ReadStatus Splitter::ReadProgramStream(CodedPictureBuffer& ioBuffer) {
 
 /// A file that does not begin with a pack is elementary video from its first sequence header on.
 ReadStatus Splitter::ReadFirstOfElementary(CodedPictureBuffer& ioBuffer, std::int64_t inFrom) {
-    constexpr std::int64_t kStartCodeSize = 4;
     mReader.SetPosition(inFrom);
     std::uint32_t found = 0;
     if (const ReadStatus status = mReader.FindStartCode(kSequenceHeaderCode, found);
@@ -42,7 +35,7 @@ ReadStatus Splitter::ReadFirstOfElementary(CodedPictureBuffer& ioBuffer, std::in
         return status;
     }
     mPureVideo = true;
-    mReader.Skip(-kStartCodeSize);
+    mReader.Skip(-std::int64_t{kStartCodeSize});
     return ReadElementary(ioBuffer);
 }
 
@@ -89,7 +82,7 @@ ReadStatus Splitter::ReadPesPacket(std::uint32_t inWord, CodedPictureBuffer& ioB
     std::uint16_t length = 0;
     if (const ReadStatus status = mReader.ReadUInt16(length); status != ReadStatus::Ok) return status;
     if (length == 0) return ReadStatus::Ok;
-    if (!IsVideoPacket(inWord)) {
+    if (!IsVideoStreamCode(inWord)) {
         mReader.Skip(length);
         return ReadStatus::Ok;
     }

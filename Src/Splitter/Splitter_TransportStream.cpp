@@ -2,12 +2,41 @@
 // its packets are appended (ISO/IEC 13818-1, 2.4).
 #include <algorithm>
 #include <array>
+#include <optional>
 
 #include "Splitter/Splitter.h"
-#include "Splitter/Splitter_TransportPacket.h"
+#include "mpeg_system/PesHeader.h"
+#include "mpeg_system/StartCodes.h"
+#include "mpeg_system/TransportTables.h"
 
 namespace Vexmora {
 namespace {
+
+/// Packets of other PIDs never hold video or tables of ours.
+constexpr PidRange kUsablePids{3, 0x1FFC};
+
+/// Where the video in a packet of the video PID begins: behind the adaptation field and, if a PES packet
+/// begins here, behind its header. kTransportPacketSize when it holds none, or a header reaches beyond the
+/// packet.
+std::size_t VideoOffset(TransportPacket inPacket) {
+    if (!HasPayload(inPacket)) return kTransportPacketSize;
+    std::size_t at = PayloadOffset(inPacket);
+    if (StartsUnit(inPacket)) {
+        if (at + kPesFixedHeaderSize > kTransportPacketSize) return kTransportPacketSize;
+        at += PesHeaderSize(&inPacket[at]);
+    }
+    return std::min(at, kTransportPacketSize);
+}
+
+/// The PID of the first ISO/IEC 13818-2 video in a program map table. An entry that section_length does not
+/// count whole is one.
+std::optional<std::uint32_t> FindVideoPid(TransportPacket inPacket) {
+    ProgramMapEntries entries(inPacket);
+    while (const auto entry = entries.Next(1)) {
+        if (entry->stream_type == kStreamTypeMpeg2Video) return entry->elementary_PID;
+    }
+    return {};
+}
 
 bool HasRoomForPacket(const CodedPictureBuffer& inBuffer) {
     return inBuffer.FreeBytes() > kTransportPacketSize;
@@ -93,9 +122,9 @@ ReadStatus Splitter::ReadTransportPacket(CodedPictureBuffer& ioBuffer) {
         return ReadStatus::LostSync;
     }
     const std::uint32_t pid = PacketPid(packet);
-    if (pid == kPatPid && mPmtPid == kUnknownPid) {
-        mPmtPid = FindPmtPid(packet).value_or(kUnknownPid);
-    } else if (IsReservedPid(pid)) {
+    if (pid == kProgramAssociationPid && mPmtPid == kUnknownPid) {
+        if (PointerField(packet) == 0) mPmtPid = FindProgramMapPid(packet).value_or(kUnknownPid);
+    } else if (!kUsablePids.Contains(pid)) {
         // Nothing in it is of use.
     } else if (pid == mPmtPid && mVideoPid == kUnknownPid) {
         mVideoPid = FindVideoPid(packet).value_or(kNoVideoPid);
@@ -118,7 +147,7 @@ void Splitter::AppendPacketsInBlock(CodedPictureBuffer& ioBuffer) {
          at += kTransportPacketSize) {
         const auto packet = bytes.subspan(at).first<kTransportPacketSize>();
         if (packet[0] != kTransportStreamSyncByte) break;
-        if (PacketPid(packet) != mVideoPid || IsReservedPid(mVideoPid)) continue;
+        if (PacketPid(packet) != mVideoPid || !kUsablePids.Contains(mVideoPid)) continue;
         const std::size_t offset = VideoOffset(packet);
         if (offset == kTransportPacketSize) continue;
         ioBuffer.Append(packet.subspan(offset));

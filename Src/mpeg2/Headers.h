@@ -4,6 +4,7 @@
 #include "Vexmora/Status.h"
 #include "mpeg2/BitReader.h"
 #include "mpeg2/Parameters.h"
+#include "mpeg_system/VideoSyntax.h"
 
 namespace Vexmora {
 
@@ -27,10 +28,5 @@ namespace Vexmora {
 
 /// Reads 64 weights, transmitted in zigzag order.
 void ReadQuantiserMatrix(BitReader& ioReader, QuantiserMatrix& outMatrix);
-
-// extension_start_code_identifier (ISO/IEC 13818-2, table 6-2)
-inline constexpr std::uint32_t kSequenceExtensionId = 1;
-inline constexpr std::uint32_t kSequenceDisplayExtensionId = 2;
-inline constexpr std::uint32_t kQuantMatrixExtensionId = 3;
 
 }  // namespace Vexmora

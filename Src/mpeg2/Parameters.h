@@ -4,6 +4,8 @@
 #include <array>
 #include <cstdint>
 
+#include "mpeg_system/VideoSyntax.h"
+
 namespace Vexmora {
 
 /// SequenceHeader::chromaBlocks of the one format that is decoded, 4:2:0.
@@ -37,11 +39,6 @@ struct SequenceHeader {
     /// verticalSize, unless a sequence display extension says otherwise.
     std::uint32_t displayHeight = 0;
 };
-
-// picture_structure
-inline constexpr std::uint32_t kTopField = 1;
-inline constexpr std::uint32_t kBottomField = 2;
-inline constexpr std::uint32_t kFramePicture = 3;
 
 /// From the picture header and the picture coding extension (6.3.9 and 6.3.10).
 struct PictureHeader {
