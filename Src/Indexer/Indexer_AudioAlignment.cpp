@@ -6,6 +6,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "Indexer/Indexer_Cadence.h"
+
 namespace Vexmora {
 namespace {
 

@@ -1,9 +1,9 @@
 // What the picture flags of a whole stream say about time: durations, 3:2 pulldown and field order.
+#include "Indexer/Indexer_Cadence.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <span>
-
-#include "Indexer/Indexer_State.h"
 
 namespace Vexmora {
 namespace {

@@ -1,9 +1,12 @@
 // The end of a stream: the last record is closed, the usable frames are found and the header is filled.
+#include "Indexer/Indexer_Finish.h"
+
 #include <algorithm>
 #include <utility>
 
 #include "Indexer/Indexer.h"
 #include "Indexer/Indexer_AudioAlignment.h"
+#include "Indexer/Indexer_Cadence.h"
 
 namespace Vexmora {
 namespace {

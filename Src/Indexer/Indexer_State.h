@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "Vexmora/Records.h"
+#include "mpeg_system/VideoSyntax.h"
 
 namespace Vexmora {
 
@@ -20,7 +21,7 @@ inline constexpr std::array<std::uint32_t, 9> kFrameTicks90k = {0,    3753, 3750
 inline constexpr std::int64_t kNoPts = -1;
 
 /// formatWord bits of a frame picture (picture_structure 3).
-inline constexpr std::uint32_t kFramePictureWord = 3 << 15;
+inline constexpr std::uint32_t kFramePictureWord = kFramePicture << 15;
 
 /// Whether a picture is recorded here; holes have no type.
 inline bool IsTyped(const FrameRecord& inRecord) {
@@ -77,25 +78,5 @@ struct IndexerState {
     std::uint32_t pictureStructureWord = 0;
     std::uint32_t fieldOrderWord = 0;
 };
-
-/// Duration of the picture in a record, 90 kHz ticks (frame pictures with repeated fields or frames last
-/// longer: ISO/IEC 13818-2, 6.3.10).
-std::uint32_t PictureTicks90k(const IndexerState& inState, const FrameRecord& inRecord);
-
-/// Frames per second times 1000 with 3:2 pulldown undone; 0 when it cannot be told.
-std::uint32_t EffectiveFrameRate(const IndexerState& inState);
-
-/// The field-order code of the header (kFieldOrder…).
-std::uint32_t FieldOrder(const IndexerState& inState);
-
-/// The display indices of the first and the last frame that a host may use.
-struct UsableFrames {
-    std::int64_t first;
-    std::int64_t last;
-};
-
-/// Finds the usable frames of an index with at least one record, and clears the types of all records without
-/// data (each then counts in pictureCount).
-UsableFrames FindUsableFrames(IndexerState& ioState, bool inIsTransportStream);
 
 }  // namespace Vexmora

@@ -5,7 +5,8 @@
 #include <string_view>
 
 #include "Indexer/Indexer_AudioAlignment.h"
-#include "Indexer/Indexer_State.h"
+#include "Indexer/Indexer_Cadence.h"
+#include "Indexer/Indexer_Finish.h"
 
 namespace Vexmora {
 namespace {
