@@ -188,6 +188,9 @@ TEST_F(Files, AnIndexFileOfOtherMediaOrVersionMeansIndexing) {
     ASSERT_EQ(openWith([](auto& ioBytes) { ioBytes.resize(88 + 18 * 2 + 5); }), Vexmora_Ok);
     EXPECT_EQ(Vexmora_IsFrameValid(mHandle, 1), 1);
     for (int frame = 2; frame < 6; ++frame) EXPECT_EQ(Vexmora_IsFrameValid(mHandle, frame), 0) << frame;
+    EXPECT_EQ(Vexmora_GetLastGoodFrame(mHandle, 5), 1);
+    ASSERT_EQ(openWith([](auto& ioBytes) { ioBytes.resize(88 + 18); }), Vexmora_Ok);
+    EXPECT_EQ(Vexmora_GetLastGoodFrame(mHandle, 5), 0);
 
     mHost->SetGuid("not a guid");
     EXPECT_EQ(Open(), Vexmora_NotFinished);

@@ -62,7 +62,10 @@ TEST_F(FrameAccess, EachWayOfNotGettingAPictureHasItsStatus) {
     const Bytes first = RandomFrame(0, 1);
     const Bytes second = RandomFrame(1, 2);
     const Bytes headers = VideoHeaders();
-    const Bytes video = Join({headers, first, second, RandomFrame(2, 1), SequenceEnd()});
+    Bytes video = Join({headers, first, second});
+    for (unsigned reference = 2; reference <= 16; ++reference) {
+        video = Join({video, RandomFrame(reference, 1)});
+    }
     const auto record = [](std::size_t inOffset, std::uint32_t inSize, unsigned inReference,
                            unsigned inType) {
         return FrameRecord{inOffset, inSize, static_cast<std::uint16_t>(inReference | inType << 13), 0, 0, 0};
@@ -71,10 +74,10 @@ TEST_F(FrameAccess, EachWayOfNotGettingAPictureHasItsStatus) {
     header.streamKind = kStreamKindElementary;
     header.maxPictureSize = static_cast<std::uint32_t>(video.size());
     const std::vector<FrameRecord> records{
-        record(headers.size(), 1, 0, 1), record(headers.size() + first.size(), 1, 1, 2),
-        record(headers.size(), 0, 0, 1), record(headers.size(), 1, 0, 0),
-        record(headers.size(), 1, 2, 1),  // two pictures further on than its record says
-        record(headers.size(), 1, 7, 1),
+        record(headers.size(), 1, 0, 1),  record(headers.size() + first.size(), 1, 1, 2),
+        record(headers.size(), 0, 0, 1),  record(headers.size(), 1, 0, 0),
+        record(headers.size(), 1, 15, 1),  // fifteen pictures further on than its record says
+        record(headers.size(), 1, 16, 1),
     };
     header.recordCount = static_cast<std::uint32_t>(records.size());
     Open(video, header, records);
@@ -85,7 +88,8 @@ TEST_F(FrameAccess, EachWayOfNotGettingAPictureHasItsStatus) {
     EXPECT_EQ(Get(2, kNoPlanes, kNoPlanes), Vexmora_EmptyRecord);
     EXPECT_EQ(Get(3, kNoPlanes, kNoPlanes), Vexmora_NoCodedPicture);
     EXPECT_EQ(Get(4, kNoPlanes, kNoPlanes), Vexmora_Ok);
-    EXPECT_EQ(Get(5, kNoPlanes, kNoPlanes), Vexmora_NoSuchFrame);
+    EXPECT_EQ(Get(5, kNoPlanes, kNoPlanes), Vexmora_NoSuchFrame)
+        << "not among the sixteen that are looked at";
     EXPECT_EQ(Get(-1, kNoPlanes, kNoPlanes), Vexmora_NoSuchFrame);
     EXPECT_EQ(Get(6, kNoPlanes, kNoPlanes), Vexmora_NoSuchFrame);
     EXPECT_EQ(Vexmora_GetFrame(mHandle, 0, &kNoPlanes, &kNoPlanes, &kNoPlanes, 0, 0),

@@ -229,6 +229,8 @@ TEST(DisplayOrder, TemporalReferencesFindTheirPlaces) {
         {"a hole inside",
          Join({gop, Pictures({{0, kI}, {3, kP}, {1, kB}}), gop, Pictures({{0, kI}, {1, kP}})}),
          "I0 B1(-1+2) - P3(-3) I0 P1(-1)", 0, 5},
+        {"a P picture shown before the last anchor", Pictures({{0, kI}, {3, kP}, {2, kP}, {1, kB}}),
+         "I0 B1(-1+2) P2(-2) P3(-3)", 0, 3},
         {"broken first group",
          Join({broken, Pictures({{2, kI}, {0, kB}, {1, kB}}), gop, Pictures({{0, kI}, {1, kP}})}),
          "B0(+2+2) B1(+1+1) I2 I0 P1(-1)", 3, 4},

@@ -85,6 +85,18 @@ TEST(EffectiveFrameRate, AppliesTheRateExtension) {
     EXPECT_EQ(EffectiveFrameRate(state), 29970u * 2 / 3);
 }
 
+TEST(PictureTicks, RepeatedFieldsLast) {
+    const auto ticks = [](std::string_view inPicture, bool inProgressiveSequence) {
+        const IndexerState state = StateOf(inPicture, inProgressiveSequence);
+        return PictureTicks90k(state, state.records[0]);
+    };
+    EXPECT_EQ(ticks("Ir", false), 3003u) << "not in an interlaced frame";
+    EXPECT_EQ(ticks("Ipr", false), 4504u);
+    EXPECT_EQ(ticks("Ip", true), 3003u);
+    EXPECT_EQ(ticks("Ipr", true), 6006u);
+    EXPECT_EQ(ticks("Iptr", true), 9009u);
+}
+
 TEST(FieldOrder, FollowsTheMajorityUnlessPulldownAlternates) {
     EXPECT_EQ(FieldOrder(StateOf("It Bt Bt Pt Bt")), kFieldOrderTopFirst);
     EXPECT_EQ(FieldOrder(StateOf("I B B P B")), kFieldOrderBottomFirst);
@@ -95,6 +107,7 @@ TEST(FieldOrder, FollowsTheMajorityUnlessPulldownAlternates) {
     // A run that breaks: 7 top, 3 bottom is top; 3 top, 9 bottom is not below three times, so bottom.
     EXPECT_EQ(FieldOrder(StateOf("It Bt B P Bt Bt Pt Bt It B")), kFieldOrderTopFirst);
     EXPECT_EQ(FieldOrder(StateOf("It Bt B P B B P B I B B Bt")), kFieldOrderBottomFirst);
+    EXPECT_EQ(FieldOrder(StateOf("It Bt B P B B Pt B B")), kFieldOrderTopFirst);  // 3 top, 6 bottom
     // A run that breaks with as many of the one as of the other.
     EXPECT_EQ(FieldOrder(StateOf("It Bt B P B B Pt Bt It B")), kFieldOrderMixed);
     // A hole sends the search on its way again: the run behind it holds to the end.
@@ -176,14 +189,14 @@ TEST(AudioAlignment, CompletesPictureTimesFromTheirNeighbours) {
 }
 
 TEST(AudioAlignment, AGapInTheAudioBecomesVideoOnly) {
-    // Video 89000 to 149059; audio 90000 to 111599, then a gap of 6480, then 118080 to 139679.
+    // Video 89000 to 149059; audio 90000 to 111599, then a gap just above a packet, then 113761 to 135360.
     IndexerState state = WithPts(20, 89000, 10, 90000);
-    for (int i = 0; i < 10; ++i) state.audioPts.push_back(118080 + i * 2160);
+    for (int i = 0; i < 10; ++i) state.audioPts.push_back(113761 + i * 2160);
     EXPECT_EQ(PlanOf(state), (Plan{{1000, kRunVideoOnly},
                                    {21599, kRunBoth},
-                                   {6480, kRunVideoOnly},
+                                   {2161, kRunVideoOnly},
                                    {21599, kRunBoth},
-                                   {9380, kRunVideoOnly}}));
+                                   {13699, kRunVideoOnly}}));
 }
 
 TEST(AudioAlignment, IsEmptyWhenTheTimesAreNotToBeBelieved) {

@@ -162,8 +162,10 @@ TEST(VlcTable, MalformedListsAreRefused) {
         EXPECT_TRUE(table.entries.empty());
     }
     RunLevelTable table;
-    const std::vector<std::int32_t> run_too_high{1, 1, 2, 1, 0b1, 64 + 3, 1, kVlcListEnd};
-    EXPECT_EQ(BuildRunLevelTable(run_too_high, table), PrimitiveStatus::BadTable);
+    for (const auto& [run, level] : {std::pair{64 + 3, 1}, {0, 0}, {0, 2048}}) {
+        const std::vector<std::int32_t> list{1, 1, 2, 1, 0b1, run, level, kVlcListEnd};
+        EXPECT_EQ(BuildRunLevelTable(list, table), PrimitiveStatus::BadTable) << run << ", " << level;
+    }
 }
 
 }  // namespace

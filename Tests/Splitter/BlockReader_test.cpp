@@ -82,7 +82,7 @@ TEST(BlockReader, WordsAndRunsCrossBlocksAndEndInZeros) {
 
 TEST(BlockReader, FindsTheStartCodesThatAByteWiseSearchFinds) {
     std::mt19937 random(11);
-    Bytes bytes(40000);
+    Bytes bytes(2'000'000);
     const Bytes alphabet = {0, 0, 0, 1, 1, 0xB3, 2};
     for (std::uint8_t& byte : bytes) byte = alphabet[random() % alphabet.size()];
     Fixture file(bytes, 0, 4097);
