@@ -5,7 +5,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <limits>
 #include <string>
 #include <utility>
 
@@ -99,8 +101,14 @@ std::int32_t File::Create(const UTF16String& inPath, FileAccess inAccess, FileSh
     if (HasNul(path)) return -EINVAL;
 
     File opened;
+    int openFlags = flags;
     do {
-        opened.mDescriptor = open(path.c_str(), flags, 0666);  // NOLINT: the system's variadic call
+        opened.mDescriptor = open(path.c_str(), openFlags, 0666);  // NOLINT: the system's variadic call
+        // Another process holds a lease on this file, which is no pipe then: wait until it is given back.
+        if (opened.mDescriptor < 0 && errno == EWOULDBLOCK && openFlags == flags) {
+            openFlags = flags & ~O_NONBLOCK;
+            errno = EINTR;
+        }
     } while (opened.mDescriptor < 0 && errno == EINTR);
     if (opened.mDescriptor < 0) return -errno;
 
@@ -188,12 +196,10 @@ std::int32_t File::GetLastModificationTime(const UTF16String& inPath, std::int64
     struct stat status {};
     if (const std::int32_t refused = StatRegular(inPath, status); refused != 0) return refused;
     constexpr std::int64_t kNanosecondsPerSecond = 1'000'000'000;
-    std::int64_t nanoseconds = 0;
-    if (__builtin_mul_overflow(std::int64_t{status.st_mtim.tv_sec}, kNanosecondsPerSecond, &nanoseconds) ||
-        __builtin_add_overflow(nanoseconds, std::int64_t{status.st_mtim.tv_nsec}, &nanoseconds)) {
-        return -EOVERFLOW;
-    }
-    outNanoseconds = nanoseconds;
+    constexpr std::int64_t kMostSeconds =
+        std::numeric_limits<std::int64_t>::max() / kNanosecondsPerSecond - 1;
+    const std::int64_t seconds = std::clamp<std::int64_t>(status.st_mtim.tv_sec, -kMostSeconds, kMostSeconds);
+    outNanoseconds = seconds * kNanosecondsPerSecond + status.st_mtim.tv_nsec;
     return 0;
 }
 
