@@ -2,7 +2,9 @@
 #include "files/InputFile.h"
 
 #include <cerrno>
+#include <cstdio>
 #include <filesystem>
+#include <memory>
 
 #include "CommandError.h"
 
@@ -11,6 +13,10 @@ namespace VexmoraCommand {
 namespace fs = std::filesystem;
 
 namespace {
+
+struct Close {
+    void operator()(std::FILE* inStream) const { std::fclose(inStream); }
+};
 
 [[noreturn]] void ThrowLastError(const std::string& inFile) {
     throw CommandError::FromSystem(inFile, {errno, std::generic_category()});
@@ -45,15 +51,14 @@ void RefuseUnlessRegular(const std::string& inFile) {
 
 InputFile::InputFile(const std::string& inFile) : mFile(inFile) {
     RefuseUnlessRegular(mFile);
-    mStream.reset(std::fopen(mFile.c_str(), "rb"));
-    if (!mStream) ThrowLastError(mFile);
 }
 
-std::vector<std::uint8_t> InputFile::ReadStart(std::size_t inBytes) {
+std::vector<std::uint8_t> InputFile::ReadStart(std::size_t inBytes) const {
+    const std::unique_ptr<std::FILE, Close> stream(std::fopen(mFile.c_str(), "rb"));
+    if (!stream) ThrowLastError(mFile);
     std::vector<std::uint8_t> bytes(inBytes);
-    std::rewind(mStream.get());
-    bytes.resize(std::fread(bytes.data(), 1, inBytes, mStream.get()));
-    if (std::ferror(mStream.get()) != 0) ThrowLastError(mFile);
+    bytes.resize(std::fread(bytes.data(), 1, inBytes, stream.get()));
+    if (std::ferror(stream.get()) != 0) ThrowLastError(mFile);
     return bytes;
 }
 

@@ -30,9 +30,9 @@ struct Indexing {
     ProgressBar progress;
 };
 
-CommandError Explain(const std::string& inFile, InputFile& ioInput, const VexmoraHost::Error& inError) {
+CommandError Explain(const std::string& inFile, const InputFile& inInput, const VexmoraHost::Error& inError) {
     if (inError.Status() == Vexmora_Unsupported || inError.Status() == Vexmora_NoSequenceHeader) {
-        const UnsupportedReason reason = ExplainUnsupported(ioInput.ReadStart(kStartBytes));
+        const UnsupportedReason reason = ExplainUnsupported(inInput.ReadStart(kStartBytes));
         return {ExitStatus::NotSupported, inFile, reason.what, reason.advice};
     }
     std::string text = inError.what();
@@ -46,7 +46,7 @@ CommandError Explain(const std::string& inFile, InputFile& ioInput, const Vexmor
 }  // namespace
 
 VexmoraHost::Movie OpenMovie(const std::string& inFile, const OpeningOptions& inOptions) {
-    InputFile input(inFile);
+    const InputFile input(inFile);
     if (IsStandardOutput(inFile)) {
         throw CommandError(ExitStatus::Usage, "standard output", "is the file that is read",
                            "send the output somewhere else");
