@@ -12,7 +12,7 @@
 
 #include "PlainReading.h"
 #include "VexmoraHost/Movie.h"
-#include "index/IndexSession.h"
+#include "index/IndexStore.h"
 #include "memory/HostServices.h"
 #include "system/PathText.h"
 
@@ -78,12 +78,13 @@ void ReadIndexFile(const fs::path& inIndex) {
     benchmark::DoNotOptimize(bytes.data());
 }
 
-// Rounds of the three kinds in turn: reading the bytes, the library's open alone, and the whole Movie.
+// Rounds of the three kinds in turn: reading the bytes, the library's open with the index of the store, and
+// the whole Movie.
 void OpenIndexed(benchmark::State& ioState) {
     const Scene scene;
     const VexmoraHost::Library library;
-    VexmoraHost::IndexSession session(VexmoraHost::IndexStore(scene.Options().indexDir), scene.Media());
-    const VexmoraHost::IndexSession::InForce inForce(session, VexmoraHost::IndexSession::Purpose::Find);
+    const VexmoraHost::IndexStore store(scene.Options().indexDir);
+    const auto identity = VexmoraHost::IdentifyMedia(scene.Media());
     const UTF16String path = VexmoraHost::ToInterfacePath(scene.Media());
     double readSeconds = 0;
     double openSeconds = 0;
@@ -92,8 +93,12 @@ void OpenIndexed(benchmark::State& ioState) {
         readSeconds += Seconds([&] { ReadIndexFile(scene.Index()); });
         Vexmora_Handle handle = nullptr;
         Vexmora_Status status = Vexmora_Failure;
-        const double round = Seconds(
-            [&] { status = Vexmora_OpenFile(path, VexmoraHost::Services(), &handle, nullptr, false); });
+        const double round = Seconds([&] {
+            const auto found = store.Find(identity);
+            if (!found) return;
+            status = Vexmora_OpenFileWithIndex(path, VexmoraHost::Services(), found->index.header,
+                                               found->index.records, &handle);
+        });
         Vexmora_CloseFile(handle);
         if (status != Vexmora_Ok) {
             ioState.SkipWithError("the index was not found");

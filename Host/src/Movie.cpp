@@ -10,7 +10,9 @@
 #include "frames/FrameDecoder.h"
 #include "frames/FrameWorkers.h"
 #include "frames/QuantMatrixProbe.h"
-#include "index/IndexSession.h"
+#include "index/IndexBuilder.h"
+#include "index/IndexStore.h"
+#include "index/MediaFile.h"
 #include "memory/HostServices.h"
 #include "system/PathText.h"
 #include "system/Posix.h"
@@ -43,8 +45,8 @@ StreamKind KindOf(const Vexmora::IndexHeader& inHeader) {
     }
 }
 
-bool IsFailedIndex(const std::optional<IndexStore::Found>& inKnown) {
-    return inKnown && inKnown->index.header.streamKind == Vexmora::kStreamKindFailed;
+bool IsFailed(const StoredIndex& inIndex) {
+    return inIndex.header.streamKind == Vexmora::kStreamKindFailed;
 }
 
 struct Explanation {
@@ -64,11 +66,6 @@ Explanation Explain(Vexmora_Status inStatus, bool inRemembered) {
         case Vexmora_NoSequenceHeader:
             return {"holds no MPEG-2 sequence header",
                     "MPEG-1 video and files without video are not supported"};
-        case Vexmora_IndexNotWritten:
-            return {"was indexed, but its index file could not be written",
-                    "check the free space, or choose another index folder"};
-        case Vexmora_NotFinished:
-            return {"was indexed, but its index was gone at once", "open it again"};
         default:
             return {"cannot be opened or read", "check that it exists and may be read"};
     }
@@ -80,98 +77,110 @@ void Movie::Close::operator()(Vexmora_InstanceTag* inHandle) const noexcept {
     static_cast<void>(Vexmora_CloseFile(inHandle));  // always succeeds
 }
 
-/// The steps of Movie::Open.
+/// The steps of Movie::Open. Of a file that is known the library alone opens the media.
 class Movie::Opener {
   public:
     Opener(const std::filesystem::path& inPath, const OpenOptions& inOptions)
-        : mOptions(inOptions),
-          mStore(StoreFor(inOptions)),
-          mSession(mStore, AbsolutePath(inPath)),
-          mCacheId(CacheIdFor(mSession.Identity())),
-          mServices(Services(mCacheId)) {}
+        : mOptions(inOptions), mStore(StoreFor(inOptions)), mMedia(AbsolutePath(inPath)) {}
 
     Movie Open() {
         if (mOptions.blockCacheBytes) ProcessBlockCache().SetBudget(*mOptions.blockCacheBytes);
         if (mOptions.frameCacheBytes) ProcessFrameCache().SetBudget(*mOptions.frameCacheBytes);
-        mMovie.mPath = mSession.Media();
-        const auto purpose =
-            mOptions.forceReindex ? IndexSession::Purpose::Ignore : IndexSession::Purpose::Find;
-        Vexmora_Status status = OpenHandle(purpose);
-        if (status == Vexmora_NotFinished) {
-            mSession.RethrowFailure();  // not without an index, but without an answer
-            mStore.CheckWritable();
+        mMovie.mPath = mMedia.Path();
+        auto known = mOptions.forceReindex ? std::nullopt : mStore.Find(mMedia);
+        if (known) {
+            Use(std::move(known->index));
+            mMovie.mIndexPath = std::move(known->path);
+        } else {
             BuildIndex();
-            status = OpenHandle(IndexSession::Purpose::Find);
         }
-        if (status != Vexmora_Ok) ThrowFor(status);
-        TakeFacts();
         return std::move(mMovie);
     }
 
   private:
-    Vexmora_Status OpenHandle(IndexSession::Purpose inPurpose) {
-        const IndexSession::InForce inForce(mSession, inPurpose);
-        mMovie.mHandle.reset();
+    // Nothing is kept of media that the library does not take; that it takes it and still finds no index is
+    // known only when all of it was read, and remembered.
+    void BuildIndex() {
+        mMovie.mWasIndexed = true;
+        Posix::DraftFile draft = mStore.MakeDraft();
+        StoredIndex index = ReadIndex();
+        if (IsFailed(index)) {
+            CheckSupported();
+            mStore.Publish(draft, index.header, {}, mMedia.Path(), mMedia.SettledFacts());
+        }
+        Use(std::move(index));
+        mMovie.mIndexPath =
+            mStore.Publish(draft, mMovie.mInfo.index, mMovie.mRecords, mMedia.Path(), mMedia.SettledFacts());
+    }
+
+    StoredIndex ReadIndex() {
+        IndexBuilder builder(mMedia.Content());
+        const Guid identity = mMedia.Identity();
+        const std::uint64_t total = mMedia.Bytes();
+        do {
+            TellProgress(builder.BytesDone(), total);
+            builder.Advance();
+            if (builder.BytesDone() == IndexBuilder::kStepBytes && !builder.IsAtEnd()) CheckSupported();
+        } while (!builder.IsAtEnd());
+        StoredIndex index = builder.Finish(identity);
+        mMedia.ConfirmContent();
+        if (mOptions.progress) static_cast<void>(mOptions.progress(total, total));
+        return index;
+    }
+
+    void TellProgress(std::uint64_t inDone, std::uint64_t inTotal) const {
+        if (!mOptions.progress || mOptions.progress(inDone, inTotal)) return;
+        throw Error(Vexmora_NotFinished, mMedia.Path(), "was not indexed to its end",
+                    "cancelled; open it again to index it");
+    }
+
+    // Whether the library takes the media shows when it is opened with any index: better now than after
+    // hours.
+    void CheckSupported() {
+        Vexmora::IndexHeader header{};
+        header.recordCount = 1;
+        static_cast<void>(OpenWith(header, std::vector<Vexmora::FrameRecord>(1)));
+    }
+
+    Handle OpenWith(const Vexmora::IndexHeader& inHeader,
+                    const std::vector<Vexmora::FrameRecord>& inRecords) {
         Vexmora_Handle handle = nullptr;
         const Vexmora_Status status =
-            Vexmora_OpenFile(ToInterfacePath(mSession.Media()), mServices, &handle, &mHeader, false);
-        mMovie.mHandle.reset(handle);
-        return status;
-    }
-
-    void BuildIndex() {
-        const IndexSession::InForce inForce(mSession, IndexSession::Purpose::Write);
-        mMovie.mWasIndexed = true;
-        std::error_code error;  // a file that is gone fails to be indexed
-        const std::uint64_t total = std::filesystem::file_size(mSession.Media(), error);
-        float fraction = 0;
-        Vexmora_Status status = Vexmora_NotFinished;
-        while (status == Vexmora_NotFinished) {
-            const double done =
-                std::clamp(static_cast<double>(fraction), 0.0, 1.0) * static_cast<double>(total);
-            if (mOptions.progress && !mOptions.progress(static_cast<std::uint64_t>(done), total)) {
-                throw Error(Vexmora_NotFinished, mSession.Media(), "was not indexed to its end",
-                            "cancelled; open it again to index it");
-            }
-            status = Vexmora_IndexFile(mMovie.mHandle.get(), &fraction, false);
-        }
+            Vexmora_OpenFileWithIndex(ToInterfacePath(mMedia.Path()), Services(CacheIdFor(mMedia.Identity())),
+                                      inHeader, inRecords, &handle);
         if (status != Vexmora_Ok) ThrowFor(status);
-        if (mOptions.progress) static_cast<void>(mOptions.progress(total, total));
+        return Handle(handle);
     }
 
-    void TakeFacts() {
-        const auto& known = mSession.Known();
-        if (!known || known->index.header != mHeader) ThrowFor(Vexmora_Failure);
+    void Use(StoredIndex inIndex) {
+        if (IsFailed(inIndex)) ThrowFor(Vexmora_Unsupported);
+        const Vexmora::IndexHeader& header = inIndex.header;
+        mMovie.mHandle = OpenWith(header, inIndex.records);
+        mMedia.ConfirmPath();
         MovieInfo& info = mMovie.mInfo;
         const Vexmora_Status status = Vexmora_GetFileInfo(mMovie.mHandle.get(), &info.file);
         if (status != Vexmora_Ok) ThrowFor(status);
-        static_cast<void>(
-            Vexmora_GetVideoFrameOffset(mMovie.mHandle.get(), &info.firstFrame));  // always succeeds
-        info.index = mHeader;
-        info.streamKind = KindOf(mHeader);
+        info.index = header;
+        info.streamKind = KindOf(header);
+        info.firstFrame = header.firstFrame;
         // A damaged stream may have no frame that can be used.
-        info.frameCount = mHeader.lastFrame < info.firstFrame ? 0 : mHeader.lastFrame - info.firstFrame + 1;
-        mMovie.mRecords = known->index.records;
-        mMovie.mIndexPath = known->path;
-        mMovie.mCacheId = mCacheId;
+        info.frameCount = header.lastFrame < header.firstFrame ? 0 : header.lastFrame - header.firstFrame + 1;
+        mMovie.mRecords = std::move(inIndex.records);
+        mMovie.mCacheId = CacheIdFor(mMedia.Identity());
     }
 
-    [[noreturn]] void ThrowFor(Vexmora_Status inStatus) const {
-        mSession.RethrowFailure();  // knows more than the status
-        if (inStatus == Vexmora_Failure) static_cast<void>(mSession.ConfirmIdentity(mSession.Media()));
-        const bool remembered = IsFailedIndex(mSession.Known()) && !mMovie.mWasIndexed;
-        const Explanation why = Explain(inStatus, remembered);
-        // Who did not cancel is not told so.
-        const Vexmora_Status status = inStatus == Vexmora_NotFinished ? Vexmora_Failure : inStatus;
-        throw Error(status, mSession.Media(), why.problem, why.advice);
+    [[noreturn]] void ThrowFor(Vexmora_Status inStatus) {
+        if (inStatus == Vexmora_Failure) {  // these know more than the status
+            static_cast<void>(Posix::InputFile(mMedia.Path()));
+            mMedia.ConfirmPath();
+        }
+        const Explanation why = Explain(inStatus, !mMovie.mWasIndexed);
+        throw Error(inStatus, mMedia.Path(), why.problem, why.advice);
     }
 
     const OpenOptions& mOptions;
-    IndexStore mStore;
-    IndexSession mSession;
-    const std::uint32_t mCacheId;
-    Vexmora::HostServices mServices;
-    Vexmora::IndexHeader mHeader{};
+    const IndexStore mStore;
+    MediaFile mMedia;
     Movie mMovie;
 };
 

@@ -15,13 +15,13 @@ namespace {
 using Vexmora::FramePlanes;
 
 // What a decode did to each macroblock of 4 x 3 visible ones and a row that is only coded.
-struct Case {
+struct DamageCase {
     const char* name;
     // w written, . left alone, t and b only the lines of that field written, R painted red
     std::vector<std::string> rows;
     std::uint32_t failures;
 };
-const Case kCases[] = {
+const DamageCase kDamageCases[] = {
     {"all written", {"wwww", "wwww", "wwww", "wwww"}, 0},
     {"nothing written", {"....", "....", "....", "...."}, 12},
     {"the row beyond the picture is not coded", {"wwww", "wwww", "wwww", "...."}, 0},
@@ -111,7 +111,7 @@ TEST_P(DamageDetection, FailuresAreCountedAndConcealed) {
     std::generate(reference.bytes.begin(), reference.bytes.end(),
                   [this] { return static_cast<std::uint8_t>(mRandom()); });
     Decode('R', reference.planes, 1, 3);
-    for (const Case& testCase : kCases) {
+    for (const DamageCase& testCase : kDamageCases) {
         for (const bool hasReference : {true, false}) {
             SCOPED_TRACE(testCase.name);
             Planes picture(mLayout);

@@ -4,14 +4,12 @@
 #include <unistd.h>
 
 #include <cstdint>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <string>
 
-#include "Vexmora/Records.h"
-#include "VexmoraHost/MediaIdentity.h"
+#include "index/StoredIndex.h"
 
 namespace VexmoraHost {
 
@@ -57,26 +55,41 @@ inline void Tamper(const std::filesystem::path& inPath, const std::function<void
     std::filesystem::last_write_time(inPath, time);
 }
 
-/// The bytes of a sound index file of inRecordCount I pictures.
-inline std::string MakeIndexFile(const Guid& inIdentity, std::uint32_t inRecordCount) {
-    Vexmora::IndexHeader header{};
-    header.identity = inIdentity;
-    header.version = Vexmora::kIndexVersion;
-    header.recordCount = inRecordCount;
-    header.lastFrame = inRecordCount - 1;
-    header.streamLength = 1000;
-    header.streamKind = Vexmora::kStreamKindTransport;
-    header.maxPictureSize = 100;
-    std::string bytes(sizeof header + inRecordCount * sizeof(Vexmora::FrameRecord), '\0');
-    std::memcpy(bytes.data(), &header, sizeof header);
-    for (std::uint32_t index = 0; index < inRecordCount; ++index) {
-        Vexmora::FrameRecord record{};
-        record.offset = 10 * index;
-        record.size = 100;
-        record.flags = Vexmora::kPictureTypeI << Vexmora::kPictureCodingTypeShift;
-        std::memcpy(bytes.data() + sizeof header + index * sizeof record, &record, sizeof record);
-    }
+/// Descriptors that the process has open.
+inline std::size_t OpenDescriptors() {
+    std::size_t count = 0;
+    for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) ++count;
+    return count;
+}
+
+/// Bytes that the process has had the system read so far.
+inline std::uint64_t BytesReadByProcess() {
+    std::ifstream facts("/proc/self/io");
+    std::string name;
+    std::uint64_t bytes = 0;
+    facts >> name >> bytes;
     return bytes;
+}
+
+/// A sound index of inRecordCount I pictures.
+inline StoredIndex MakeIndex(const Guid& inIdentity, std::uint32_t inRecordCount) {
+    StoredIndex index{};
+    index.header.identity = inIdentity;
+    index.header.version = Vexmora::kIndexVersion;
+    index.header.recordCount = inRecordCount;
+    index.header.lastFrame = inRecordCount - 1;
+    index.header.streamLength = 1000;
+    index.header.streamKind = Vexmora::kStreamKindTransport;
+    index.header.maxPictureSize = 100;
+    for (std::uint32_t number = 0; number < inRecordCount; ++number) {
+        index.records.push_back({.offset = 10 * number,
+                                 .size = 100,
+                                 .flags = Vexmora::kPictureTypeI << Vexmora::kPictureCodingTypeShift,
+                                 .reserved = 0,
+                                 .pastRefDelta = 0,
+                                 .futureRefDelta = 0});
+    }
+    return index;
 }
 
 }  // namespace VexmoraHost

@@ -1,5 +1,5 @@
 // An index file is used only if it is listed and whole; the list survives damage and several processes.
-#include "VexmoraHost/IndexStore.h"
+#include "index/IndexStore.h"
 
 #include <gtest/gtest.h>
 #include <sys/wait.h>
@@ -8,6 +8,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -23,151 +24,183 @@ Guid GuidOf(std::uint8_t inNumber) {
     return Guid{{inNumber, 0xAB}};
 }
 
-IndexStore::Found Publish(const IndexStore& inStore, const Guid& inIdentity, const fs::path& inMedia,
-                          std::uint32_t inRecordCount = 3) {
-    const fs::path folder = inStore.MakeWritingFolder();
-    const fs::path written =
-        WriteFile(folder / "media.ts.mpgindex", MakeIndexFile(inIdentity, inRecordCount));
-    auto found = inStore.Publish(inIdentity, written, inMedia);
-    fs::remove(folder);
-    return found;
+fs::path Publish(const IndexStore& inStore, const Guid& inIdentity, const fs::path& inMedia,
+                 std::uint32_t inRecordCount = 3) {
+    const StoredIndex index = MakeIndex(inIdentity, inRecordCount);
+    auto draft = inStore.MakeDraft();
+    return inStore.Publish(draft, index.header, index.records, inMedia);
 }
 
-TEST(IndexStore, GivesBackWhatWasPublished) {
+TEST(IndexStore, GivesBackWhatWasPublishedLast) {
     const TemporaryFolder folder;
-    const IndexStore store(folder / "a" / "b");
+    const IndexStore store(folder.Path() / "a" / "b");
     EXPECT_FALSE(store.Find(GuidOf(1)));
-    const auto published = Publish(store, GuidOf(1), "/media/\xE4.ts", 5);
-    EXPECT_EQ(published.path, folder / "a" / "b" / (GuidOf(1).ToText() + ".mpgindex"));
+    const fs::path place = Publish(store, GuidOf(1), "/media/\xE4.ts", 5);
+    EXPECT_EQ(place, folder.Path() / "a" / "b" / (GuidOf(1).ToText() + ".mpgindex"));
     const auto found = IndexStore(folder / "a" / "b").Find(GuidOf(1));
     ASSERT_TRUE(found);
-    EXPECT_EQ(found->path, published.path);
-    EXPECT_EQ(found->index.header.recordCount, 5u);
-    ASSERT_EQ(found->index.records.size(), 5u);
-    EXPECT_EQ(found->index.records[4].offset, 40u);
+    EXPECT_EQ(found->path, place);
+    EXPECT_EQ(found->index.header, MakeIndex(GuidOf(1), 5).header);
+    EXPECT_EQ(found->index.records, MakeIndex(GuidOf(1), 5).records);
     EXPECT_FALSE(store.Find(GuidOf(2)));
 
     Publish(store, GuidOf(1), "/media/\xE4.ts", 6);
     EXPECT_EQ(store.Find(GuidOf(1))->index.records.size(), 6u) << "the later one takes its place";
+    Publish(store, GuidOf(2), "/media/b.ts");
+    Publish(store, GuidOf(3), "/media/\xE4.ts");
+    EXPECT_FALSE(store.Find(GuidOf(1))) << "of older content of the file";
+    EXPECT_FALSE(fs::exists(place));
+    EXPECT_TRUE(store.Find(GuidOf(2)));
+    EXPECT_TRUE(store.Find(GuidOf(3)));
     EXPECT_TRUE(fs::is_empty(store.Folder() / "writing"));
 }
 
-TEST(IndexStore, ForgetsTheIndexOfOlderContentOfAFile) {
+TEST(IndexStore, KnowsAMediaFileByItsFactsWithoutOpeningIt) {
     const TemporaryFolder folder;
-    const IndexStore store(folder.Path());
-    const auto old = Publish(store, GuidOf(1), "/media/a.ts");
-    Publish(store, GuidOf(2), "/media/b.ts");
-    Publish(store, GuidOf(3), "/media/a.ts");
-    EXPECT_FALSE(store.Find(GuidOf(1)));
-    EXPECT_FALSE(fs::exists(old.path));
-    EXPECT_TRUE(store.Find(GuidOf(2)));
-    EXPECT_TRUE(store.Find(GuidOf(3)));
+    const IndexStore store(folder / "store");
+    const fs::path path = WriteFile(folder / "media.ts", std::string(1000, 'x'));
+    const auto isFound = [&](bool inIsOpened) {
+        MediaFile media(path);
+        const std::size_t before = OpenDescriptors();
+        const auto found = store.Find(media);
+        EXPECT_EQ(OpenDescriptors() - before, inIsOpened ? 1u : 0u);
+        EXPECT_EQ(media.Identity(), IdentifyMedia(path));
+        return found.has_value();
+    };
+    const auto letFactsSettle = [] { std::this_thread::sleep_for(std::chrono::milliseconds(100)); };
+    EXPECT_FALSE(isFound(true));
+    Publish(store, IdentifyMedia(path), path);
+    for ([[maybe_unused]] const char* round : {"published", "changed back"}) {
+        letFactsSettle();
+        EXPECT_TRUE(isFound(true)) << "by its content";
+        EXPECT_TRUE(isFound(false)) << "by its facts from then on";
+        Tamper(path, [](std::string& ioBytes) { ioBytes[500] = 'y'; });
+        EXPECT_FALSE(isFound(true)) << "same size, same time of modification";
+        Tamper(path, [](std::string& ioBytes) { ioBytes[500] = 'x'; });
+    }
 }
 
-TEST(IndexStore, DoesNotFindTornForeignOrMissingFiles) {
+TEST(IndexStore, FactsAreSettledWhenTheClockOfTheFileSystemHasTicked) {
+    using std::chrono::nanoseconds;
+    const auto isSettled = [](nanoseconds inAge, bool inHasFractions) {
+        const auto second = static_cast<std::uint64_t>(nanoseconds(std::chrono::seconds(1)).count());
+        const auto now = static_cast<std::uint64_t>(
+            nanoseconds(std::chrono::system_clock::now().time_since_epoch()).count());
+        const std::uint64_t changed = now - static_cast<std::uint64_t>(inAge.count());
+        return FileFacts{.changed = inHasFractions ? changed | 1 : changed / second * second}.AreSettled();
+    };
+    EXPECT_FALSE(isSettled(std::chrono::milliseconds(1), true));
+    EXPECT_TRUE(isSettled(std::chrono::seconds(1), true));
+    EXPECT_FALSE(isSettled(std::chrono::seconds(1), false));
+    EXPECT_TRUE(isSettled(std::chrono::seconds(5), false));
+    EXPECT_FALSE(isSettled(-std::chrono::hours(1), true)) << "another clock";
+}
+
+// What other programs, broken disks and people make of the folder. Every row begins with a sound store.
+TEST(IndexStore, DamageMeansThatTheMediaIsIndexedAnew) {
+    using Change = void (*)(const fs::path&);
+    const std::pair<const char*, Change> ofIndexFile[] = {
+        {"torn in its records", [](const fs::path& in) { fs::resize_file(in, fs::file_size(in) - 5); }},
+        {"without its last record", [](const fs::path& in) { fs::resize_file(in, fs::file_size(in) - 18); }},
+        {"torn in its header", [](const fs::path& in) { fs::resize_file(in, 40); }},
+        {"empty", [](const fs::path& in) { fs::resize_file(in, 0); }},
+        {"of 3 GB", [](const fs::path& in) { fs::resize_file(in, 3'000'000'000); }},
+        {"one bit changed",
+         [](const fs::path& in) { Tamper(in, [](std::string& io) { io[88 + 17] ^= 1; }); }},
+        {"of another file",
+         [](const fs::path& in) {
+             const fs::path foreign = in.parent_path() / (GuidOf(2).ToText() + ".mpgindex");
+             fs::copy_file(foreign, in, fs::copy_options::overwrite_existing);
+         }},
+        {"missing", [](const fs::path& in) { fs::remove(in); }},
+        {"a folder", [](const fs::path& in) { fs::remove(in), fs::create_directories(in / "x"); }},
+    };
+    const std::pair<const char*, Change> ofRegistry[] = {
+        {"missing", [](const fs::path& in) { fs::remove(in); }},
+        {"no database", [](const fs::path& in) { WriteFile(in, std::string(10'000, 'x')); }},
+        {"torn", [](const fs::path& in) { fs::resize_file(in, 5000); }},
+        {"tables overwritten",
+         [](const fs::path& in) {
+             Tamper(in, [](std::string& io) { std::fill(io.begin() + 4096, io.end(), 'x'); });
+         }},
+        {"another release",  // the user version, big-endian
+         [](const fs::path& in) { Tamper(in, [](std::string& io) { io[63] = 99; }); }},
+        {"other tables",
+         [](const fs::path& in) {
+             Tamper(in, [](std::string& io) { io.replace(io.find(" hash TEXT"), 5, " hush"); });
+         }},
+        {"a folder", [](const fs::path& in) { fs::remove(in), fs::create_directories(in / "x"); }},
+        {"a folder where one was moved aside",
+         [](const fs::path& in) {
+             WriteFile(in.native() + ".damaged", "x");
+             fs::remove(in), fs::create_directories(in / "x");
+         }},
+    };
+    const auto read = BytesReadByProcess();
+    const auto run = [](const char* inName, const char* inOf, Change inChange, bool inIsOfRegistry) {
+        SCOPED_TRACE(std::string(inOf) + inName);
+        const TemporaryFolder folder;
+        const IndexStore store(folder.Path());
+        const fs::path index = Publish(store, GuidOf(1), "/media/a.ts");
+        Publish(store, GuidOf(2), "/media/b.ts");
+        inChange(inIsOfRegistry ? folder / "registry.sqlite3" : index);
+        EXPECT_FALSE(store.Find(GuidOf(1)));
+        EXPECT_EQ(store.Find(GuidOf(2)).has_value(), !inIsOfRegistry);
+        Publish(store, GuidOf(1), "/media/a.ts");
+        EXPECT_TRUE(store.Find(GuidOf(1)));
+    };
+    for (const auto& [name, change] : ofIndexFile) run(name, "index file: ", change, false);
+    for (const auto& [name, change] : ofRegistry) run(name, "registry: ", change, true);
+    EXPECT_LT(BytesReadByProcess() - read, 10'000'000u) << "nothing of a size that is wrong";
+}
+
+TEST(IndexStore, RefusesToPublishAnUnsoundIndex) {
     const TemporaryFolder folder;
     const IndexStore store(folder.Path());
-    const fs::path path = Publish(store, GuidOf(1), "/media/a.ts").path;
-    const std::string whole = ReadFile(path);
-    const std::string foreign = ReadFile(Publish(store, GuidOf(2), "/media/b.ts").path);
-    std::string changed = whole;
-    changed[88 + 17] ^= 1;  // a reference of the first record
-    const std::pair<const char*, std::string> cases[] = {
-        {"torn in its records", whole.substr(0, whole.size() - 5)},
-        {"torn in its header", whole.substr(0, 40)},
-        {"empty", ""},
-        {"longer", whole + '\0'},
-        {"one bit changed", changed},
-        {"of another file", foreign},
+    using Change = void (*)(StoredIndex&);
+    const std::pair<const char*, Change> cases[] = {
+        {"version", [](StoredIndex& io) { io.header.version = 27; }},
+        {"more records than there are", [](StoredIndex& io) { io.header.recordCount = 4; }},
+        {"first frame", [](StoredIndex& io) { io.header.firstFrame = 3; }},
+        {"last frame", [](StoredIndex& io) { io.header.lastFrame = 3; }},
+        {"stream kind", [](StoredIndex& io) { io.header.streamKind = 2; }},
+        {"offset beyond the stream", [](StoredIndex& io) { io.records[0].offset = 1001; }},
+        {"size above the largest", [](StoredIndex& io) { io.records[2].size = 101; }},
+        {"reserved field", [](StoredIndex& io) { io.records[1].reserved = 1; }},
+        {"no records", [](StoredIndex& io) { io.records.clear(), io.header.recordCount = 0; }},
+        {"failed, with records", [](StoredIndex& io) { io.header.streamKind = Vexmora::kStreamKindFailed; }},
     };
-    for (const auto& [name, bytes] : cases) {
-        WriteFile(path, bytes);
+    StoredIndex index;
+    const auto publish = [&] {
+        auto draft = store.MakeDraft();
+        return store.Publish(draft, index.header, index.records, "/media/a.ts");
+    };
+    for (const auto& [name, change] : cases) {
+        index = MakeIndex(GuidOf(1), 3);
+        change(index);
+        EXPECT_THROW(publish(), Error) << name;
         EXPECT_FALSE(store.Find(GuidOf(1))) << name;
     }
-    WriteFile(path, whole);
+    index = MakeIndex(GuidOf(1), 0);
+    index.header.streamKind = Vexmora::kStreamKindFailed;
+    EXPECT_NO_THROW(publish()) << "an index of failure";
     EXPECT_TRUE(store.Find(GuidOf(1)));
-    fs::remove(path);
-    EXPECT_FALSE(store.Find(GuidOf(1)));
-    fs::create_directory(path);
-    EXPECT_FALSE(store.Find(GuidOf(1)));
-    EXPECT_TRUE(store.Find(GuidOf(2)));
-}
-
-TEST(IndexStore, RefusesToPublishWhatIsNoWholeIndexOfTheMedia) {
-    const TemporaryFolder folder;
-    const IndexStore store(folder.Path());
-    const std::string good = MakeIndexFile(GuidOf(1), 3);
-    const auto with = [&good](std::size_t inAt, char inByte) {
-        std::string bytes = good;
-        bytes[inAt] = inByte;
-        return bytes;
-    };
-    const std::pair<const char*, std::string> cases[] = {
-        {"other media", MakeIndexFile(GuidOf(2), 3)},
-        {"torn", good.substr(0, good.size() - 1)},
-        {"version", with(16, 27)},
-        {"more records than there are", with(20, 4)},
-        {"first frame", with(24, 3)},
-        {"last frame", with(28, 3)},
-        {"stream kind", with(40, 2)},
-        {"offset beyond the stream", with(88 + 7, 1)},
-        {"size above the largest", with(88 + 11, 1)},
-        {"reserved field", with(88 + 14, 1)},
-        {"no records", MakeIndexFile(GuidOf(1), 0)},
-    };
-    for (const auto& [name, bytes] : cases) {
-        const fs::path written = WriteFile(folder / "written.mpgindex", bytes);
-        EXPECT_THROW(static_cast<void>(store.Publish(GuidOf(1), written, "/media/a.ts")), Error) << name;
-        EXPECT_FALSE(store.Find(GuidOf(1))) << name;
-    }
-    std::string failed = MakeIndexFile(GuidOf(1), 3).substr(0, 88);
-    failed[20] = 0;
-    failed[40] = 0;
-    failed[43] = static_cast<char>(0x80);
-    const fs::path written = WriteFile(folder / "written.mpgindex", failed);
-    EXPECT_NO_THROW(static_cast<void>(store.Publish(GuidOf(1), written, "/media/a.ts")))
-        << "an index of failure";
+    EXPECT_TRUE(fs::is_empty(folder / "writing"));
 }
 
 TEST(IndexStore, RemovesOnlyWhatKilledWritersLeftLongAgo) {
     const TemporaryFolder folder;
     const IndexStore store(folder.Path());
     const auto now = fs::file_time_type::clock::now();
-    const fs::path old = store.MakeWritingFolder();
-    WriteFile(old / "half.mpgindex", "half");
+    const fs::path old = WriteFile(folder.Path() / "writing" / "old.mpgindex", "half");
     fs::last_write_time(old, now - std::chrono::hours(25));
-    const fs::path recent = store.MakeWritingFolder();
+    const fs::path recent = WriteFile(folder.Path() / "writing" / "recent.mpgindex", "half");
     fs::last_write_time(recent, now - std::chrono::hours(23));
-    const auto kept = Publish(store, GuidOf(1), "/media/a.ts");
-    fs::last_write_time(kept.path, now - std::chrono::hours(9999));
+    fs::last_write_time(Publish(store, GuidOf(1), "/media/a.ts"), now - std::chrono::hours(9999));
     const IndexStore restarted(folder.Path());
     EXPECT_FALSE(fs::exists(old));
     EXPECT_TRUE(fs::exists(recent));
     EXPECT_TRUE(restarted.Find(GuidOf(1)));
-}
-
-TEST(IndexStore, DamagedRegistryIsMovedAsideAndBegunAnew) {
-    using Change = void (*)(std::string&);
-    const std::pair<const char*, Change> cases[] = {
-        {"no database", [](std::string& ioBytes) { ioBytes.assign(10'000, 'x'); }},
-        {"torn", [](std::string& ioBytes) { ioBytes.resize(5000); }},
-        {"tables overwritten",
-         [](std::string& ioBytes) { std::fill(ioBytes.begin() + 4096, ioBytes.end(), 'x'); }},
-        {"another release", [](std::string& ioBytes) { ioBytes[63] = 99; }},  // the user version, big-endian
-        {"other tables",
-         [](std::string& ioBytes) { ioBytes.replace(ioBytes.find(" hash TEXT"), 5, " hush"); }},
-    };
-    for (const auto& [name, change] : cases) {
-        SCOPED_TRACE(name);
-        const TemporaryFolder folder;
-        const IndexStore store(folder.Path());
-        Publish(store, GuidOf(1), "/media/a.ts");
-        Tamper(folder / "registry.sqlite3", change);
-        EXPECT_FALSE(store.Find(GuidOf(1)));
-        EXPECT_TRUE(fs::exists(folder / "registry.sqlite3.damaged"));
-        Publish(store, GuidOf(2), "/media/b.ts");
-        EXPECT_TRUE(store.Find(GuidOf(2)));
-    }
 }
 
 TEST(IndexStore, SaysWhichFolderCannotBeUsed) {
@@ -184,7 +217,7 @@ TEST(IndexStore, SaysWhichFolderCannotBeUsed) {
     const IndexStore store(folder / "store");
     fs::remove_all(folder / "store");
     WriteFile(folder / "store", "");
-    EXPECT_THROW(store.CheckWritable(), Error);
+    EXPECT_THROW(store.MakeDraft(), Error);
 }
 
 TEST(IndexStore, LivesInTheUsersCacheFolder) {

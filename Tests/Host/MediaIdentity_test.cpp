@@ -1,5 +1,5 @@
 // Paths survive the interface's spelling, and a file's identity changes with size, time and content.
-#include "VexmoraHost/MediaIdentity.h"
+#include "index/MediaIdentity.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>

@@ -24,7 +24,8 @@ using Progress = std::function<bool(std::uint64_t inBytesDone, std::uint64_t inB
 
 /// How to open a file.
 struct OpenOptions {
-    /// Folder of the index files; empty for IndexStore::DefaultFolder. Each movie may have another one.
+    /// Folder of the index files, each movie may have another one. Empty for `$XDG_CACHE_HOME/vexmora`, or
+    /// `$HOME/.cache/vexmora` where that is not set.
     std::filesystem::path indexDir = {};
     /// Index the file even if its index is known; the new index then takes the place of the old one.
     bool forceReindex = false;

@@ -31,6 +31,7 @@ Database::Database(const std::filesystem::path& inPath) {
     if (!mConnection) throw std::bad_alloc();
     if (code != SQLITE_OK) Throw(code);
     sqlite3_busy_timeout(connection, kBusyMilliseconds);
+    Execute("PRAGMA synchronous = OFF");
 }
 
 void Database::Throw(int inCode) const {

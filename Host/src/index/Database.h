@@ -28,7 +28,8 @@ class DatabaseError : public std::runtime_error {
 /// or std::bad_alloc. The destructor undoes a transaction that was not committed.
 class Database {
   public:
-    /// Opens or makes the file. Statements wait up to ten seconds for other users.
+    /// Opens or makes the file. Statements wait up to ten seconds for other users, and never for the disk:
+    /// what a failing system had not written yet is lost.
     explicit Database(const std::filesystem::path& inPath);
 
     /// Runs statements that have no parameters and no result.

@@ -1,8 +1,9 @@
 // Index files in a folder: found by identity, checked by hash, moved into place whole.
-#include "VexmoraHost/IndexStore.h"
+#include "index/IndexStore.h"
 
 #include <chrono>
 #include <cstdlib>
+#include <span>
 #include <string>
 #include <system_error>
 #include <utility>
@@ -10,20 +11,15 @@
 
 #include "VexmoraHost/Error.h"
 #include "index/Hash128.h"
-#include "index/Registry.h"
-#include "system/Posix.h"
 
 namespace VexmoraHost {
 namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char* kWritingFolders = "writing";  // holds one folder for each index file being written
+constexpr const char* kDrafts = "writing";  // folder of the index files that are being made
 constexpr const char* kIndexExtension = ".mpgindex";
-// A record count is at most 2^31 - 1, and so many records do not fit into memory: no real index is that
-// large.
-constexpr std::uint64_t kLargestIndexBytes = std::uint64_t{1} << 32;
-// A writing folder lives for moments; what is older was left by a process that was killed.
+// A draft lives as long as it takes to index a file; what is older was left by a process that was killed.
 constexpr std::chrono::hours kStaleAfter{24};
 
 [[noreturn]] void ThrowFolderError(const fs::path& inFolder, const std::error_code& inError) {
@@ -38,16 +34,15 @@ void MakeFolder(const fs::path& inFolder) {
 }
 
 // Another process may be cleaning as well, and a folder that stays does no harm: errors are of no interest.
-void RemoveStale(const fs::path& inWritingFolders) {
+void RemoveStale(const fs::path& inDrafts) {
     std::error_code error;
     std::vector<fs::path> stale;
     const auto limit = fs::file_time_type::clock::now() - kStaleAfter;
-    for (fs::directory_iterator entry(inWritingFolders, error), end; !error && entry != end;
-         entry.increment(error)) {
+    for (fs::directory_iterator entry(inDrafts, error), end; !error && entry != end; entry.increment(error)) {
         const auto time = entry->last_write_time(error);
         if (!error && time < limit) stale.push_back(entry->path());
     }
-    for (const fs::path& folder : stale) fs::remove_all(folder, error);
+    for (const fs::path& draft : stale) fs::remove_all(draft, error);
 }
 
 std::string HexText(const Hash128::Digest& inDigest) {
@@ -60,10 +55,22 @@ std::string HexText(const Hash128::Digest& inDigest) {
     return text;
 }
 
-std::string HashOf(std::span<const std::byte> inBytes) {
+// The hash of the bytes of an index file.
+std::string HashOf(const Vexmora::IndexHeader& inHeader, std::span<const Vexmora::FrameRecord> inRecords) {
     Hash128 hash;
-    hash.Add(inBytes);
+    hash.Add(std::as_bytes(std::span(&inHeader, 1)));
+    hash.Add(std::as_bytes(inRecords));
     return HexText(hash.Finish());
+}
+
+std::string ToText(const std::optional<FileFacts>& inFacts) {
+    if (!inFacts) return {};
+    std::string text;
+    for (const std::uint64_t fact :
+         {inFacts->device, inFacts->inode, inFacts->bytes, inFacts->modified, inFacts->changed}) {
+        text += std::to_string(fact) + ' ';
+    }
+    return text;
 }
 
 // A registry that was tampered with must not lead out of its folder.
@@ -79,8 +86,8 @@ IndexStore::IndexStore(const std::filesystem::path& inFolder) {
     mFolder = fs::absolute(inFolder, error);
     if (error) ThrowFolderError(inFolder, error);
     MakeFolder(mFolder);
-    MakeFolder(mFolder / kWritingFolders);
-    RemoveStale(mFolder / kWritingFolders);
+    MakeFolder(mFolder / kDrafts);
+    RemoveStale(mFolder / kDrafts);
 }
 
 std::filesystem::path IndexStore::DefaultFolder() {
@@ -94,55 +101,70 @@ std::filesystem::path IndexStore::DefaultFolder() {
 }
 
 std::optional<IndexStore::Found> IndexStore::Find(const Guid& inIdentity) const {
-    const auto entry = Registry(mFolder).Find(inIdentity.ToText());
-    if (!entry || !IsPlainName(entry->fileName)) return std::nullopt;
-    const fs::path path = mFolder / entry->fileName;
-    std::vector<std::byte> bytes;
+    const auto entry = Registry(mFolder).Find({}, [&] { return inIdentity.ToText(); });
+    return entry ? Read(*entry) : std::nullopt;
+}
+
+std::optional<IndexStore::Found> IndexStore::Find(MediaFile& ioMedia) const {
+    const auto entry =
+        Registry(mFolder).Find({.path = ioMedia.Path().native(), .facts = ToText(ioMedia.SettledFacts())},
+                               [&] { return ioMedia.Identity().ToText(); });
+    auto found = entry ? Read(*entry) : std::nullopt;
+    if (!found || found->index.header.streamLength != ioMedia.Bytes()) return std::nullopt;
+    ioMedia.SetIdentity(found->index.header.identity);
+    return found;
+}
+
+// A file that is not what was listed was torn, or is another one: the media is indexed again.
+std::optional<IndexStore::Found> IndexStore::Read(const RegistryEntry& inEntry) const {
+    const auto identity = Guid::FromText(inEntry.identity);
+    if (!identity || !IsPlainName(inEntry.fileName)) return std::nullopt;
+    Found found{.path = mFolder / inEntry.fileName, .index = {}};
+    auto& [header, records] = found.index;
     try {
-        bytes = Posix::ReadWholeFile(path, kLargestIndexBytes);
+        const Posix::InputFile file(found.path);
+        const std::uint64_t bytes = file.Size();
+        if (bytes != inEntry.bytes || bytes < sizeof header) return std::nullopt;
+        const std::uint64_t recordBytes = bytes - sizeof header;
+        if (recordBytes % sizeof(Vexmora::FrameRecord) != 0) return std::nullopt;
+        records.resize(recordBytes / sizeof(Vexmora::FrameRecord));
+        file.ReadAt(0, std::as_writable_bytes(std::span(&header, 1)));
+        file.ReadAt(sizeof header, std::as_writable_bytes(std::span(records)));
     } catch (const Error&) {
-        return std::nullopt;  // removed or unreadable: the media is indexed again
+        return std::nullopt;
     }
-    if (bytes.size() != entry->bytes || HashOf(bytes) != entry->hash) return std::nullopt;
-    auto index = ParseIndexFile(bytes, inIdentity);
-    if (!index) return std::nullopt;
-    return Found{path, std::move(*index)};
+    if (HashOf(header, records) != inEntry.hash || !IsSound(header, records, *identity)) return std::nullopt;
+    return found;
 }
 
-void IndexStore::CheckWritable() const {
-    std::error_code error;
-    fs::remove(MakeWritingFolder(), error);
+Posix::DraftFile IndexStore::MakeDraft() const {
+    MakeFolder(mFolder / kDrafts);
+    return {mFolder / kDrafts, kIndexExtension};
 }
 
-std::filesystem::path IndexStore::MakeWritingFolder() const {
-    MakeFolder(mFolder / kWritingFolders);
-    return Posix::MakeUniqueFolder(mFolder / kWritingFolders);
-}
-
-IndexStore::Found IndexStore::Publish(const Guid& inIdentity, const std::filesystem::path& inWritten,
-                                      const std::filesystem::path& inMedia) const {
-    const auto bytes = Posix::ReadWholeFile(inWritten, kLargestIndexBytes);
-    auto index = ParseIndexFile(bytes, inIdentity);
-    if (!index) {
-        throw Error(Vexmora_IndexNotWritten, inWritten, "is not a whole index of " + inMedia.native(),
-                    "check the free space and index again");
+std::filesystem::path IndexStore::Publish(Posix::DraftFile& ioDraft, const Vexmora::IndexHeader& inHeader,
+                                          std::span<const Vexmora::FrameRecord> inRecords,
+                                          const std::filesystem::path& inMedia,
+                                          const std::optional<FileFacts>& inFacts) const {
+    if (!IsSound(inHeader, inRecords, inHeader.identity)) {
+        throw Error(Vexmora_IndexNotWritten, inMedia, "was indexed, but the index is not sound",
+                    "the stream is damaged or was cut");
     }
-    Posix::FlushToDisk(inWritten);
-    const std::string identity = inIdentity.ToText();
-    const std::string fileName = identity + kIndexExtension;
-    const fs::path path = mFolder / fileName;
-    const auto outdated =
-        Registry(mFolder).Record({identity, fileName, bytes.size(), HashOf(bytes), inMedia.native()}, [&] {
-            std::error_code error;
-            fs::rename(inWritten, path, error);
-            if (error) ThrowFolderError(mFolder, error);
-            Posix::FlushToDisk(mFolder);
-        });
+    ioDraft.Write(std::as_bytes(std::span(&inHeader, 1)));
+    ioDraft.Write(std::as_bytes(inRecords));
+    const std::string identity = inHeader.identity.ToText();
+    const RegistryEntry entry{.identity = identity,
+                              .fileName = identity + kIndexExtension,
+                              .bytes = sizeof inHeader + inRecords.size_bytes(),
+                              .hash = HashOf(inHeader, inRecords)};
+    fs::path place = mFolder / entry.fileName;
+    const auto outdated = Registry(mFolder).Record(
+        entry, {.path = inMedia.native(), .facts = ToText(inFacts)}, [&] { ioDraft.MoveTo(place); });
     for (const std::string& name : outdated) {
         std::error_code error;  // a file that stays is not listed any more
         if (IsPlainName(name)) fs::remove(mFolder / name, error);
     }
-    return Found{path, std::move(*index)};
+    return place;
 }
 
 }  // namespace VexmoraHost

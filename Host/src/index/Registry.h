@@ -12,11 +12,16 @@ namespace VexmoraHost {
 
 /// One index file.
 struct RegistryEntry {
-    std::string identity;   ///< text of the media's Guid; the key
-    std::string fileName;   ///< in the registry's folder
-    std::uint64_t bytes;    ///< size of the index file
-    std::string hash;       ///< of its content, 32 hexadecimal digits
-    std::string mediaPath;  ///< where the media was, as the system spells it
+    std::string identity;  ///< text of the media's Guid; the key
+    std::string fileName;  ///< in the registry's folder
+    std::uint64_t bytes;   ///< size of the index file
+    std::string hash;      ///< of its content, 32 hexadecimal digits
+};
+
+/// A media file as it was seen.
+struct RegistryMedia {
+    std::string path;   ///< as the system spells it; the key
+    std::string facts;  ///< that tell it from any other content under this path; empty when they do not
 };
 
 /// `registry.sqlite3` in a folder. Holds no connection between calls, so it may be copied, used by any thread
@@ -27,12 +32,17 @@ class Registry {
   public:
     explicit Registry(std::filesystem::path inFolder);
 
-    std::optional<RegistryEntry> Find(const std::string& inIdentity) const;
+    /// The entry of a media file: where its facts are those that were recorded with its path, of the identity
+    /// recorded with them; else of the identity that inIdentify gives, and then the facts are recorded. What
+    /// inIdentify throws comes through; it is called at most once.
+    std::optional<RegistryEntry> Find(const RegistryMedia& inMedia,
+                                      const std::function<std::string()>& inIdentify) const;
 
     /// Puts the index file in its place by inMove and lists it, both while no other process may; what inMove
     /// throws leaves the list as it was. Entries of the same media path with another identity are of content
     /// that is gone: they are removed, and the names of their files returned.
-    std::vector<std::string> Record(const RegistryEntry& inEntry, const std::function<void()>& inMove) const;
+    std::vector<std::string> Record(const RegistryEntry& inEntry, const RegistryMedia& inMedia,
+                                    const std::function<void()>& inMove) const;
 
   private:
     std::filesystem::path mFolder;

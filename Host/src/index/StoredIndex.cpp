@@ -1,9 +1,8 @@
-// Reads index files out of memory, trusting nothing in them.
-#include "VexmoraHost/StoredIndex.h"
+// Trusts nothing in an index.
+#include "index/StoredIndex.h"
 
 #include <algorithm>
 #include <cstdint>
-#include <cstring>
 
 namespace VexmoraHost {
 namespace {
@@ -11,21 +10,9 @@ namespace {
 using Vexmora::FrameRecord;
 using Vexmora::IndexHeader;
 
-constexpr std::size_t kHeaderBytes = sizeof(IndexHeader);
-constexpr std::size_t kRecordBytes = sizeof(FrameRecord);
-
 bool IsKnownKind(std::uint32_t inStreamKind) {
     return inStreamKind == Vexmora::kStreamKindElementary || inStreamKind == Vexmora::kStreamKindProgram ||
            inStreamKind == Vexmora::kStreamKindTransport;
-}
-
-// Whether the header can stand before inRecordBytes bytes of records.
-bool IsSound(const IndexHeader& inHeader, const Guid& inIdentity, std::uint64_t inRecordBytes) {
-    if (inHeader.version != Vexmora::kIndexVersion || inHeader.identity != inIdentity) return false;
-    if (inRecordBytes != std::uint64_t{inHeader.recordCount} * kRecordBytes) return false;
-    if (inHeader.streamKind == Vexmora::kStreamKindFailed) return inHeader.recordCount == 0;
-    return IsKnownKind(inHeader.streamKind) && inHeader.firstFrame < inHeader.recordCount &&
-           inHeader.lastFrame < inHeader.recordCount;
 }
 
 bool IsSound(const FrameRecord& inRecord, const IndexHeader& inHeader) {
@@ -35,19 +22,14 @@ bool IsSound(const FrameRecord& inRecord, const IndexHeader& inHeader) {
 
 }  // namespace
 
-std::optional<StoredIndex> ParseIndexFile(std::span<const std::byte> inBytes, const Guid& inIdentity) {
-    if (inBytes.size() < kHeaderBytes) return std::nullopt;
-    StoredIndex index;
-    std::memcpy(&index.header, inBytes.data(), kHeaderBytes);
-    const auto recordBytes = inBytes.subspan(kHeaderBytes);
-    if (!IsSound(index.header, inIdentity, recordBytes.size())) return std::nullopt;
-    index.records.resize(index.header.recordCount);
-    if (!recordBytes.empty()) std::memcpy(index.records.data(), recordBytes.data(), recordBytes.size());
-    const bool sound =
-        std::all_of(index.records.begin(), index.records.end(),
-                    [&](const FrameRecord& inRecord) { return IsSound(inRecord, index.header); });
-    if (!sound) return std::nullopt;
-    return index;
+bool IsSound(const IndexHeader& inHeader, std::span<const FrameRecord> inRecords, const Guid& inIdentity) {
+    if (inHeader.version != Vexmora::kIndexVersion || inHeader.identity != inIdentity) return false;
+    if (inHeader.recordCount != inRecords.size()) return false;
+    if (inHeader.streamKind == Vexmora::kStreamKindFailed) return inRecords.empty();
+    return IsKnownKind(inHeader.streamKind) && inHeader.firstFrame < inHeader.recordCount &&
+           inHeader.lastFrame < inHeader.recordCount &&
+           std::all_of(inRecords.begin(), inRecords.end(),
+                       [&](const FrameRecord& inRecord) { return IsSound(inRecord, inHeader); });
 }
 
 }  // namespace VexmoraHost

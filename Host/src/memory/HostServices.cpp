@@ -7,7 +7,6 @@
 #include <new>
 
 #include "Vexmora/Vexmora.h"
-#include "index/IndexLocation.h"
 
 namespace VexmoraHost {
 namespace {
@@ -100,7 +99,7 @@ std::uint32_t CacheIdFor(const Guid& inIdentity) {
 }
 
 Vexmora::HostServices Services(std::uint32_t inCacheId) {
-    return {&kBlockCache, &kMemoryAllocator, &kMemoryHandles, nullptr, &kIndexLocation, nullptr, inCacheId};
+    return {&kBlockCache, &kMemoryAllocator, &kMemoryHandles, nullptr, nullptr, nullptr, inCacheId};
 }
 
 void DropFrames() noexcept {

@@ -6,7 +6,7 @@
 
 #include "Vexmora/HostServices.h"
 #include "VexmoraHost/Host.h"
-#include "VexmoraHost/MediaIdentity.h"
+#include "index/MediaIdentity.h"
 #include "memory/BlockCache.h"
 #include "memory/FrameCache.h"
 #include "memory/Memory.h"
@@ -31,8 +31,8 @@ PlanePool& ProcessPlanePool();
 /// identity, never 0 (0, no caching, only after 2^32 - 1 different files). Throws std::bad_alloc.
 std::uint32_t CacheIdFor(const Guid& inIdentity);
 
-/// The function tables to open files with, the same for all handles of the process. The index-location
-/// functions answer for the IndexSession in force on the calling thread.
+/// The function tables to open files with, the same for all handles of the process. There are none for the
+/// location of index files: the host indexes files itself and opens them with what it knows.
 /// @param inCacheId of the file to open; 0 for no block cache.
 Vexmora::HostServices Services(std::uint32_t inCacheId = 0);
 

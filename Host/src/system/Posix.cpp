@@ -4,12 +4,14 @@
 #include <fcntl.h>
 #include <sched.h>
 #include <signal.h>
+#include <stdio.h>
 #include <stdlib.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <exception>
 #include <string>
@@ -21,7 +23,8 @@
 namespace VexmoraHost::Posix {
 namespace {
 
-constexpr mode_t kPrivateFile = S_IRUSR | S_IWUSR;
+// As far as the process's file creation mask lets it be.
+constexpr mode_t kSharedFile = S_IRUSR | S_IWUSR | S_IRGRP | S_IWGRP | S_IROTH | S_IWOTH;
 
 [[noreturn]] void Throw(const std::filesystem::path& inPath, const std::string& inProblem,
                         int inErrorNumber) {
@@ -29,11 +32,42 @@ constexpr mode_t kPrivateFile = S_IRUSR | S_IWUSR;
                 "check the path, the permissions and the free space");
 }
 
-// O_NONBLOCK: opening a named pipe must not wait for a writer.
+// O_NONBLOCK: opening a named pipe must not wait for a writer. A file on which another process holds a lease
+// (a file server for a client) is opened without it: the system then waits until the lease is given back.
 int OpenOrThrow(const std::filesystem::path& inPath, int inFlags) {
-    const int number = ::open(inPath.c_str(), inFlags | O_CLOEXEC | O_NONBLOCK, kPrivateFile);
+    int number = ::open(inPath.c_str(), inFlags | O_CLOEXEC | O_NONBLOCK, kSharedFile);
+    if (number < 0 && errno == EWOULDBLOCK) {
+        number = ::open(inPath.c_str(), inFlags | O_CLOEXEC, kSharedFile);
+    }
     if (number < 0) Throw(inPath, "cannot be opened", errno);
     return number;
+}
+
+// Nobody else has a file of that name: tried until that is so.
+int CreateOrThrow(const std::filesystem::path& inFolder, const std::string& inExtension,
+                  std::filesystem::path& outPath) {
+    static std::atomic<unsigned> drafts{0};
+    for (;;) {
+        outPath = inFolder / (std::to_string(::getpid()) + '-' + std::to_string(drafts++) + inExtension);
+        const int number = ::open(outPath.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kSharedFile);
+        if (number >= 0) return number;
+        if (errno != EEXIST) Throw(inFolder, "cannot be written to", errno);
+    }
+}
+
+// Times outside the years 1678 to 2262 come round again, which does no harm to telling files apart.
+std::uint64_t Nanoseconds(const timespec& inTime) {
+    constexpr std::uint64_t kNanosecondsPerSecond = 1'000'000'000;
+    return static_cast<std::uint64_t>(inTime.tv_sec) * kNanosecondsPerSecond +
+           static_cast<std::uint64_t>(inTime.tv_nsec);
+}
+
+FileFacts ToFacts(const struct stat& inFacts) {
+    return {.device = inFacts.st_dev,
+            .inode = inFacts.st_ino,
+            .bytes = static_cast<std::uint64_t>(inFacts.st_size),
+            .modified = Nanoseconds(inFacts.st_mtim),
+            .changed = Nanoseconds(inFacts.st_ctim)};
 }
 
 }  // namespace
@@ -43,15 +77,15 @@ Descriptor::~Descriptor() {
 }
 
 InputFile::InputFile(std::filesystem::path inPath)
-    : mPath(std::move(inPath)), mDescriptor(OpenOrThrow(mPath, O_RDONLY)) {
+    : mPath(std::move(inPath)), mDescriptor(OpenOrThrow(mPath, O_RDONLY)), mFacts(FactsNow()) {}
+
+FileFacts InputFile::FactsNow() const {
     struct stat facts {};
     if (::fstat(mDescriptor.Number(), &facts) != 0) Throw(mPath, "cannot be examined", errno);
     if (!S_ISREG(facts.st_mode)) {
         throw Error(Vexmora_Failure, mPath, "is not a regular file", "name a file on disk");
     }
-    constexpr std::int64_t kNanosecondsPerSecond = 1'000'000'000;
-    mSize = static_cast<std::uint64_t>(facts.st_size);
-    mModifiedNanoseconds = facts.st_mtim.tv_sec * kNanosecondsPerSecond + facts.st_mtim.tv_nsec;
+    return ToFacts(facts);
 }
 
 void InputFile::ReadAt(std::uint64_t inOffset, std::span<std::byte> outBytes) const {
@@ -61,34 +95,52 @@ void InputFile::ReadAt(std::uint64_t inOffset, std::span<std::byte> outBytes) co
         if (got < 0 && errno == EINTR) continue;
         if (got < 0) Throw(mPath, "cannot be read", errno);
         if (got == 0) {
-            throw Error(Vexmora_Failure, mPath, "became shorter while it was read",
-                        "try again when nothing writes to it any more");
+            throw Error(Vexmora_Failure, mPath, "changed while it was read: it became shorter",
+                        "open it again when nothing writes to it any more");
         }
         outBytes = outBytes.subspan(static_cast<std::size_t>(got));
         inOffset += static_cast<std::uint64_t>(got);
     }
 }
 
-std::vector<std::byte> ReadWholeFile(const std::filesystem::path& inPath, std::uint64_t inLimit) {
-    const InputFile file(inPath);
-    if (file.Size() > inLimit) Throw(inPath, "cannot be read", EFBIG);
-    std::vector<std::byte> bytes(file.Size());
-    file.ReadAt(0, bytes);
-    return bytes;
+void InputFile::ExpectSequentialReads() const noexcept {
+    static_cast<void>(::posix_fadvise(mDescriptor.Number(), 0, 0, POSIX_FADV_SEQUENTIAL));  // only a hint
 }
 
-void FlushToDisk(const std::filesystem::path& inPath) {
-    const Descriptor descriptor(OpenOrThrow(inPath, O_RDONLY));
-    // EINVAL: this kind of file has nothing to flush, as folders of some file systems.
-    if (::fsync(descriptor.Number()) != 0 && errno != EINVAL) {
-        Throw(inPath, "cannot be written to the disk", errno);
+DraftFile::DraftFile(const std::filesystem::path& inFolder, const std::string& inExtension)
+    : mDescriptor(CreateOrThrow(inFolder, inExtension, mPath)) {}
+
+DraftFile::~DraftFile() {
+    if (!mPath.empty()) ::unlink(mPath.c_str());
+}
+
+void DraftFile::Write(std::span<const std::byte> inBytes) const {
+    while (!inBytes.empty()) {
+        const ssize_t put = ::write(mDescriptor.Number(), inBytes.data(), inBytes.size());
+        if (put < 0 && errno == EINTR) continue;
+        if (put <= 0) Throw(mPath, "cannot be written", put < 0 ? errno : EIO);
+        inBytes = inBytes.subspan(static_cast<std::size_t>(put));
     }
 }
 
-std::filesystem::path MakeUniqueFolder(const std::filesystem::path& inParent) {
-    std::string path = (inParent / "XXXXXX").native();
-    if (::mkdtemp(path.data()) == nullptr) Throw(inParent, "cannot be written to", errno);
-    return path;
+void DraftFile::MoveTo(const std::filesystem::path& inPlace) {
+    const auto isMoved = [&] { return ::rename(mPath.c_str(), inPlace.c_str()) == 0; };
+    if (!isMoved()) {
+        if (errno != EISDIR) Throw(inPlace, "cannot be put in place", errno);
+        MoveAside(inPlace);
+        if (!isMoved()) Throw(inPlace, "cannot be put in place", errno);
+    }
+    mPath.clear();
+}
+
+void MoveAside(const std::filesystem::path& inPath) {
+    const std::string damaged = inPath.native() + ".damaged";
+    if (::rename(inPath.c_str(), damaged.c_str()) == 0) return;
+    std::string folder = damaged + "-XXXXXX";
+    if (::mkdtemp(folder.data()) == nullptr ||
+        ::rename(inPath.c_str(), (std::filesystem::path(folder) / inPath.filename()).c_str()) != 0) {
+        Throw(inPath, "is damaged and cannot be moved out of the way", errno);
+    }
 }
 
 std::optional<FileKey> KeyOf(const std::filesystem::path& inPath) noexcept {
@@ -138,3 +190,13 @@ FileLock::FileLock(const std::filesystem::path& inPath, Kind inKind)
 }
 
 }  // namespace VexmoraHost::Posix
+
+namespace VexmoraHost {
+
+std::optional<FileFacts> FactsOf(const std::filesystem::path& inPath) noexcept {
+    struct stat facts {};
+    if (::stat(inPath.c_str(), &facts) != 0 || !S_ISREG(facts.st_mode)) return std::nullopt;
+    return Posix::ToFacts(facts);
+}
+
+}  // namespace VexmoraHost

@@ -1,5 +1,5 @@
-// What the standard library lacks: reading with the facts of the very file that is read, locks between
-// processes, getting data to the disk, processors, and threads that leave signals alone.
+// What the standard library lacks: reading with the facts of the very file that is read, files that nobody
+// else has, locks between processes, processors, and threads that leave signals alone.
 #pragma once
 
 #include <cstddef>
@@ -8,8 +8,10 @@
 #include <functional>
 #include <optional>
 #include <span>
+#include <string>
 #include <thread>
-#include <vector>
+
+#include "index/MediaIdentity.h"
 
 namespace VexmoraHost::Posix {
 
@@ -31,27 +33,45 @@ class InputFile {
   public:
     explicit InputFile(std::filesystem::path inPath);
 
-    std::uint64_t Size() const { return mSize; }
-    /// Since 1970 (UTC).
-    std::int64_t ModifiedNanoseconds() const { return mModifiedNanoseconds; }
+    const std::filesystem::path& Path() const { return mPath; }
+    /// As they were when the file was opened.
+    const FileFacts& Facts() const { return mFacts; }
+    std::uint64_t Size() const { return mFacts.bytes; }
+    /// As they are now.
+    FileFacts FactsNow() const;
     /// Fills outBytes from inOffset on; a file that ends earlier is an error.
     void ReadAt(std::uint64_t inOffset, std::span<std::byte> outBytes) const;
+    /// Lets the system read well ahead: the file is about to be read from its start to its end.
+    void ExpectSequentialReads() const noexcept;
 
   private:
     std::filesystem::path mPath;
     Descriptor mDescriptor;
-    std::uint64_t mSize = 0;
-    std::int64_t mModifiedNanoseconds = 0;
+    FileFacts mFacts;
 };
 
-/// The bytes of a regular file of at most inLimit bytes. Throws Error.
-std::vector<std::byte> ReadWholeFile(const std::filesystem::path& inPath, std::uint64_t inLimit);
+/// A new file in a folder, under a name that no other has; removed again unless it was moved to its place.
+class DraftFile {
+  public:
+    /// @param inExtension of its name. Throws Error when the folder does not take a new file.
+    DraftFile(const std::filesystem::path& inFolder, const std::string& inExtension);
+    ~DraftFile();
+    DraftFile(const DraftFile&) = delete;
+    DraftFile& operator=(const DraftFile&) = delete;
 
-/// Waits until what was written to a file (or, for a folder, the names in it) is on the disk. Throws Error.
-void FlushToDisk(const std::filesystem::path& inPath);
+    /// Appends bytes. Throws Error.
+    void Write(std::span<const std::byte> inBytes) const;
+    /// Gives the file its place, whole, whatever file was there. Throws Error and leaves that one alone.
+    void MoveTo(const std::filesystem::path& inPlace);
 
-/// Makes a folder in inParent that only this user may enter and that nobody else has. Throws Error.
-std::filesystem::path MakeUniqueFolder(const std::filesystem::path& inParent);
+  private:
+    std::filesystem::path mPath;  // empty when it was moved
+    Descriptor mDescriptor;
+};
+
+/// Moves whatever inPath names (a folder, too) out of the way, to inPath with ".damaged" behind it, or into a
+/// new folder of such a name where that is not free. Throws Error.
+void MoveAside(const std::filesystem::path& inPath);
 
 /// Tells one file from another that has the same name later. No value when there is no such file.
 struct FileKey {

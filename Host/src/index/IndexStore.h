@@ -3,9 +3,12 @@
 
 #include <filesystem>
 #include <optional>
+#include <span>
 
-#include "VexmoraHost/MediaIdentity.h"
-#include "VexmoraHost/StoredIndex.h"
+#include "index/MediaFile.h"
+#include "index/Registry.h"
+#include "index/StoredIndex.h"
+#include "system/Posix.h"
 
 namespace VexmoraHost {
 
@@ -31,20 +34,26 @@ class IndexStore {
     };
     /// The index of the media, if it is listed and its file is what was listed.
     std::optional<Found> Find(const Guid& inIdentity) const;
+    /// Likewise; a file whose facts are those that it had when its index was found or published last needs
+    /// not be identified, not even opened.
+    std::optional<Found> Find(MediaFile& ioMedia) const;
 
-    /// Throws if no index file could be kept here: better known before hours of indexing than after.
-    void CheckWritable() const;
+    /// A file for an index that is still to be made. Throws if none could be kept here: better known before
+    /// hours of indexing than after.
+    Posix::DraftFile MakeDraft() const;
 
-    /// An empty folder for one index file to be written into; the caller removes it. It lies in this store,
-    /// so Publish only has to rename.
-    std::filesystem::path MakeWritingFolder() const;
-
-    /// Checks the index file at inWritten (in a writing folder), moves it to its place and lists it; the
-    /// index of older content of the same media path is removed.
-    Found Publish(const Guid& inIdentity, const std::filesystem::path& inWritten,
-                  const std::filesystem::path& inMedia) const;
+    /// Writes an index to ioDraft, gives that its place and lists it; the index of older content of the same
+    /// media path is removed.
+    /// @param inFacts of the media, if they are settled.
+    /// @return the place. Throws Error, Vexmora_IndexNotWritten if it is no sound index.
+    std::filesystem::path Publish(Posix::DraftFile& ioDraft, const Vexmora::IndexHeader& inHeader,
+                                  std::span<const Vexmora::FrameRecord> inRecords,
+                                  const std::filesystem::path& inMedia,
+                                  const std::optional<FileFacts>& inFacts = {}) const;
 
   private:
+    std::optional<Found> Read(const RegistryEntry& inEntry) const;
+
     std::filesystem::path mFolder;
 };
 
