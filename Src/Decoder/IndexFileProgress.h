@@ -35,7 +35,7 @@ class IndexFileProgress {
     [[nodiscard]] Vexmora_Status ReadAndScan(const UTF16String& inPath, const IndexLocationTable* inLocation,
                                              bool inIndexFlag, float& outProgress);
     [[nodiscard]] Vexmora_Status Begin(const UTF16String& inPath);
-    [[nodiscard]] Vexmora_Status ReadNext(std::size_t& outGot);
+    [[nodiscard]] Vexmora_Status ReadNext(std::size_t inSize);
     [[nodiscard]] Vexmora_Status Finish(const UTF16String& inPath, const IndexLocationTable* inLocation,
                                         bool inIndexFlag, float& outProgress);
     void Release();
