@@ -1,11 +1,9 @@
-// References count, whatever thread they are on.
+// References count.
 #include "CodedPicture/CountedRef.h"
 
 #include <gtest/gtest.h>
 
 #include <stdexcept>
-#include <thread>
-#include <vector>
 
 namespace Vexmora {
 namespace {
@@ -37,25 +35,6 @@ TEST(CountedRef, TheLastReferenceDestroysObjectAndCount) {
     EXPECT_EQ(live, 0);
     EXPECT_THROW((void)CountedRef<Tracked>::Make(live, true), std::runtime_error);
     EXPECT_EQ(Orvet::Allocator::LiveCount(), blocks);
-}
-
-TEST(CountedRef, CountsOnSeveralThreads) {
-    int live = 0;
-    {
-        const auto shared = CountedRef<Tracked>::Make(live);
-        std::vector<std::thread> threads;
-        for (int i = 0; i < 4; ++i) {
-            threads.emplace_back([&shared] {
-                for (int round = 0; round < 20000; ++round) {
-                    const CountedRef<Tracked> copy = shared;
-                    const CountedRef<Tracked> another = copy;
-                }
-            });
-        }
-        for (std::thread& thread : threads) thread.join();
-        EXPECT_EQ(live, 1);
-    }
-    EXPECT_EQ(live, 0);
 }
 
 }  // namespace

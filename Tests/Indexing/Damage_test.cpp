@@ -330,24 +330,6 @@ TEST(Damage, ChangedBytesGiveSaneRecordsThatDoNotDependOnTheBuffers) {
     }
 }
 
-TEST(Damage, NoiseNeverIndexesAndNeverCrashes) {
-    std::mt19937_64 random(7);
-    for (int round = 0; round < 300; ++round) {
-        Bytes noise(5 + random() % 3000);
-        // Mostly zeros and ones and start-code bytes, so that headers of all kinds appear.
-        const std::uint8_t favourites[] = {0, 0, 1, 0, 0, 1, 0xB3, 0xB5, 0xB8, 0xBA, 0xE0, 0xC0, 0x47, 0x81};
-        for (std::uint8_t& byte : noise) {
-            byte = random() % 4 != 0 ? favourites[random() % std::size(favourites)]
-                                     : static_cast<std::uint8_t>(random());
-        }
-        const std::vector<Bytes> starts = {{0, 0, 1, 0xB3, 2}, {0, 0, 1, 0xBA, 0x44}, {0x47, 0, 0, 0, 0}};
-        const Bytes& start = starts[static_cast<std::size_t>(round) % starts.size()];
-        std::copy(start.begin(), start.end(), noise.begin());
-        const auto cuts = RandomCuts(noise.size(), 33, 200, random());
-        ExpectSane(Index(noise, round % 2 == 0 ? cuts : std::vector<std::size_t>()), noise.size());
-    }
-}
-
 TEST(Damage, GarbageBetweenPacketsIsSkipped) {
     const Bytes video = Join({Headers(), GopHeader(), kGroup});
     const Bytes noise = Slice(70);

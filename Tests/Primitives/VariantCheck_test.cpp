@@ -173,6 +173,45 @@ TEST_P(VariantCheck, Predictions) {
     }
 }
 
+// In memory that ends with the last byte: sparse and dense bytes, and one prefix at every place among near
+// misses.
+TEST_P(VariantCheck, StartCodeSearchAndWords) {
+    const auto check = [&](const Bytes& inBytes, std::size_t inMisalignment) {
+        Bytes memory(inMisalignment);
+        memory.insert(memory.end(), inBytes.begin(), inBytes.end());
+        memory.shrink_to_fit();
+        const std::uint8_t* const bytes = memory.data() + inMisalignment;
+        const std::size_t positions = inBytes.size() - 2;
+        std::size_t expected = 0;
+        while (expected < positions &&
+               !(bytes[expected] == 0 && bytes[expected + 1] == 0 && bytes[expected + 2] == 1))
+            ++expected;
+        ASSERT_EQ(mTable.findStartCodePrefix(bytes, positions), expected) << positions;
+        ASSERT_EQ(mPortable.findStartCodePrefix(bytes, positions), expected) << positions;
+        for (const PrimitiveTable* table : {&mTable, &mPortable}) {
+            Bytes swapped = memory;
+            table->swapWords(swapped.data() + inMisalignment, inBytes.size() / 4);
+            for (std::size_t i = 0; i < memory.size(); ++i) {
+                const std::size_t word = (i - inMisalignment) / 4 * 4 + inMisalignment;
+                const bool isSwapped = i >= inMisalignment && word + 4 <= memory.size();
+                ASSERT_EQ(swapped[i], memory[isSwapped ? 2 * word + 3 - i : i]);
+            }
+        }
+    };
+    for (std::size_t size = 2; size <= 302; ++size) {
+        for (const int highest : {1, 2, 8, 255}) {
+            Bytes bytes(size);
+            for (std::uint8_t& byte : bytes) byte = static_cast<std::uint8_t>(mRandom.Between(0, highest));
+            check(bytes, size % 32);
+        }
+        for (const auto filler : {std::uint8_t{0}, std::uint8_t{1}, std::uint8_t{255}}) {
+            Bytes bytes(305, filler);
+            std::copy_n(Bytes{0, 0, 1}.begin(), 3, bytes.begin() + static_cast<std::ptrdiff_t>(size));
+            check(bytes, size % 32);
+        }
+    }
+}
+
 // Random bits, most of which run into a code that does not exist, and blocks far from and close to the end of
 // data.
 TEST_P(VariantCheck, BlockDecoding) {

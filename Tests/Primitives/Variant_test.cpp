@@ -73,38 +73,31 @@ TEST(Variant, TypeCodeOfProcessor) {
 }
 
 TEST(Variant, ChoiceByCode) {
-    constexpr std::uint32_t kBase = kFeatureMmx | kFeatureSse | kFeatureSse2 | kFeatureSse3;
-    constexpr std::uint32_t kUpToSse42 = kBase | kFeatureSsse3 | kFeatureSse41 | kFeatureSse42;
-    constexpr std::uint32_t kCrypto = kFeatureAes | kFeaturePclmulqdq;
+    constexpr int kSelected = 0, kUnknownCode = 21, kNoVariant = 36;
     const struct {
         int code;
+        int status;
         int index;
-        std::uint32_t features;
-    } kCases[] = {{0x00, 1, kBase},
-                  {0x20, 1, kBase},
-                  {0x42, 1, kBase},
-                  {0x21, 2, kBase | kFeatureSsse3},
-                  {0x22, 2, kBase | kFeatureSsse3},
-                  {0x43, 2, kBase | kFeatureSsse3},
-                  {0x24, 3, kBase | kFeatureSsse3 | kFeatureMovbe},
-                  {0x23, 4, kBase | kFeatureSsse3 | kFeatureSse41},
-                  {0x44, 4, kBase | kFeatureSsse3 | kFeatureSse41},
-                  {0x25, 4, kUpToSse42},
-                  {0x45, 4, kUpToSse42},
-                  {0x26, 4, kUpToSse42 | kCrypto},
-                  {0x47, 4, kUpToSse42 | kCrypto},
-                  {0x46, 5, kUpToSse42 | kCrypto | kFeatureAvx | kFeatureOsAvx}};
-    for (int code = -3; code <= 0x100; ++code) {
-        if (code == kAutomaticVariant) continue;
-        const VariantChoice choice = ChooseVariant(code, {});
-        const auto row = std::find_if(std::begin(kCases), std::end(kCases),
-                                      [code](const auto& inCase) { return inCase.code == code; });
-        const bool without = (code >= 1 && code <= 0x0B) || code == 0x40 || code == 0x41 || code == 0x60;
-        const int status = row != std::end(kCases) ? 0 : without ? 36 : 21;
-        EXPECT_EQ(static_cast<int>(choice.status), status) << code;
-        if (status != 0) continue;
-        EXPECT_EQ(choice.variant.index, row->index) << code;
-        EXPECT_EQ(choice.variant.features, row->features) << code;
+        std::uint32_t lastFeature;
+    } kCases[] = {{0x00, kSelected, 1, kFeatureSse3},
+                  {0x22, kSelected, 2, kFeatureSsse3},
+                  {0x24, kSelected, 3, kFeatureMovbe},
+                  {0x44, kSelected, 4, kFeatureSse41},
+                  {0x45, kSelected, 4, kFeatureSse42},
+                  {0x47, kSelected, 4, kFeatureAes},
+                  {0x46, kSelected, 5, kFeatureOsAvx},
+                  {0x01, kNoVariant, 0, 0},
+                  {0x0B, kNoVariant, 0, 0},
+                  {0x41, kNoVariant, 0, 0},
+                  {0x60, kNoVariant, 0, 0},
+                  {0x0C, kUnknownCode, 0, 0},
+                  {-3, kUnknownCode, 0, 0},
+                  {0x48, kUnknownCode, 0, 0}};
+    for (const auto& one : kCases) {
+        const VariantChoice choice = ChooseVariant(one.code, {});
+        EXPECT_EQ(static_cast<int>(choice.status), one.status) << one.code;
+        EXPECT_EQ(choice.variant.index, one.index) << one.code;
+        EXPECT_EQ(choice.variant.features & one.lastFeature, one.lastFeature) << one.code;
     }
 }
 

@@ -1,10 +1,7 @@
 #!/usr/bin/env bash
 # Makes short elementary streams that use, each on purpose, the coding tools of two encoders.
 #
-# make_tool_streams.sh OUTDIR: for every stream NAME it writes
-#   NAME        the stream; CLASS-… where the class is what the tests are run by
-#   NAME.tools  a line "VALUE COUNT" for every syntax element's value that ffmpeg finds in the headers, for every
-#               kind of macroblock that it decodes, and for the slices of a picture
+# make_tool_streams.sh OUTDIR: streams CLASS-…, where the class is what the tests are run by.
 # What exists is kept; the stream is renamed into place last, so a stream that exists is complete.
 set -euo pipefail
 
@@ -19,42 +16,6 @@ work=$(mktemp -d "$out/.work.XXXXXX")
 trap 'rm -rf "$work"' EXIT
 . "$(dirname "$0")/encoders.bash"
 
-# What ffmpeg reports of a stream's syntax. Its map of macroblock types has three characters each: where the
-# prediction comes from (i: intra, S: skipped), how it is divided, and whether it is of fields.
-syntax() {
-    ffmpeg -nostdin -nostats -v debug -debug mb_type -threads 1 -i "$1" \
-        -map 0:v -c copy -bsf:v trace_headers -f null - -map 0:v -f null - 2>&1 | LC_ALL=C awk '
-        function slices() { if (slice_count) ++count["slices_per_picture=" slice_count]; slice_count = row = 0 }
-        /^\[trace_headers/ && NF > 4 && $(NF - 1) == "=" {
-            name = $(NF - 3); value = $NF
-            if (name == "picture_start_code") slices()
-            if (name == "slice_vertical_position") {
-                ++slice_count
-                if (value == row) ++count["several_slices_in_a_row"]
-                row = value
-            } else if (name == "top_field_first") {
-                top = value
-            } else if (name == "progressive_frame") {
-                ++count[name "=" value]
-                if (value == 0) ++count["first_field=" (top ? "top" : "bottom")]
-            } else if (name !~ /^(vbv_delay|time_code|marker_bit|temporal_reference|.*quantiser_matrix\[.*)$/)
-                ++count[name "=" value]
-        }
-        /^\[mpeg2video @ [^]]*\] ([iS<>XdD][-?|+ ][= ])+$/ {
-            sub(/^[^]]*\] /, "")
-            for (at = 1; at <= length($0); at += 3) ++count["macroblock=" substr($0, at, 3) "."]
-        }
-        END { slices(); for (name in count) print name, count[name] }' | LC_ALL=C sort
-}
-
-# stream NAME COMMAND…: runs the command with the output path appended, unless the stream exists.
-stream() {
-    local name=$1.m2v; shift
-    [ ! -f "$out/$name" ] || return 0
-    "$@" "$work/$name"
-    syntax "$work/$name" >"$out/$name.tools"
-    mv "$work/$name" "$out/$name"
-}
 # packaged NAME COMMAND…: runs the command with the output path appended, unless it exists.
 packaged() {
     local name=$1; shift
@@ -62,6 +23,7 @@ packaged() {
     "$@" "$work/$name"
     mv "$work/$name" "$out/$name"
 }
+stream() { packaged "$1.m2v" "${@:2}"; }
 copy() { quiet ffmpeg -nostdin -y -fflags +genpts -i "$out/$1" -c copy "${exact[@]}" "${@:2}"; }
 multiplex() { quiet mplex -v 0 -f 3 -r 9000 -V -o "$2" "$out/$1.m2v"; }
 

@@ -114,6 +114,14 @@ void RandomStreams::CompareEach(const Samples& inFrames, const Decode& inDecode)
     }
 }
 
+// What the generator writes does not shrink unnoticed: features are kinds of macroblocks, predictions,
+// vectors, coefficients and so on.
+TEST(FeaturesOfRandomStreams, AreAllThere) {
+    Features features;
+    for (const StreamPlan& plan : kStreamPlans) MakeRandomStream(plan, SyntaxSeed(), features);
+    EXPECT_GE(features.Kinds(), 869u);
+}
+
 class BufferInstance {
   public:
     explicit BufferInstance(const Bytes& inHeaders) : mHeaders(inHeaders) {

@@ -17,10 +17,10 @@ class Features {
     void Count(const Parts&... inParts) {
         ++mCounts[Name(inParts...)];
     }
-    template <class... Parts>
-    bool Has(const Parts&... inParts) const {
-        return mCounts.contains(Name(inParts...));
-    }
+    /// How many different ones were counted.
+    std::size_t Kinds() const { return mCounts.size(); }
+
+  private:
     template <class... Parts>
     static std::string Name(const Parts&... inParts) {
         std::ostringstream name;
@@ -28,7 +28,6 @@ class Features {
         return name.str();
     }
 
-  private:
     std::map<std::string, std::size_t> mCounts;
 };
 
