@@ -105,10 +105,13 @@ def inserted_bytes(random, media):
 
 
 def changed_sizes(random, media):
-    """Width, height, aspect and rate in the stream's first header, or the bits of its extension."""
+    """Width, height, aspect and rate in the stream's first header, or the bits of its extension. Pictures are large or
+    have one long side: of both, all frames would take minutes."""
     at = media.data.index(b'\0\0\1\xb3') + 4
     extension = media.data.find(b'\0\0\1\xb5', at) + 4
-    edits = [Edit(at, at + 4, random.randbytes(4))] if random.random() < 0.8 else []
+    width, height = random.choice(((1023, 1023), (16, 4095), (4095, 16)))
+    size = random.randint(1, width) << 20 | random.randint(1, height) << 8 | random.randrange(256)
+    edits = [Edit(at, at + 4, size.to_bytes(4, 'big'))] if random.random() < 0.8 else []
     if random.random() < 0.4:
         place = extension + random.randrange(6)
         edits.append(Edit(place, place + 1, bytes((media.data[place] ^ 1 << random.randrange(8),))))

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstring>
 #include <thread>
 #include <vector>
@@ -24,15 +25,25 @@ namespace {
 
 TEST(Memory, BlocksAreAlignedAndCountedUntilTheLastReferenceIsGone) {
     Memory memory;
-    for (const std::size_t alignment : {1u, 16u, 4096u, 1u << 20}) {
-        const auto block = memory.Allocate(1000, alignment);
+    // Small ones and large ones, which come in pages; some are made of what others left behind.
+    constexpr std::size_t kMiB = 1 << 20;
+    constexpr std::array<std::pair<std::size_t, std::size_t>, 8> kSizesAndAlignments = {{{1000, 1},
+                                                                                         {1000, 16},
+                                                                                         {1000, kMiB},
+                                                                                         {kMiB - 1, 16},
+                                                                                         {kMiB - 1, kMiB},
+                                                                                         {kMiB - 1, 2 * kMiB},
+                                                                                         {kMiB - 1, 4096},
+                                                                                         {32 * kMiB, 16}}};
+    for (const auto& [size, alignment] : kSizesAndAlignments) {
+        const auto block = memory.Allocate(size, alignment);
         ASSERT_TRUE(block);
         EXPECT_NE(*block, 0u);
         std::uint8_t* const bytes = memory.Address(*block);
         EXPECT_EQ(reinterpret_cast<std::uintptr_t>(bytes) % alignment, 0u);
-        std::memset(bytes, 0xA5, 1000);
+        std::memset(bytes, 0xA5, size);
         EXPECT_EQ(memory.LiveBlocks(), 1u);
-        EXPECT_EQ(memory.LiveBytes(), 1000u);
+        EXPECT_EQ(memory.LiveBytes(), size);
         EXPECT_TRUE(memory.AddReference(*block));
         EXPECT_TRUE(memory.Release(*block));
         EXPECT_EQ(memory.Address(*block), bytes) << "one reference is left";
@@ -65,6 +76,7 @@ TEST(Memory, WhatCannotBeAllocatedIsRefused) {
     EXPECT_FALSE(memory.Allocate(16, 0));
     EXPECT_FALSE(memory.Allocate(16, 24));
     EXPECT_FALSE(memory.Allocate(std::size_t{1} << 62, 16));
+    EXPECT_FALSE(memory.Allocate(~std::size_t{0}, 16));
     EXPECT_EQ(memory.LiveBlocks(), 0u);
 }
 

@@ -7,16 +7,31 @@
 namespace VexmoraHost {
 namespace {
 
-void FreeBytes(std::uint8_t* inBytes, std::align_val_t inAlignment) noexcept {
-    ::operator delete(inBytes, inAlignment);
-}
+#if !defined(__has_feature)
+#define __has_feature(inName) 0  // GCC's sanitizers are not used
+#endif
+
+// What is as large as this comes in pages, but where a sanitizer watches what comes from the allocator.
+constexpr std::size_t kLeastBytesInPages = __has_feature(address_sanitizer)
+                                               ? std::numeric_limits<std::size_t>::max()
+                                               : std::size_t{128} << 10;
 
 }  // namespace
 
 Memory::~Memory() {
     for (const Slot& slot : mSlots) {
-        if (slot.references > 0) FreeBytes(slot.bytes, slot.alignment);
+        if (slot.references > 0) FreeBytes(slot);
     }
+}
+
+std::uint8_t* Memory::TakeBytes(std::size_t inBytes, std::align_val_t inAlignment) noexcept {
+    if (inBytes >= kLeastBytesInPages) return mPages.Take(inBytes, static_cast<std::size_t>(inAlignment));
+    return static_cast<std::uint8_t*>(::operator new(inBytes, inAlignment, std::nothrow));
+}
+
+void Memory::FreeBytes(const Slot& inSlot) noexcept {
+    if (inSlot.size >= kLeastBytesInPages) return mPages.GiveBack(inSlot.bytes, inSlot.size);
+    ::operator delete(inSlot.bytes, inSlot.alignment);
 }
 
 std::optional<Vexmora::MemoryHandle> Memory::Allocate(std::size_t inBytes, std::size_t inAlignment) noexcept {
@@ -25,10 +40,10 @@ std::optional<Vexmora::MemoryHandle> Memory::Allocate(std::size_t inBytes, std::
     slot.size = inBytes;
     slot.alignment = std::align_val_t{inAlignment};
     slot.references = 1;
-    slot.bytes = static_cast<std::uint8_t*>(::operator new(inBytes, slot.alignment, std::nothrow));
+    slot.bytes = TakeBytes(inBytes, slot.alignment);
     if (slot.bytes == nullptr) return std::nullopt;
     const auto handle = Adopt(slot);
-    if (!handle) FreeBytes(slot.bytes, slot.alignment);
+    if (!handle) FreeBytes(slot);
     return handle;
 }
 
@@ -74,20 +89,19 @@ bool Memory::AddReference(Vexmora::MemoryHandle inBlock) noexcept {
 }
 
 bool Memory::Release(Vexmora::MemoryHandle inBlock) noexcept {
-    std::uint8_t* unused = nullptr;
-    std::align_val_t alignment{1};
+    Slot unused;
     {
         const std::scoped_lock lock(mMutex);
         Slot* const slot = FindSlot(inBlock);
         if (slot == nullptr) return false;
         if (--slot->references > 0) return true;
-        unused = std::exchange(slot->bytes, nullptr);
-        alignment = slot->alignment;
+        unused = *slot;
+        slot->bytes = nullptr;
         --mLiveBlocks;
         mLiveBytes -= slot->size;
         slot->nextFree = std::exchange(mFirstFree, static_cast<std::uint32_t>(slot - mSlots.data()));
     }
-    FreeBytes(unused, alignment);  // giving pages back takes time: not under the lock
+    FreeBytes(unused);  // giving pages back takes time: not under the lock
     return true;
 }
 

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "Vexmora/HostServices.h"
+#include "memory/PagePool.h"
 
 namespace VexmoraHost {
 
@@ -44,6 +45,8 @@ class Memory {
 
   private:
     static constexpr std::uint32_t kNoSlot = std::numeric_limits<std::uint32_t>::max();
+    /// Unused bytes that are kept for large blocks to come.
+    static constexpr std::size_t kSpareBytes = std::size_t{16} << 20;
 
     // A handle is generation << 32 | slot index + 1. The generation grows with every block that the slot has
     // held, so the handle of a freed block does not name its successor.
@@ -56,10 +59,13 @@ class Memory {
         std::uint32_t nextFree = kNoSlot;
     };
 
+    std::uint8_t* TakeBytes(std::size_t inBytes, std::align_val_t inAlignment) noexcept;
+    void FreeBytes(const Slot& inSlot) noexcept;
     Slot* FindSlot(Vexmora::MemoryHandle inBlock) noexcept;
     const Slot* FindSlot(Vexmora::MemoryHandle inBlock) const noexcept;
     std::optional<Vexmora::MemoryHandle> Adopt(const Slot& inSlot) noexcept;
 
+    PagePool mPages{kSpareBytes};
     mutable std::mutex mMutex;  // guards all below
     std::vector<Slot> mSlots;
     std::uint32_t mFirstFree = kNoSlot;

@@ -7,6 +7,7 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <sys/file.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -14,6 +15,7 @@
 #include <atomic>
 #include <cerrno>
 #include <exception>
+#include <limits>
 #include <string>
 #include <system_error>
 #include <utility>
@@ -150,6 +152,29 @@ std::optional<FileKey> KeyOf(const std::filesystem::path& inPath) noexcept {
 }
 
 // A mask that is too short for the machine cannot be had; then the standard library's count must do.
+std::size_t WholePages(std::size_t inBytes) noexcept {
+    static const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+    return inBytes / page * page + (inBytes % page != 0 ? page : 0);
+}
+
+std::uint8_t* MapPages(std::size_t inBytes, std::size_t inAlignment) noexcept {
+    // More than is asked for, of which the ends are given back.
+    const std::size_t extra = std::max(inAlignment, WholePages(1)) - WholePages(1);
+    if (inBytes > std::numeric_limits<std::size_t>::max() - extra) return nullptr;
+    void* const mapped =
+        mmap(nullptr, inBytes + extra, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (mapped == MAP_FAILED) return nullptr;
+    auto* const first = static_cast<std::uint8_t*>(mapped);
+    const std::size_t before = -reinterpret_cast<std::uintptr_t>(first) % inAlignment;
+    if (before > 0) UnmapPages(first, before);
+    if (before < extra) UnmapPages(first + before + inBytes, extra - before);
+    return first + before;
+}
+
+void UnmapPages(std::uint8_t* inPages, std::size_t inBytes) noexcept {
+    static_cast<void>(munmap(inPages, inBytes));
+}
+
 unsigned ProcessorCount() {
     cpu_set_t mask;
     const int count = ::sched_getaffinity(0, sizeof mask, &mask) == 0

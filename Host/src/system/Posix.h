@@ -1,5 +1,5 @@
 // What the standard library lacks: reading with the facts of the very file that is read, files that nobody
-// else has, locks between processes, processors, and threads that leave signals alone.
+// else has, locks between processes, memory by the page, processors, and threads that leave signals alone.
 #pragma once
 
 #include <cstddef>
@@ -80,6 +80,14 @@ struct FileKey {
     friend bool operator==(const FileKey&, const FileKey&) = default;
 };
 std::optional<FileKey> KeyOf(const std::filesystem::path& inPath) noexcept;
+
+/// inBytes, rounded up to whole pages of memory.
+std::size_t WholePages(std::size_t inBytes) noexcept;
+/// inBytes (whole pages, not 0) bytes from the system, zeros, their address a multiple of inAlignment (a
+/// power of two). Null when there is no memory.
+std::uint8_t* MapPages(std::size_t inBytes, std::size_t inAlignment) noexcept;
+/// Gives back what MapPages gave, of the same size.
+void UnmapPages(std::uint8_t* inPages, std::size_t inBytes) noexcept;
 
 /// Processors that the calling thread may run on, at least 1.
 unsigned ProcessorCount();
