@@ -84,7 +84,10 @@ TEST_F(FrameAccess, EachWayOfNotGettingAPictureHasItsStatus) {
     EXPECT_EQ(Get(0, kNoPlanes, kNoPlanes), Vexmora_Ok);
     const Picture420 intra = mPicture;
     EXPECT_NE(intra, Picture420(128 * kSequence.height, 128 * kSequence.height / 2));
-    EXPECT_EQ(Get(1, kNoPlanes, kNoPlanes), Vexmora_Ok) << "the output stands in for the reference";
+    EXPECT_EQ(Get(1, kNoPlanes, kNoPlanes), Vexmora_Ok);
+    const Picture420 predicted = std::exchange(mPicture, intra);
+    EXPECT_EQ(Get(1, mPicture.Planes(), kNoPlanes), Vexmora_Ok);
+    EXPECT_EQ(mPicture, predicted) << "the output stood in for the reference";
     EXPECT_EQ(Get(2, kNoPlanes, kNoPlanes), Vexmora_EmptyRecord);
     EXPECT_EQ(Get(3, kNoPlanes, kNoPlanes), Vexmora_NoCodedPicture);
     EXPECT_EQ(Get(4, kNoPlanes, kNoPlanes), Vexmora_Ok);

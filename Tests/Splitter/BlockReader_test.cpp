@@ -174,6 +174,14 @@ TEST(BlockReader, AFileThatShrinksEndsWhereItEnds) {
     EXPECT_EQ(file.reader.ReadUInt8(byte), ReadStatus::EndOfData);
     file.reader.CloseFile();
     EXPECT_EQ(file.host.Cached(), (std::vector<std::uint32_t>{0})) << "only blocks that were read whole";
+
+    Fixture ahead(Counting(9 * 4096), kCacheId);
+    ahead.At(0);
+    std::filesystem::resize_file(Orvet::PathUtils::ToNative(ahead.path), 7 * 4096 + 10);
+    ahead.At(6 * 4096);  // reads ahead what is not there whole
+    ahead.At(2 * 4096);
+    while (ahead.host.Cached().size() < 4) std::this_thread::yield();
+    EXPECT_EQ(ahead.host.Cached(), (std::vector<std::uint32_t>{0, 2, 3, 6}));
 }
 
 }  // namespace

@@ -150,7 +150,9 @@ TEST(SplitterProgram, AppendsTheVideoPacketsOnly) {
     packaging.pts = [](std::size_t inNumber) { return std::optional<std::uint64_t>(inNumber * 3600); };
     packaging.before = [](std::size_t inNumber) {
         const Bytes other = Slice(50);
-        return Join({PackHeader(inNumber % 8),
+        Bytes pack = PackHeader(static_cast<unsigned>(inNumber % 8));
+        if (inNumber % 2 != 0) pack[4] |= 0x38;  // the clock has run for 23 hours
+        return Join({pack,
                      inNumber == 0 ? SystemHeader(1, {0xC0, 0xE0}) : Bytes{},
                      PesPacket(0xC0, other),
                      PaddingPacket(30),
