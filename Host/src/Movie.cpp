@@ -1,8 +1,10 @@
 // Opening a file: load its index, or build it and load it then. Frames.
 #include "VexmoraHost/Movie.h"
 
-#include <algorithm>
+#include <array>
+#include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <system_error>
 #include <utility>
@@ -73,9 +75,29 @@ Explanation Explain(Vexmora_Status inStatus, bool inRemembered) {
 
 }  // namespace
 
-void Movie::Close::operator()(Vexmora_InstanceTag* inHandle) const noexcept {
-    static_cast<void>(Vexmora_CloseFile(inHandle));  // always succeeds
-}
+/// The open file and what makes pictures of it, wherever the movie is moved.
+struct Movie::Insides {
+    struct Close {
+        void operator()(Vexmora_InstanceTag* inHandle) const noexcept {
+            static_cast<void>(Vexmora_CloseFile(inHandle));  // always succeeds
+        }
+    };
+    using Handle = std::unique_ptr<Vexmora_InstanceTag, Close>;
+
+    FrameSource Source(const Movie& inMovie);
+    FrameDecoder& DecoderOf(const Movie& inMovie, Scale inScale);
+    Vexmora_Handle OpenAgain(const Movie& inMovie) const;
+
+    Handle handle;
+    /// Of the file that it has open.
+    std::optional<FileFacts> facts;
+    Guid identity;
+    std::uint32_t cacheId = 0;
+    /// Opening stays immediate: what takes a look at all records waits for the first picture.
+    std::optional<MissingAnchors> missingAnchors;
+    /// One for each scale, once it was asked for.
+    std::array<std::unique_ptr<FrameDecoder>, 3> decoders;
+};
 
 /// The steps of Movie::Open. Of a file that is known the library alone opens the media.
 class Movie::Opener {
@@ -142,23 +164,27 @@ class Movie::Opener {
         static_cast<void>(OpenWith(header, std::vector<Vexmora::FrameRecord>(1)));
     }
 
-    Handle OpenWith(const Vexmora::IndexHeader& inHeader,
-                    const std::vector<Vexmora::FrameRecord>& inRecords) {
+    Insides::Handle OpenWith(const Vexmora::IndexHeader& inHeader,
+                             const std::vector<Vexmora::FrameRecord>& inRecords) {
         Vexmora_Handle handle = nullptr;
         const Vexmora_Status status =
             Vexmora_OpenFileWithIndex(ToInterfacePath(mMedia.Path()), Services(CacheIdFor(mMedia.Identity())),
                                       inHeader, inRecords, &handle);
         if (status != Vexmora_Ok) ThrowFor(status);
-        return Handle(handle);
+        return Insides::Handle(handle);
     }
 
     void Use(StoredIndex inIndex) {
         if (IsFailed(inIndex)) ThrowFor(Vexmora_Unsupported);
         const Vexmora::IndexHeader& header = inIndex.header;
-        mMovie.mHandle = OpenWith(header, inIndex.records);
+        Insides& insides = *mMovie.mInsides;
+        insides.handle = OpenWith(header, inIndex.records);
         mMedia.ConfirmPath();
+        insides.facts = mMedia.SettledFacts();
+        insides.identity = mMedia.Identity();
+        insides.cacheId = CacheIdFor(insides.identity);
         MovieInfo& info = mMovie.mInfo;
-        const Vexmora_Status status = Vexmora_GetFileInfo(mMovie.mHandle.get(), &info.file);
+        const Vexmora_Status status = Vexmora_GetFileInfo(insides.handle.get(), &info.file);
         if (status != Vexmora_Ok) ThrowFor(status);
         info.index = header;
         info.streamKind = KindOf(header);
@@ -166,7 +192,6 @@ class Movie::Opener {
         // A damaged stream may have no frame that can be used.
         info.frameCount = header.lastFrame < header.firstFrame ? 0 : header.lastFrame - header.firstFrame + 1;
         mMovie.mRecords = std::move(inIndex.records);
-        mMovie.mCacheId = CacheIdFor(mMedia.Identity());
     }
 
     [[noreturn]] void ThrowFor(Vexmora_Status inStatus) {
@@ -188,10 +213,14 @@ Movie Movie::Open(const std::filesystem::path& inPath, const OpenOptions& inOpti
     return Opener(inPath, inOptions).Open();
 }
 
+Movie::Movie() : mInsides(std::make_unique<Insides>()) {}
+Movie::Movie(Movie&&) noexcept = default;
+Movie& Movie::operator=(Movie&&) noexcept = default;
+Movie::~Movie() = default;
+
 SharedPicture Movie::Frame(std::uint32_t inFrame, Scale inScale) {
     CheckFrame(inFrame);
-    const FrameSource source = Source();
-    SharedPicture picture = FrameDecoder(source, inScale).Frame(inFrame);
+    SharedPicture picture = mInsides->DecoderOf(*this, inScale).Frame(inFrame);
     if (picture == nullptr) throw NoPictureFor(inFrame, mPath);
     return picture;
 }
@@ -201,8 +230,9 @@ FrameRun Movie::Run(std::uint32_t inFirst, std::uint32_t inCount, Scale inScale,
     if (inCount > 0 && inCount > mInfo.frameCount - inFirst) CheckFrame(mInfo.frameCount);
     unsigned threads = inThreads > 0 ? inThreads : Posix::ProcessorCount();
     if (threads > 1 && inCount > 1 && !MayUseHandles(inFirst)) threads = 1;
-    return {mPath, std::make_unique<FrameRun::Workers>(Source(), FrameSpan{inFirst, inCount}, inScale,
-                                                       threads, [this] { return OpenAgain(); })};
+    return {mPath,
+            std::make_unique<FrameRun::Workers>(mInsides->Source(*this), FrameSpan{inFirst, inCount}, inScale,
+                                                threads, [this] { return mInsides->OpenAgain(*this); })};
 }
 
 void Movie::CheckFrame(std::uint32_t inFrame) const {
@@ -220,29 +250,36 @@ bool Movie::MayUseHandles(std::uint32_t inFirst) const {
     }
 }
 
-// Opening stays immediate: what takes a look at all records waits for the first picture.
-FrameSource Movie::Source() {
-    if (mMissingAnchors == nullptr) mMissingAnchors = std::make_shared<MissingAnchors>(mRecords);
-    return {.handle = mHandle.get(),
-            .records = mRecords,
-            .missingAnchors = *mMissingAnchors,
-            .firstFrame = mInfo.firstFrame,
-            .frameCount = mInfo.frameCount,
-            .info = mInfo.file,
-            .cacheId = mCacheId,
+FrameSource Movie::Insides::Source(const Movie& inMovie) {
+    if (!missingAnchors) missingAnchors.emplace(inMovie.mRecords);
+    return {.handle = handle.get(),
+            .records = inMovie.mRecords,
+            .missingAnchors = *missingAnchors,
+            .firstFrame = inMovie.mInfo.firstFrame,
+            .frameCount = inMovie.mInfo.frameCount,
+            .info = inMovie.mInfo.file,
+            .cacheId = cacheId,
             .cache = ProcessFrameCache(),
             .pool = ProcessPlanePool()};
 }
 
+FrameDecoder& Movie::Insides::DecoderOf(const Movie& inMovie, Scale inScale) {
+    auto& decoder = decoders.at(static_cast<std::size_t>(inScale));
+    if (decoder == nullptr) decoder = std::make_unique<FrameDecoder>(Source(inMovie), inScale);
+    return *decoder;
+}
+
 // Another file may have taken the place of the one that this movie has open.
-Vexmora_Handle Movie::OpenAgain() const {
-    Vexmora_Handle handle = nullptr;
-    const Vexmora_Status status =
-        Vexmora_OpenFileWithIndex(ToInterfacePath(mPath), Services(mCacheId), mInfo.index, mRecords, &handle);
-    Handle opened(handle);
+Vexmora_Handle Movie::Insides::OpenAgain(const Movie& inMovie) const {
+    Vexmora_Handle again = nullptr;
+    const Vexmora_Status status = Vexmora_OpenFileWithIndex(ToInterfacePath(inMovie.mPath), Services(cacheId),
+                                                            inMovie.mInfo.index, inMovie.mRecords, &again);
+    Handle opened(again);
     if (status != Vexmora_Ok) return nullptr;
     try {
-        return CacheIdFor(IdentifyMedia(mPath)) == mCacheId ? opened.release() : nullptr;
+        const bool isSame =
+            (facts && FactsOf(inMovie.mPath) == facts) || IdentifyMedia(inMovie.mPath) == identity;
+        return isSame ? opened.release() : nullptr;
     } catch (const Error&) {
         return nullptr;
     }

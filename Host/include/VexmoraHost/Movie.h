@@ -51,9 +51,6 @@ struct MovieInfo {
     std::uint32_t frameCount;
 };
 
-struct FrameSource;
-class MissingAnchors;
-
 /// One open file. One thread at a time may use it; several movies, of the same file too, are independent and
 /// share what they read.
 ///
@@ -103,29 +100,26 @@ class Movie {
     /// Whether opening had to index the file.
     bool WasIndexed() const { return mWasIndexed; }
 
-  private:
-    struct Close {
-        void operator()(Vexmora_InstanceTag* inHandle) const noexcept;
-    };
-    using Handle = std::unique_ptr<Vexmora_InstanceTag, Close>;
-    class Opener;
+    Movie(Movie&&) noexcept;
+    Movie& operator=(Movie&&) noexcept;
+    ~Movie();
 
-    Movie() = default;
+  private:
+    class Opener;
+    struct Insides;
+
+    Movie();
 
     void CheckFrame(std::uint32_t inFrame) const;
     bool MayUseHandles(std::uint32_t inFirst) const;
-    FrameSource Source();
-    Vexmora_Handle OpenAgain() const;
 
-    Library mLibrary;  // first: started up for as long as the handle lives
+    Library mLibrary;  // first: started up for as long as the file is open
     std::filesystem::path mPath;
-    Handle mHandle;
     MovieInfo mInfo{};
     std::vector<Vexmora::FrameRecord> mRecords;
-    std::shared_ptr<const MissingAnchors> mMissingAnchors;  // of them; there when pictures are
     std::filesystem::path mIndexPath;
-    std::uint32_t mCacheId = 0;
     bool mWasIndexed = false;
+    std::unique_ptr<Insides> mInsides;  // last: refers to the records
 };
 
 }  // namespace VexmoraHost

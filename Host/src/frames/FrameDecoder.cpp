@@ -39,8 +39,14 @@ SharedPicture FrameDecoder::Frame(std::uint32_t inFrame) {
     if (mPictures.Layout().Macroblocks() == 0) return nullptr;  // a wild sequence header
     const std::int32_t wanted = mGraph.RecordShownAt(inFrame);
     if (wanted == kNoRecord) return nullptr;
-    DecodePlan plan([this](std::int32_t inRecord) { return LookUp(inRecord); });
-    plan.Want(wanted);
+    SharedPicture picture = mPictures.FindInCache(wanted);
+    if (picture == nullptr) picture = Decode(wanted);
+    return mSource.FrameOf(wanted) == inFrame ? picture : StandInFor(picture);
+}
+
+SharedPicture FrameDecoder::Decode(std::int32_t inRecord) {
+    DecodePlan plan([this](std::int32_t inPicture) { return LookUp(inPicture); });
+    plan.Want(inRecord);
     bool isForGood = true;
     while (const auto task = plan.Start()) {
         const SharedPicture picture = mPictures.Make(mSource.handle, *task);
@@ -49,8 +55,7 @@ SharedPicture FrameDecoder::Frame(std::uint32_t inFrame) {
         if (isForGood) mPictures.Keep(task->record, picture);
         plan.Finish(task->record, picture);
     }
-    const SharedPicture picture = plan.Find(wanted);
-    return mGraph.FrameOf(wanted) == inFrame ? picture : StandInFor(picture);
+    return plan.Find(inRecord);
 }
 
 DecodePlan::Known FrameDecoder::LookUp(std::int32_t inRecord) const {

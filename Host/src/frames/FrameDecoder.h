@@ -35,7 +35,9 @@ class FrameDecoder {
     const PictureDecoder& Pictures() const { return mPictures; }
 
   private:
-    const FrameSource& mSource;
+    SharedPicture Decode(std::int32_t inRecord);
+
+    const FrameSource mSource;
     const FrameGraph mGraph;
     const PictureDecoder mPictures;
 };

@@ -10,10 +10,6 @@ bool FrameGraph::IsValid(std::int32_t inRecord) const {
     return Vexmora_IsFrameValid(mSource.handle, inRecord) == 1;
 }
 
-std::uint32_t FrameGraph::FrameOf(std::int32_t inRecord) const {
-    return static_cast<std::uint32_t>(inRecord) - mSource.firstFrame;
-}
-
 std::int32_t FrameGraph::RecordShownAt(std::uint32_t inFrame) const {
     const auto first = static_cast<std::int32_t>(mSource.firstFrame);
     const std::int32_t own = first + static_cast<std::int32_t>(inFrame);

@@ -4,7 +4,6 @@
 #include <array>
 #include <compare>
 #include <cstdint>
-#include <optional>
 #include <span>
 
 #include "Vexmora/Vexmora.h"
@@ -14,7 +13,7 @@
 
 namespace VexmoraHost {
 
-/// Where pictures come from. What it names outlives its users.
+/// Where pictures come from. May be copied; what it names outlives its users.
 struct FrameSource {
     Vexmora_Handle handle;
     /// As the handle has them.
@@ -27,6 +26,12 @@ struct FrameSource {
     std::uint32_t cacheId;
     FrameCache& cache;
     PlanePool& pool;
+
+    /// The frame whose own picture a record is. Pictures before the first usable one get numbers that no
+    /// frame has; they are never handed out.
+    std::uint32_t FrameOf(std::int32_t inRecord) const {
+        return static_cast<std::uint32_t>(inRecord) - firstFrame;
+    }
 };
 
 /// In place of the number of a record that is not there.
@@ -68,9 +73,6 @@ class FrameGraph {
     /// The record whose picture a usable frame shows: its own one or that of the nearest valid frame before,
     /// else behind; kNoRecord when there is none.
     std::int32_t RecordShownAt(std::uint32_t inFrame) const;
-    /// The frame whose own picture this is. Pictures before the first usable one get numbers that no frame
-    /// has; they are never handed out.
-    std::uint32_t FrameOf(std::int32_t inRecord) const;
     CodingPlace PlaceOf(std::int32_t inRecord) const;
     References FindReferences(std::int32_t inRecord) const;
 
@@ -78,7 +80,7 @@ class FrameGraph {
     bool IsValid(std::int32_t inRecord) const;
     References NameReferences(std::int32_t inRecord) const;
 
-    const FrameSource& mSource;
+    const FrameSource mSource;
 };
 
 }  // namespace VexmoraHost

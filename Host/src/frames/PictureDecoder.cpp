@@ -66,7 +66,7 @@ SharedPicture PictureDecoder::Make(Vexmora_Handle inHandle, const PictureTask& i
         ConcealAll(mLayout, concealment, output);
     }
     damage.inherited = InheritedDamage(inTask);
-    decoded->picture.frame = FrameOf(inTask.record);
+    decoded->picture.frame = mSource.FrameOf(inTask.record);
     ShowPlanes(output, mLayout, decoded->picture);
     return {decoded, &decoded->picture};
 }
@@ -102,10 +102,6 @@ std::uint64_t PictureDecoder::InheritedDamage(const PictureTask& inTask) const {
     return inherited;
 }
 
-std::uint32_t PictureDecoder::FrameOf(std::int32_t inRecord) const {
-    return FrameGraph(mSource).FrameOf(inRecord);
-}
-
 // ---- The cache --------------------------------------------------------------------------------------------
 
 FrameCache::Key PictureDecoder::KeyOf(std::int32_t inRecord) const {
@@ -118,7 +114,7 @@ SharedPicture PictureDecoder::FindInCache(std::int32_t inRecord) const {
     if (picture == nullptr) return nullptr;
     const Plane& luma = picture->luma;
     const bool fits = luma.width == mLayout.width && luma.height == mLayout.height &&
-                      luma.stride == mLayout.lumaStride && picture->frame == FrameOf(inRecord);
+                      luma.stride == mLayout.lumaStride && picture->frame == mSource.FrameOf(inRecord);
     return fits ? picture : nullptr;
 }
 

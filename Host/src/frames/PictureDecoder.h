@@ -39,9 +39,8 @@ class PictureDecoder {
     std::array<Vexmora::FramePlanes, 2> ReferencePlanes(const PictureTask& inTask, PlaneMemory& ioGrey) const;
     std::uint64_t InheritedDamage(const PictureTask& inTask) const;
     FrameCache::Key KeyOf(std::int32_t inRecord) const;
-    std::uint32_t FrameOf(std::int32_t inRecord) const;
 
-    const FrameSource& mSource;
+    const FrameSource mSource;
     const PictureLayout mLayout;
 };
 
