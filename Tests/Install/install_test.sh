@@ -1,0 +1,35 @@
+#!/bin/sh
+# Installs the build into a folder, moves that, and uses it from there: the command, its manual page, and programs
+# that find it by CMake and by pkg-config, which give the same answer.
+# Usage: install_test.sh BUILD SOURCE WORK
+set -eu
+build=$1 source=$2 work=$3
+sample=$source/Samples/frame-numbers.ts
+rm -rf "$work"
+mkdir -p "$work"
+cmake --install "$build" --prefix "$work/staged" >/dev/null
+mv "$work/staged" "$work/moved"
+prefix=$work/moved
+export XDG_CACHE_HOME="$work/cache" MANPATH="$prefix/share/man"
+"$prefix/bin/vexmora" check -q "$sample"
+[ -s "$prefix/share/man/man1/vexmora.1" ]
+[ -s "$(find "$prefix/share/doc" -name LICENSE)" ]
+
+cmake -S "$source/Examples/mean_luma" -B "$work/by-cmake" -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
+cmake --build "$work/by-cmake" >/dev/null
+"$work/by-cmake/mean_luma" "$sample" >"$work/by-cmake.txt"
+[ "$(wc -l <"$work/by-cmake.txt")" -gt 100 ]
+
+pc=$(dirname "$(find "$prefix" -name vexmora-host.pc)")
+flags=$(PKG_CONFIG_PATH=$pc pkg-config --cflags --libs vexmora-host)
+# shellcheck disable=SC2086 # several flags
+c++ -std=c++20 "$source/Examples/mean_luma/main.cpp" -o "$work/by-pkg-config" $flags
+LD_LIBRARY_PATH=$(dirname "$pc") "$work/by-pkg-config" "$sample" | cmp - "$work/by-cmake.txt"
+
+# Of the host, programs see what its headers declare and nothing of SQLite or of its insides.
+symbols=$(nm -DC --defined-only "$(dirname "$pc")"/libvexmora_host.so | cut -c 20-)
+if printf '%s\n' "$symbols" | grep -vE '^((typeinfo|typeinfo name|vtable) for )?VexmoraHost::(Error|FrameRun|Library|Movie|DropBlocks|DropFrames)\b'; then
+    echo "exported, but not declared for programs" >&2
+    exit 1
+fi
+echo "installed, moved, used"
