@@ -207,21 +207,20 @@ class Sample(Case):
     def test_frame_n_is_frame_n(self):
         """Both fields carry the number, in every order of access; what moves differs between the fields."""
         width, height = 720, 576
-        result = run('export', SAMPLE, '-o', '-', text=False)
-        pictures = result.stdout.split(b'FRAME\n', 250)[1:]
-        self.assertEqual((result.returncode, len(pictures)), (0, 250))
-        for frame, picture in enumerate(pictures):
+        result = run('export', SAMPLE, '-o', '-', '--range', '30:60', text=False)
+        pictures = dict(zip(range(30, 61), result.stdout.split(b'FRAME\n', 31)[1:], strict=True))
+        for frame, picture in pictures.items():
             self.assertEqual(len(picture), width * height * 3 // 2)
             for line in range(17, 55):
                 squares = picture[line * width + 45:(line + 1) * width:90]
                 self.assertEqual(int(''.join('1' if luma > 128 else '0' for luma in squares), 2), frame)
-        for frame in (37, 249, 16):
+        for frame in (60, 37):
             file = WORK / 'one.yuv'
             self.assertEqual(run('frame', SAMPLE, frame, '-o', file).returncode, 0)
             self.assertEqual(file.read_bytes(), pictures[frame])
         combed = [sum(abs(picture[at + width] - (picture[at] + picture[at + 2 * width]) / 2) > 40
                       for line in range(516, 540, 2)
-                      for at in range(line * width, (line + 1) * width)) for picture in pictures[50:200:25]]
+                      for at in range(line * width, (line + 1) * width)) for picture in (pictures[30], pictures[50])]
         self.assertGreater(min(combed), 300)
 
 

@@ -170,14 +170,6 @@ class Exports(Case):
             exported = run('export', path, '--scale', scale, text=False).stdout
             self.assertEqual(exported.split(b'\n', 1)[0].decode(), f'YUV4MPEG2 {header}')
 
-    def test_mixed_fields_are_read_by_another_program(self):
-        # Film with pulldown: its fields are in either order, its frames progressive.
-        exported = run('export', STREAMS / 'pulldown-352x256.m2v', text=False).stdout
-        self.assertEqual(exported.split(b'\n', 1)[0], b'YUV4MPEG2 W352 H256 F30000:1001 Ip A1:1 C420mpeg2')
-        listed = ffmpeg('-f', 'yuv4mpegpipe', '-i', '-', '-f', 'framemd5', '-', data=exported).decode()
-        self.assertEqual(sum(not line.startswith('#') for line in listed.splitlines()),
-                         len((STREAMS / 'pulldown-352x256.m2v.pictures').read_text().split()))
-
     def test_hashes_do_not_depend_on_the_order(self):
         for scale in ('full', 'half', 'quarter'):
             forward = run('hash', SAMPLE, '--range', ':60', '--scale', scale).stdout
