@@ -116,18 +116,18 @@ class Damage : public testing::Test {
                                       ioFile.index.records, &handle) != Vexmora_Ok) {
             return;
         }
-        std::uint32_t luma = 0;
-        std::uint32_t chroma = 0;
-        Vexmora_GetFrameSizes(handle, &luma, &chroma);
-        const Picture420 none(luma, chroma);
+        const Picture420 none = NewPicture(handle);
         std::vector<Picture420> frames(IsSmall(none) ? ioFile.index.records.size() : 0, none);
         for (std::size_t i = 0; i < frames.size(); ++i) {
             const FrameRecord& record = ioFile.index.records[i];
             const bool isSpared =
                 inSameSequence && ioFile.HoldsBareVideo() &&
                 (record.offset + record.size + 4 <= inDamaged.begin || record.offset >= inDamaged.end);
-            const Vexmora_Status status =
-                DecodeFrame(handle, i, isSpared ? ioFile.frames : frames, frames[i], ioFile.scale);
+            std::vector<Picture420>& references = isSpared ? ioFile.frames : frames;
+            const Vexmora_Status status = DecodeFrame(
+                handle, static_cast<std::int32_t>(i), ioFile.scale,
+                [&](std::int32_t in) { return references.at(static_cast<std::size_t>(in)).Planes(); },
+                frames[i]);
             EXPECT_TRUE(kAllowed.contains(status)) << status;
             if (isSpared) {
                 EXPECT_EQ(frames[i], ioFile.frames[i]) << i;
@@ -145,23 +145,6 @@ class Damage : public testing::Test {
             file.frames.push_back(chain.Frame(static_cast<std::int32_t>(i)).picture);
         }
         return file;
-    }
-
-    static Vexmora_Status DecodeFrame(Vexmora_Handle inHandle, std::size_t inFrame,
-                                      std::vector<Picture420>& ioReferences, Picture420& outPicture,
-                                      const Scale& inScale) {
-        const auto frame = static_cast<std::int32_t>(inFrame);
-        std::int32_t past = 0;
-        std::int32_t future = 0;
-        EXPECT_EQ(Vexmora_GetFrameDependancies(inHandle, frame, &past, &future), Vexmora_Ok);
-        const auto planesOf = [&](std::int32_t in) {
-            return in == DecodeChain::kNone ? FramePlanes{}
-                                            : ioReferences.at(static_cast<std::size_t>(in)).Planes();
-        };
-        const FramePlanes forward = planesOf(past);
-        const FramePlanes backward = planesOf(future);
-        const FramePlanes output = outPicture.Planes();
-        return Vexmora_GetFrame(inHandle, frame, &forward, &backward, &output, inScale.mode, inScale.subMode);
     }
 
     std::mt19937 mRandom{Option("VEXMORA_SEED", 20)};

@@ -82,6 +82,30 @@ inline void SetVisible(const std::uint8_t* inSamples, const FileInfo& inInfo, Pi
     });
 }
 
+/// Of the size that the handle asks for.
+inline Picture420 NewPicture(Vexmora_Handle inHandle, std::uint8_t inFill = 0x55) {
+    std::uint32_t luma = 0;
+    std::uint32_t chroma = 0;
+    EXPECT_EQ(Vexmora_GetFrameSizes(inHandle, &luma, &chroma), Vexmora_Ok);
+    return {luma, chroma, inFill};
+}
+
+inline constexpr std::int32_t kNoReference = 0x7FFFFFFF;
+
+/// Decodes a frame, predicted from the planes that inPlanesOf(frame) gives for its references.
+template <typename PlanesOf>
+Vexmora_Status DecodeFrame(Vexmora_Handle inHandle, std::int32_t inFrame, const Scale& inScale,
+                           const PlanesOf& inPlanesOf, Picture420& outPicture) {
+    std::int32_t past = 0;
+    std::int32_t future = 0;
+    const Vexmora_Status status = Vexmora_GetFrameDependancies(inHandle, inFrame, &past, &future);
+    if (status != Vexmora_Ok) return status;
+    const FramePlanes forward = past != kNoReference ? inPlanesOf(past) : FramePlanes{};
+    const FramePlanes backward = future != kNoReference ? inPlanesOf(future) : FramePlanes{};
+    const FramePlanes output = outPicture.Planes();
+    return Vexmora_GetFrame(inHandle, inFrame, &forward, &backward, &output, inScale.mode, inScale.subMode);
+}
+
 /// A file that was indexed and opened; decoded pictures are kept.
 class DecodeChain {
   public:
@@ -115,43 +139,28 @@ class DecodeChain {
             Vexmora_OpenFile(ToUtf16(mMedia), mHost.Services(), &mHandle, &mHeader, false);
         if (status != Vexmora_Ok) return status;
         EXPECT_EQ(Vexmora_GetFileInfo(mHandle, &mInfo), Vexmora_Ok);
-        EXPECT_EQ(Vexmora_GetFrameSizes(mHandle, &mLumaBytes, &mChromaBytes), Vexmora_Ok);
         return status;
     }
     Vexmora_Handle Handle() const { return mHandle; }
     const FileInfo& Info() const { return mInfo; }
     const IndexHeader& Header() const { return mHeader; }
-    Picture420 NewPicture() const { return {mLumaBytes, mChromaBytes}; }
+    Picture420 NewPicture() const { return Test::NewPicture(mHandle); }
     void Forget() { mPictures.clear(); }
 
     /// The status of the picture's own request is kept with it.
     struct Decoded {
         Picture420 picture;
         Vexmora_Status status;
-        std::int32_t past;
-        std::int32_t future;
     };
     Decoded& Frame(std::int32_t inFrame) {
         if (const auto found = mPictures.find(inFrame); found != mPictures.end()) return found->second;
-        Decoded decoded{NewPicture(), Vexmora_Failure, kNone, kNone};
-        decoded.status = Vexmora_GetFrameDependancies(mHandle, inFrame, &decoded.past, &decoded.future);
-        if (decoded.status == Vexmora_Ok) {
-            FramePlanes past{};
-            FramePlanes future{};
-            if (decoded.past != kNone) past = Frame(decoded.past).picture.Planes();
-            if (decoded.future != kNone) future = Frame(decoded.future).picture.Planes();
-            decoded.status = Decode(inFrame, past, future, decoded.picture);
-        }
+        Decoded decoded{NewPicture(), Vexmora_Failure};
+        decoded.status = DecodeFrame(
+            mHandle, inFrame, mScale, [this](std::int32_t in) { return Frame(in).picture.Planes(); },
+            decoded.picture);
         return mPictures.emplace(inFrame, std::move(decoded)).first->second;
     }
-    static constexpr std::int32_t kNone = 0x7FFFFFFF;
-
-    /// One picture from references that may be anybody's.
-    Vexmora_Status Decode(std::int32_t inFrame, const FramePlanes& inPast, const FramePlanes& inFuture,
-                          Picture420& outPicture) {
-        const FramePlanes output = outPicture.Planes();
-        return Vexmora_GetFrame(mHandle, inFrame, &inPast, &inFuture, &output, mScale.mode, mScale.subMode);
-    }
+    static constexpr std::int32_t kNone = kNoReference;
 
   private:
     static std::filesystem::path MakeFolder() {
@@ -166,8 +175,6 @@ class DecodeChain {
     Vexmora_Handle mHandle = nullptr;
     IndexHeader mHeader{};
     FileInfo mInfo{};
-    std::uint32_t mLumaBytes = 0;
-    std::uint32_t mChromaBytes = 0;
     std::map<std::int32_t, Decoded> mPictures;
 };
 

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <list>
 #include <set>
 
 #include "Decoding/WholePictures.h"
@@ -36,30 +37,22 @@ std::int32_t FrameNumber(const DecodeChain& inChain, std::size_t inFrame) {
 /// The largest difference from any sample of the other decoder's coded pictures, each from its references.
 int OneStep(DecodeChain& ioChain, const WholePictures& inTheirs) {
     const FileInfo whole = inTheirs.Whole(ioChain.Info());
-    const auto theirPlanes = [&](std::int32_t inFrame, Picture420& outPicture) -> FramePlanes {
-        if (inFrame == DecodeChain::kNone) return {};
-        const std::size_t frame = static_cast<std::uint32_t>(inFrame) - ioChain.Header().firstFrame;
-        SetVisible(inTheirs.Frame(frame), whole, outPicture);
-        return outPicture.Planes();
-    };
     int largest = 0;
     for (std::size_t frame = 0; frame < inTheirs.FrameCount(); ++frame) {
-        const std::int32_t number = FrameNumber(ioChain, frame);
-        std::int32_t past = 0;
-        std::int32_t future = 0;
-        EXPECT_EQ(Vexmora_GetFrameDependancies(ioChain.Handle(), number, &past, &future), Vexmora_Ok);
-        Picture420 pastPicture = ioChain.NewPicture();
-        Picture420 futurePicture = ioChain.NewPicture();
+        std::list<Picture420> references;
+        const auto theirPlanes = [&](std::int32_t in) {
+            references.push_back(ioChain.NewPicture());
+            SetVisible(inTheirs.Frame(static_cast<std::uint32_t>(in) - ioChain.Header().firstFrame), whole,
+                       references.back());
+            return references.back().Planes();
+        };
         Picture420 ours = ioChain.NewPicture();
-        EXPECT_EQ(
-            ioChain.Decode(number, theirPlanes(past, pastPicture), theirPlanes(future, futurePicture), ours),
-            Vexmora_Ok);
+        EXPECT_EQ(DecodeFrame(ioChain.Handle(), FrameNumber(ioChain, frame), kFullSize, theirPlanes, ours),
+                  Vexmora_Ok);
         const Difference difference =
             Compare(Visible(ours, whole).data(), inTheirs.Frame(frame), inTheirs.FrameBytes());
-        EXPECT_LE(difference.largest, kOneStepLimit) << "frame " << frame << " of type "
-                                                     << (past == DecodeChain::kNone     ? 'I'
-                                                         : future == DecodeChain::kNone ? 'P'
-                                                                                        : 'B');
+        EXPECT_LE(difference.largest, kOneStepLimit)
+            << "frame " << frame << " with " << references.size() << " references";
         largest = std::max(largest, difference.largest);
     }
     return largest;

@@ -36,11 +36,8 @@ class Media {
           mIndex(Index(ReadAll(inIndexed))),
           mStatuses(mIndex.records.size()) {
         const Vexmora_Handle handle = Open();
-        std::uint32_t luma = 0;
-        std::uint32_t chroma = 0;
-        EXPECT_EQ(Vexmora_GetFrameSizes(handle, &luma, &chroma), Vexmora_Ok);
         for (std::size_t scale = 0; scale < kScales.size(); ++scale) {
-            mPictures[scale].assign(mIndex.records.size(), {luma, chroma, 0});
+            mPictures[scale].assign(mIndex.records.size(), NewPicture(handle, 0));
             // Anchors first: B pictures lie between those that they are predicted from.
             for (const bool isB : {false, true}) {
                 for (std::size_t frame = 0; frame < mIndex.records.size(); ++frame) {
@@ -72,21 +69,12 @@ class Media {
   private:
     Vexmora_Status Decode(Vexmora_Handle inHandle, std::size_t inFrame, std::size_t inScale,
                           Picture420& outPicture) const {
-        const auto frame = static_cast<std::int32_t>(inFrame);
-        std::int32_t past = 0;
-        std::int32_t future = 0;
-        const Vexmora_Status status = Vexmora_GetFrameDependancies(inHandle, frame, &past, &future);
-        if (status != Vexmora_Ok) return status;
         const auto planesOf = [&](std::int32_t in) {
-            if (in == DecodeChain::kNone) return FramePlanes{};
             // References are only read.
             return const_cast<Picture420&>(mPictures[inScale].at(static_cast<std::size_t>(in))).Planes();
         };
-        const FramePlanes forward = planesOf(past);
-        const FramePlanes backward = planesOf(future);
-        const FramePlanes output = outPicture.Planes();
-        return Vexmora_GetFrame(inHandle, frame, &forward, &backward, &output, kScales[inScale].mode,
-                                kScales[inScale].subMode);
+        return DecodeFrame(inHandle, static_cast<std::int32_t>(inFrame), kScales[inScale], planesOf,
+                           outPicture);
     }
 
     const UTF16String mPath;
