@@ -12,6 +12,7 @@
 #include <string>
 
 #include "Support/ExactHost.h"
+#include "Support/Options.h"
 #include "Support/StreamBuilder.h"
 
 namespace Vexmora::Test {
@@ -35,15 +36,6 @@ Bytes HeldInStreamOrder(const CodedPictureBuffer& inBuffer) {
         bytes.push_back(static_cast<std::uint8_t>(WordAt(inBuffer, at / 4 * 4) >> (24 - at % 4 * 8)));
     }
     return bytes;
-}
-
-std::string Text(const StartCodeTable& inTable) {
-    std::string text;
-    for (const StartCodeRecord& record : inTable.records) {
-        text += std::to_string(record.code) + "@" + std::to_string(record.wordOffset) + ":" +
-                std::to_string(record.bitIndex) + " ";
-    }
-    return text;
 }
 
 class CodedPicture : public testing::Test {
@@ -73,40 +65,8 @@ class CodedPicture : public testing::Test {
     StartCodeTable table;
 };
 
-TEST_F(CodedPicture, FindsEachStartCodeOnceWhereverTheBytesAreCut) {
-    const Bytes stream = Join({{0xFF},
-                               StartCodeBytes(0xB5),
-                               {0x80, 0, 0},
-                               StartCodeBytes(1),
-                               {1, 0, 0, 1, 0xB2, 7},
-                               StartCodeBytes(2),
-                               {5},
-                               StartCodeBytes(0),
-                               {1, 2, 3, 4, 5}});
-    // The two zeros in front of the first slice's code are not its prefix, and 00 00 01 B2 is user data.
-    const std::string expected = "437@0:23 257@8:31 434@12:23 258@16:15 256@20:7 ";
-    for (std::size_t cut = 0; cut <= stream.size(); ++cut) {
-        const auto buffer = Make(stream.size());
-        Begin(*buffer);
-        buffer->Append({stream.data(), cut});
-        bool complete = buffer->ScanForPictureEnd();
-        EXPECT_EQ(complete, cut >= 27) << cut;
-        if (!complete) {
-            buffer->Append({stream.data() + cut, stream.size() - cut});
-            complete = buffer->ScanForPictureEnd();
-        }
-        EXPECT_TRUE(complete);
-        EXPECT_EQ(Text(table), expected) << "cut at " << cut;
-        EXPECT_EQ(buffer->Size(), 27u);
-        EXPECT_EQ(buffer->CarrySize(), (cut >= 27 ? cut : stream.size()) - 27);
-        EXPECT_EQ(buffer->SliceCount(), 2u);
-    }
-}
-
 TEST_F(CodedPicture, GivesTheSamePicturesForAnyPieces) {
-    const unsigned seed = std::random_device{}();
-    SCOPED_TRACE("seed " + std::to_string(seed));
-    std::mt19937 random(seed);
+    std::mt19937 random(Option("VEXMORA_SEED", 1));
     constexpr std::uint8_t kBytes[] = {0, 0, 0, 1, 1, 2, 0xB7, 0xB5, 0xAF, 0xB0};  // dense with start codes
     Bytes stream(3000);
     for (std::uint8_t& byte : stream) byte = kBytes[random() % std::size(kBytes)];
@@ -155,26 +115,6 @@ TEST_F(CodedPicture, RestoresACarryOverThatBeganInsideASwappedWord) {
     }
 }
 
-TEST_F(CodedPicture, EndsAtAStartCodeInItsFirstBytes) {
-    const Bytes stream = Join({StartCodeBytes(0), {0x00, 0x9F, 0xFF, 0xF8}, StartCodeBytes(0xB7)});
-    const auto buffer = Make(64);
-    Begin(*buffer);
-    Fill(*buffer, stream, stream.size());
-    EXPECT_EQ(buffer->Size(), 4u);
-    EXPECT_EQ(buffer->CarrySize(), 8u);
-
-    // The picture behind its start code: temporal_reference 2, a B picture.
-    Begin(*buffer);
-    ASSERT_TRUE(buffer->ScanForPictureEnd());
-    buffer->SwapWords();
-    EXPECT_EQ(WordAt(*buffer, 0) >> 22, 2u);
-    EXPECT_EQ(WordAt(*buffer, 0) >> 19 & 7, 3u);
-    buffer->ClearCarry();
-    Begin(*buffer);
-    EXPECT_EQ(buffer->Size(), 0u);
-    EXPECT_FALSE(buffer->ScanForPictureEnd());
-}
-
 TEST_F(CodedPicture, StaysWithinItsCapacity) {
     for (std::size_t capacity = 1; capacity < 20; ++capacity) {
         const auto buffer = Make(capacity);
@@ -214,19 +154,6 @@ TEST_F(CodedPicture, KnowsWhetherSlicesBeginTheRowsInOrder) {
         EXPECT_EQ(buffer->SliceCount(), positions.size());
         EXPECT_EQ(buffer->OneSlicePerRow(height), expected) << testing::PrintToString(positions) << height;
     }
-}
-
-TEST_F(CodedPicture, SurvivesThousandsOfSlices) {
-    Bytes stream;
-    for (unsigned slice = 0; slice < 20000; ++slice) {
-        stream.insert(stream.end(), {0, 0, 1, static_cast<std::uint8_t>(1 + slice % 175)});
-    }
-    const auto buffer = Make(stream.size());
-    Begin(*buffer);
-    EXPECT_EQ(Fill(*buffer, stream, stream.size()), stream.size());
-    EXPECT_EQ(buffer->SliceCount(), 20000u);
-    EXPECT_EQ(table.sliceRows.Size(), 175u);
-    EXPECT_FALSE(buffer->OneSlicePerRow(175 * 16));
 }
 
 TEST_F(CodedPicture, MakesViewsThatBeginAtASlice) {

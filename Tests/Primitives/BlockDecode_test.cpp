@@ -148,7 +148,7 @@ TEST_F(BlockDecode, EveryRunAndLevelInEveryTable) {
 }
 
 TEST_F(BlockDecode, RandomBlocksOneAfterTheOther) {
-    Random random;
+    RandomNumbers random;
     for (int round = 0; round < 300; ++round) {
         std::shuffle(mScan.begin() + 1, mScan.end(),
                      std::mt19937(static_cast<unsigned>(random.Between(0, 1 << 20))));
@@ -329,7 +329,7 @@ TEST_F(BlockDecode, MissingTablesAreRefused) {
 }
 
 TEST_F(BlockDecode, RandomDataEndsWithinItsBlockAndMemory) {
-    Random random;
+    RandomNumbers random;
     for (int round = 0; round < 20000; ++round) {
         Bytes bytes(static_cast<std::size_t>(random.Between(1, 80)));
         for (std::uint8_t& byte : bytes) byte = random.Byte();

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "Support/Options.h"
 #include "Support/StreamBuilder.h"
 #include "primitives/PrimitiveTable.h"
 #include "primitives/Variant.h"
@@ -30,8 +31,8 @@ inline std::vector<NamedTable> RunnableTables() {
     return tables;
 }
 
-/// Random numbers from --gtest_random_seed; a failing test tells the seed.
-class Random {
+/// Random numbers from VEXMORA_SEED, which is printed.
+class RandomNumbers {
   public:
     int Between(int inLowest, int inHighest) {
         return std::uniform_int_distribution<int>(inLowest, inHighest)(mEngine);
@@ -39,9 +40,7 @@ class Random {
     std::uint8_t Byte() { return static_cast<std::uint8_t>(Between(0, 255)); }
 
   private:
-    int mSeed = GTEST_FLAG_GET(random_seed);
-    std::mt19937 mEngine{static_cast<std::mt19937::result_type>(mSeed)};
-    ::testing::ScopedTrace mTrace{__FILE__, __LINE__, "--gtest_random_seed=" + std::to_string(mSeed)};
+    std::mt19937 mEngine{Option("VEXMORA_SEED", 1)};
 };
 
 /// Coded bytes as words in host order, in memory of just their size.

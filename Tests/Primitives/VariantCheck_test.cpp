@@ -16,7 +16,7 @@ class VariantCheck : public testing::TestWithParam<int> {
   protected:
     const PrimitiveTable& mPortable = PortablePrimitives();
     const PrimitiveTable& mTable = PrimitivesAt(GetParam());
-    Random mRandom;
+    RandomNumbers mRandom;
 };
 
 int RunnableTableCount() {
@@ -28,7 +28,7 @@ INSTANTIATE_TEST_SUITE_P(Table, VariantCheck, testing::Range(0, RunnableTableCou
 /// Rows of bytes at a base and a step of the test's choice, with other bytes before, between and behind them.
 class GuardedRows {
   public:
-    GuardedRows(Random& ioRandom, std::size_t inBase, std::size_t inStep, std::size_t inRows)
+    GuardedRows(RandomNumbers& ioRandom, std::size_t inBase, std::size_t inStep, std::size_t inRows)
         : mBase(kGuard + inBase), mStep(inStep), mBytes(mBase + inStep * inRows + kGuard) {
         for (std::uint8_t& byte : mBytes) byte = ioRandom.Byte();
     }
@@ -56,7 +56,7 @@ CoefficientBlock MakeBlock(const std::function<int(unsigned)>& inValueAt) {
 }
 
 /// Single coefficients, the DC coefficient alone and with mismatch control, sparse, dense and extreme blocks.
-std::vector<CoefficientBlock> MakeBlocks(Random& ioRandom) {
+std::vector<CoefficientBlock> MakeBlocks(RandomNumbers& ioRandom) {
     std::vector<CoefficientBlock> blocks;
     for (const int value : {-2048, -3, -1, 1, 2, 2047}) {
         for (unsigned at = 0; at < 64; ++at) {
@@ -212,8 +212,8 @@ TEST_P(VariantCheck, StartCodeSearchAndWords) {
     }
 }
 
-// Random bits, most of which run into a code that does not exist, and blocks far from and close to the end of
-// data.
+// RandomNumbers bits, most of which run into a code that does not exist, and blocks far from and close to the
+// end of data.
 TEST_P(VariantCheck, BlockDecoding) {
     VlcTable dc_size;
     RunLevelTable first_table, ac_table, alternative;

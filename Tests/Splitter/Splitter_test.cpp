@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <string_view>
-#include <thread>
 
 #include "Splitter/PictureSource.h"
 
@@ -122,24 +121,6 @@ TEST(SplitterElementary, APictureMustLeaveTheReserveFree) {
     EXPECT_EQ(small->buffer->Data()[0], video[pieces[0].size() + pieces[1].size()]) << "in stream order";
     small->splitter.Seek(static_cast<std::int64_t>(pieces[0].size()) - 4, *small->buffer);
     EXPECT_EQ(small->Next().bytes, (Bytes{0, 0, 1, 0}));
-}
-
-TEST(SplitterElementary, SplittersOnSeveralThreadsShareTheCache) {
-    const Bytes video = Video(20000);
-    CountingHost host;
-    const TemporaryFolder folder;
-    const UTF16String path = Write(folder, video);
-    const auto read = [&] {
-        for (int round = 0; round < 5; ++round) {
-            PictureSource source(path, host.Services(3));
-            EXPECT_EQ(source.splitter.Open(), ReadStatus::Ok);
-            EXPECT_EQ(Joined(source.Rest()), Join({video, Bytes(4, 0)}));
-        }
-    };
-    std::thread one(read), other(read);
-    one.join();
-    other.join();
-    EXPECT_EQ(host.Cached().size(), video.size() / 4096 + 1);
 }
 
 TEST(SplitterProgram, AppendsTheVideoPacketsOnly) {

@@ -2,9 +2,9 @@
 #include "Syntax/RandomStream.h"
 
 #include <array>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
+
+#include "Support/Options.h"
 
 namespace Vexmora::Test {
 namespace {
@@ -190,10 +190,7 @@ RandomStream MakeRandomStream(const StreamPlan& inPlan, std::uint32_t inSeed, Fe
 }
 
 std::uint32_t SyntaxSeed() {
-    const char* const text = std::getenv("VEXMORA_SEED");
-    const auto seed = text != nullptr ? static_cast<std::uint32_t>(std::strtoul(text, nullptr, 10)) : 1;
-    std::printf("VEXMORA_SEED=%u\n", seed);
-    return seed;
+    return Option("VEXMORA_SEED", 1);
 }
 
 }  // namespace Vexmora::Test
