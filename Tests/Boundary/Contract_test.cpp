@@ -53,13 +53,5 @@ TEST(Contract, ReportsAPointerThatIsAtNoStartCodeAndGoesOn) {
     EXPECT_EQ(sink.violations.size(), 1u);
 }
 
-TEST(Contract, AnOutputContractHasItsOwnCode) {
-    RecordingSink sink;
-    EXPECT_FALSE(Check(false, contracts::kVariantSelected));
-    ASSERT_EQ(sink.errors.size(), 1u);
-    EXPECT_NE(sink.errors[0].find("105 26 $$$/Pavlin/utility/Error/Contract/OutputContractViolation="),
-              std::string::npos);
-}
-
 }  // namespace
 }  // namespace Vexmora

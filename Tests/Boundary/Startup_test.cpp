@@ -1,10 +1,7 @@
-// Start-up and shut-down are counted, from any thread.
+// Start-up and shut-down are counted.
 #include "Startup/Startup.h"
 
 #include <gtest/gtest.h>
-
-#include <thread>
-#include <vector>
 
 #include "primitives/Variant.h"
 
@@ -33,20 +30,6 @@ TEST(Startup, SelectsTheVariantOfThisProcessor) {
                 SelectProcessorVariant(kAutomaticVariant) == SelectStatus::SelectedForOtherVendor);
     EXPECT_EQ(table, SelectedTable()) << "what automatic selection would have chosen";
     Shutdown();
-}
-
-TEST(Startup, CallsFromManyThreadsBalance) {
-    std::vector<std::jthread> threads;
-    for (int thread = 0; thread < 4; ++thread) {
-        threads.emplace_back([] {
-            for (int round = 0; round < 200; ++round) {
-                Startup();
-                Shutdown();
-            }
-        });
-    }
-    threads.clear();
-    EXPECT_FALSE(CpuExecutor());
 }
 
 }  // namespace

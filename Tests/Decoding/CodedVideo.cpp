@@ -183,32 +183,28 @@ BufferInstance::BufferInstance(const HostServices& inServices, const Scale& inSc
 void BufferInstance::ReadHeaders(const CodedVideo& inVideo) {
     const CodedUnit& unit = inVideo.units.front();
     const Bytes data = Join({inVideo.headers, unit.bytes});
-    std::memcpy(mBuffer, data.data(), std::min<std::size_t>(data.size(), kCapacity));
     constexpr FramePlanes kNone{};
-    EXPECT_EQ(Vexmora_GetFrameFromBuffer(mHandle, static_cast<std::uint32_t>(data.size()),
-                                         unit.picture_coding_type, &kNone, &kNone, &kNone, 0, 0),
-              Vexmora_NoSuchFrame);
+    EXPECT_EQ(Decode(data, unit.picture_coding_type, kNone, kNone, kNone), Vexmora_NoSuchFrame);
+}
+
+Vexmora_Status BufferInstance::Decode(const Bytes& inBytes, unsigned inType, const FramePlanes& inForward,
+                                      const FramePlanes& inBackward, const FramePlanes& inOutput) {
+    std::memcpy(mBuffer, inBytes.data(), std::min<std::size_t>(inBytes.size(), kCapacity));
+    return Vexmora_GetFrameFromBuffer(mHandle, static_cast<std::uint32_t>(inBytes.size()), inType, &inForward,
+                                      &inBackward, &inOutput, mScale.mode, mScale.subMode);
 }
 
 Picture420 BufferInstance::NewPicture() const {
-    std::uint32_t luma = 0;
-    std::uint32_t chroma = 0;
-    Vexmora_GetFrameSizes(mHandle, &luma, &chroma);
-    return {luma, chroma};
+    return Test::NewPicture(mHandle);
 }
 
 Vexmora_Status BufferInstance::Decode(const CodedUnit& inUnit, const Bytes& inBytes,
                                       std::vector<Picture420>& ioFrames, Picture420& outPicture) {
-    std::memcpy(mBuffer, inBytes.data(), std::min<std::size_t>(inBytes.size(), kCapacity));
     const auto planesOf = [&](std::size_t inFrame) {
         return inFrame == inUnit.frame ? outPicture.Planes() : ioFrames.at(inFrame).Planes();
     };
-    const FramePlanes forward = planesOf(inUnit.past);
-    const FramePlanes backward = planesOf(inUnit.future);
-    const FramePlanes output = outPicture.Planes();
-    return Vexmora_GetFrameFromBuffer(mHandle, static_cast<std::uint32_t>(inBytes.size()),
-                                      inUnit.picture_coding_type, &forward, &backward, &output, mScale.mode,
-                                      mScale.subMode);
+    return Decode(inBytes, inUnit.picture_coding_type, planesOf(inUnit.past), planesOf(inUnit.future),
+                  outPicture.Planes());
 }
 
 std::vector<Picture420> BufferInstance::DecodeAll(const CodedVideo& inVideo) {

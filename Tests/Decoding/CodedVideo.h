@@ -41,6 +41,9 @@ class BufferInstance {
 
     /// Lets the instance know the sequence, without decoding a picture.
     void ReadHeaders(const CodedVideo& inVideo);
+    /// Decodes inBytes, a picture with or without headers, as one of inType.
+    Vexmora_Status Decode(const Bytes& inBytes, unsigned inType, const FramePlanes& inForward,
+                          const FramePlanes& inBackward, const FramePlanes& inOutput);
     /// Of the size that the instance asks for.
     Picture420 NewPicture() const;
     /// Decodes inBytes, a coded picture that takes the place of inUnit.
@@ -50,7 +53,7 @@ class BufferInstance {
     std::vector<Picture420> DecodeAll(const CodedVideo& inVideo);
 
   private:
-    static constexpr std::uint32_t kCapacity = 65536;
+    static constexpr std::uint32_t kCapacity = 1 << 20;
     Vexmora_Handle mHandle = nullptr;
     std::uint8_t* mBuffer = nullptr;
     const Scale mScale;

@@ -87,29 +87,6 @@ TEST(Executor, CallersAndNestedCallsAllMakeProgress) {
     EXPECT_EQ(4 * 100 * 4 * 3, runs);
 }
 
-TEST(Executor, ABusyPoolDoesNotHoldOtherCallersUp) {
-    const auto executor = CreateCPUBoundExecutor();
-    std::promise<void> release;
-    const std::shared_future<void> released = release.get_future().share();
-    std::atomic<int> waiting{0};
-    auto blocked = std::async(std::launch::async, [&] {
-        ExecuteCPUBoundTaskOnAllProcessors(
-            *executor,
-            [&](int) {
-                ++waiting;
-                released.wait();
-            },
-            executor->ProcessorCount());
-    });
-    while (waiting != executor->ProcessorCount()) std::this_thread::yield();
-    int runs = 0;
-    ExecuteCPUBoundTaskOnAllProcessors(
-        *executor, [&](int) { ++runs; }, 5);
-    EXPECT_EQ(5, runs);
-    release.set_value();
-    blocked.get();
-}
-
 TEST(Executor, LeavesTheProcessorsToItsCallers) {
     const auto executor = CreateCPUBoundExecutor();
     std::promise<void> release;

@@ -1,15 +1,11 @@
-// Recycled buffers, counted control blocks, the critical section and what the processor supports.
+// Recycled buffers, and what the processor supports.
 #include <gtest/gtest.h>
 
 #include <cstdint>
 #include <cstring>
 #include <fstream>
-#include <future>
 #include <string>
-#include <vector>
 
-#include "Orvet/Allocator.h"
-#include "Orvet/CriticalSection.h"
 #include "Orvet/MemoryRecycler.h"
 #include "Orvet/SystemInfo.h"
 
@@ -46,49 +42,6 @@ TEST(MemoryRecycler, ReusesWhatFitsAndBoundsWhatItKeeps) {
     EXPECT_EQ(40 * kMiB, recycler.KeptBytes());
     recycler.Trim();
     EXPECT_EQ(0U, recycler.KeptBytes());
-}
-
-TEST(MemoryRecycler, TwoUsersNeverShareABuffer) {
-    const auto use = [](int inValue) {
-        for (int round = 0; round < 300; ++round) {
-            auto buffer = MemoryRecycler::Instance().GetBuffer(8192);
-            std::memset(buffer.Data(), inValue, 8192);
-            for (std::size_t at = 0; at < 8192; ++at) {
-                if (buffer.Data()[at] != std::byte(inValue)) return false;
-            }
-            MemoryRecycler::Instance().RecycleBuffer(std::move(buffer));
-        }
-        return true;
-    };
-    std::vector<std::future<bool>> users;
-    for (int value = 1; value <= 4; ++value) users.push_back(std::async(std::launch::async, use, value));
-    for (auto& user : users) EXPECT_TRUE(user.get());
-    MemoryRecycler::Instance().Trim();
-}
-
-TEST(Allocator, CountsLiveBlocks) {
-    const std::size_t before = Orvet::Allocator::LiveCount();
-    void* const block = Orvet::Allocator::Allocate(4);
-    EXPECT_EQ(before + 1, Orvet::Allocator::LiveCount());
-    Orvet::Allocator::Free(block);
-    Orvet::Allocator::Free(nullptr);
-    EXPECT_EQ(before, Orvet::Allocator::LiveCount());
-}
-
-TEST(CriticalSection, KeepsOthersOutAndLetsItsOwnerInAgain) {
-    Orvet::CriticalSection section;
-    int count = 0;
-    const auto add = [&] {
-        for (int round = 0; round < 10'000; ++round) {
-            const Orvet::CriticalSectionLock outer(section);
-            const Orvet::CriticalSectionLock inner(section);
-            ++count;
-        }
-    };
-    auto other = std::async(std::launch::async, add);
-    add();
-    other.get();
-    EXPECT_EQ(20'000, count);
 }
 
 TEST(SystemInfo, AgreesWithTheSystem) {

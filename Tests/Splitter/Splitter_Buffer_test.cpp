@@ -3,7 +3,6 @@
 
 #include <algorithm>
 
-#include "Pavlin/Contract.h"
 #include "Splitter/PictureSource.h"
 
 namespace Vexmora::Test {
@@ -71,32 +70,6 @@ TEST(BufferSplitter, StaysInsideTheBuffer) {
     source.Put(Bytes(38, 9));
     const Bytes cut = source.Next();
     EXPECT_EQ(Bytes(cut.begin() + 36, cut.end()), (Bytes{9, 9, 0, 0}));
-}
-
-class CountingSink final : public Pavlin::config::ErrorSink {
-  public:
-    CountingSink() : mBefore(Pavlin::config::SetErrorSink(this)) {}
-    ~CountingSink() override { Pavlin::config::SetErrorSink(mBefore); }
-    bool OnContractViolation(const char* inExpression, const char*, int) override {
-        EXPECT_STREQ(inExpression, "mBufferSize > 0");
-        ++violations;
-        return false;
-    }
-    void OnError(int, const char*, int, int) override {}
-    int violations = 0;
-
-  private:
-    Pavlin::config::ErrorSink* mBefore;
-};
-
-TEST(BufferSplitter, ReportsAnEmptyBufferAndDeliversTheStartCodeAlone) {
-    CountingSink sink;
-    BufferSource source;
-    EXPECT_EQ(source.Next(), kStart);
-    EXPECT_EQ(sink.violations, 1);
-    source.Put({1});
-    EXPECT_EQ(source.Next(), (Bytes{1, 0, 0, 1, 0}));
-    EXPECT_EQ(sink.violations, 1);
 }
 
 }  // namespace

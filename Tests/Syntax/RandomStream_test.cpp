@@ -5,6 +5,7 @@
 #include <cstring>
 #include <map>
 
+#include "Decoding/CodedVideo.h"
 #include "Decoding/Mpeg2dec.h"
 #include "Syntax/FrameLayout.h"
 #include "Syntax/RandomStream.h"
@@ -33,8 +34,12 @@ class RandomStreams : public testing::TestWithParam<StreamPlan> {
         mFolder = mkdtemp(folder.data());
         mMedia = mFolder / "random.m2v";
         WriteAll(mMedia, mStream.All());
+        Vexmora_Startup();
     }
-    void TearDown() override { fs::remove_all(mFolder); }
+    void TearDown() override {
+        Vexmora_Shutdown();
+        fs::remove_all(mFolder);
+    }
 
     struct References {
         FramePlanes forward{};
@@ -43,6 +48,13 @@ class RandomStreams : public testing::TestWithParam<StreamPlan> {
     };
     using Decode = std::function<Vexmora_Status(const RandomStream::Picture&, const References&)>;
 
+    /// Decodes a picture, the first one with its headers.
+    Vexmora_Status DecodeFromBuffer(BufferInstance& ioInstance, const RandomStream::Picture& inPicture,
+                                    const References& in) const {
+        const bool isFirst = &inPicture == &mStream.pictures.front();
+        return ioInstance.Decode(isFirst ? Join({mStream.headers, inPicture.bytes}) : inPicture.bytes,
+                                 inPicture.syntax.picture_coding_type, in.forward, in.backward, in.output);
+    }
     // Decodes every picture from what inFrames has for its references, and compares it with what they have.
     void CompareEach(const Samples& inFrames, const Decode& inDecode);
     Picture420 FrameOf(const Samples& inFrames, unsigned inNumber) const {
@@ -62,6 +74,7 @@ class RandomStreams : public testing::TestWithParam<StreamPlan> {
                           });
     }
 
+    const ExactHost mHost;
     RandomStream mStream;
     FrameLayout mLayout;
     fs::path mFolder;
@@ -122,37 +135,6 @@ TEST(FeaturesOfRandomStreams, AreAllThere) {
     EXPECT_GE(features.Kinds(), 869u);
 }
 
-class BufferInstance {
-  public:
-    explicit BufferInstance(const Bytes& inHeaders) : mHeaders(inHeaders) {
-        Vexmora_Startup();
-        EXPECT_EQ(Vexmora_OpenBufferInstance(mHost.Services(), 1 << 20, &mHandle, &mBuffer), Vexmora_Ok);
-    }
-    ~BufferInstance() {
-        Vexmora_CloseFile(mHandle);
-        Vexmora_Shutdown();
-    }
-    BufferInstance(const BufferInstance&) = delete;
-    BufferInstance& operator=(const BufferInstance&) = delete;
-
-    template <class References>
-    Vexmora_Status Decode(const RandomStream::Picture& inPicture, const References& inReferences,
-                          const Scale& inScale = kFullSize) {
-        const Bytes data = Join({std::exchange(mHeaders, {}), inPicture.bytes});
-        std::memcpy(mBuffer, data.data(), data.size());
-        return Vexmora_GetFrameFromBuffer(mHandle, static_cast<std::uint32_t>(data.size()),
-                                          inPicture.syntax.picture_coding_type, &inReferences.forward,
-                                          &inReferences.backward, &inReferences.output, inScale.mode,
-                                          inScale.subMode);
-    }
-
-  private:
-    const ExactHost mHost;
-    Bytes mHeaders;
-    Vexmora_Handle mHandle = nullptr;
-    std::uint8_t* mBuffer = nullptr;
-};
-
 template <class Predicate>
 std::vector<StreamPlan> PlansWhere(const Predicate& inPredicate) {
     std::vector<StreamPlan> plans;
@@ -165,10 +147,10 @@ std::string PlanName(const testing::TestParamInfo<StreamPlan>& inInfo) {
 
 class FromBufferAsByMpeg2dec : public RandomStreams {};
 TEST_P(FromBufferAsByMpeg2dec, EachPictureIsDecoded) {
-    BufferInstance instance(mStream.headers);
+    BufferInstance instance(mHost.Services(), kFullSize);
     CompareEach(RunMpeg2dec(mMedia, mLayout.width, mLayout.height, "-c"),
                 [&](const auto& inPicture, const References& inReferences) {
-                    return instance.Decode(inPicture, inReferences);
+                    return DecodeFromBuffer(instance, inPicture, inReferences);
                 });
 }
 INSTANTIATE_TEST_SUITE_P(AllPlans, FromBufferAsByMpeg2dec, testing::ValuesIn(kStreamPlans), PlanName);
@@ -176,9 +158,9 @@ INSTANTIATE_TEST_SUITE_P(AllPlans, FromBufferAsByMpeg2dec, testing::ValuesIn(kSt
 // Which does not saturate coefficients (7.4.3).
 class FromBufferAsByFfmpeg : public RandomStreams {};
 TEST_P(FromBufferAsByFfmpeg, EachPictureIsDecoded) {
-    BufferInstance instance(mStream.headers);
+    BufferInstance instance(mHost.Services(), kFullSize);
     CompareEach(RunFfmpeg(mMedia, "faani"), [&](const auto& inPicture, const References& inReferences) {
-        return instance.Decode(inPicture, inReferences);
+        return DecodeFromBuffer(instance, inPicture, inReferences);
     });
 }
 INSTANTIATE_TEST_SUITE_P(Unsaturated, FromBufferAsByFfmpeg,
@@ -209,7 +191,7 @@ class FromBufferAtEachScale : public RandomStreams {
         const std::size_t pitch = FrameLayout::Padded(mLayout.LumaPitch() / inScale.widthDivisor);
         const std::size_t chromaPitch = FrameLayout::Padded(mLayout.LumaPitch() / inScale.widthDivisor / 2);
         const std::size_t height = mLayout.height / inScale.heightDivisor;
-        BufferInstance instance(mStream.headers);
+        BufferInstance instance(mHost.Services(), inScale);
         std::map<unsigned, Picture420> frames;
         unsigned past = 0;
         unsigned future = 0;
@@ -223,7 +205,7 @@ class FromBufferAtEachScale : public RandomStreams {
                                static_cast<std::uint32_t>(chromaPitch * height / 2), inFill);
             const References planes{frames.at(past).Planes(), frames.at(future).Planes(),
                                     frames.at(number).Planes()};
-            EXPECT_EQ(instance.Decode(picture, planes, inScale), Vexmora_Ok) << number;
+            EXPECT_EQ(DecodeFromBuffer(instance, picture, planes), Vexmora_Ok) << number;
         }
         FileInfo info{};
         info.width = mStream.sequence.width;
