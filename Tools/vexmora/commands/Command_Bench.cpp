@@ -36,23 +36,22 @@ struct Rates {
 
 void WriteText(const MeasuringOptions& inOptions, const Measurements& inResult) {
     const Rates rates(inResult);
-    const auto line = [](std::string_view inName, const std::string& inValue) {
-        WriteOutput(fmt::format("{:<18}{}\n", inName, inValue));
-    };
-    line("File", fmt::format("{}, {}, {} frames of {} x {}", OnOneLine(inOptions.file),
-                             HumanBytes(static_cast<double>(inResult.streamBytes)),
-                             GroupedDigits(inResult.frameCount), inResult.width, inResult.height));
-    line("Conditions",
-         fmt::format("{} size, {} processors, frame cache of {}, empty at each start; all done once before",
-                     NameOf(inOptions.scale), inResult.processors,
-                     HumanBytes(static_cast<double>(inResult.frameCacheBytes))));
-    line("Indexing",
-         fmt::format("{}/s (median of {} runs)", HumanBytes(rates.indexing), inResult.indexing.size()));
-    line("Linear", fmt::format("{:.1f} frames/s (the last {} frames)", rates.linear, inResult.frames));
-    line("Reverse", fmt::format("{:.1f} frames/s (the same frames)", rates.reverse));
-    line("Random access", fmt::format("median {:.2f} ms, 95 % {:.2f} ms, worst {:.2f} ms ({} jumps, seed {})",
-                                      rates.median * 1000, rates.percent95 * 1000, rates.worst * 1000,
-                                      inResult.jumps.size(), inOptions.seed));
+    WriteField("File", fmt::format("{}, {}, {} frames of {} x {}", OnOneLine(inOptions.file),
+                                   HumanBytes(static_cast<double>(inResult.streamBytes)),
+                                   GroupedDigits(inResult.frameCount), inResult.width, inResult.height));
+    WriteField(
+        "Conditions",
+        fmt::format("{} size, {} processors, frame cache of {}, empty at each start; all done once before",
+                    NameOf(inOptions.scale), inResult.processors,
+                    HumanBytes(static_cast<double>(inResult.frameCacheBytes))));
+    WriteField("Indexing",
+               fmt::format("{}/s (median of {} runs)", HumanBytes(rates.indexing), inResult.indexing.size()));
+    WriteField("Linear", fmt::format("{:.1f} frames/s (the last {} frames)", rates.linear, inResult.frames));
+    WriteField("Reverse", fmt::format("{:.1f} frames/s (the same frames)", rates.reverse));
+    WriteField("Random access",
+               fmt::format("median {:.2f} ms, 95 % {:.2f} ms, worst {:.2f} ms ({} jumps, seed {})",
+                           rates.median * 1000, rates.percent95 * 1000, rates.worst * 1000,
+                           inResult.jumps.size(), inOptions.seed));
 }
 
 void WriteJson(const MeasuringOptions& inOptions, const Measurements& inResult) {

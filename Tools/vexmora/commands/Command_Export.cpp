@@ -9,7 +9,6 @@
 #include "pictures/PlanarSamples.h"
 #include "pictures/VideoFormat.h"
 #include "reports/DamageSummary.h"
-#include "reports/StreamFacts.h"
 #include "terminal/FrameProgress.h"
 
 namespace VexmoraCommand {
@@ -25,10 +24,12 @@ bool IsProgressive(const Vexmora::FrameRecord& inRecord) {
 /// p, t or b, or ? where neither holds for all frames: the format's own letter for a mixture asks for more
 /// than most readers take. Lines of quarter-size pictures are of neither field alone.
 char Interlacing(const VexmoraHost::Movie& inMovie, Scale inScale) {
-    const char order = FieldOrderName(inMovie.Info().index).front();
+    const FieldOrder order = FieldOrderOf(inMovie.Info().index);
     const auto& records = inMovie.Records();
-    if (order == 'p' || std::all_of(records.begin(), records.end(), IsProgressive)) return 'p';
-    return order == 'm' || inScale == Scale::Quarter ? '?' : order;
+    if (order == FieldOrder::Progressive || std::all_of(records.begin(), records.end(), IsProgressive))
+        return 'p';
+    if (order == FieldOrder::Mixed || inScale == Scale::Quarter) return '?';
+    return order == FieldOrder::TopFirst ? 't' : 'b';
 }
 
 std::string Header(const VexmoraHost::Movie& inMovie, const VexmoraHost::Plane& inLuma, Scale inScale) {

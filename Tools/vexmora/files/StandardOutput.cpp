@@ -1,6 +1,7 @@
 // Writing to standard output with every failure noticed.
 #include "files/StandardOutput.h"
 
+#include <fmt/core.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -30,6 +31,10 @@ bool IsStandardOutput(const std::string& inPath) {
 
 void WriteOutput(std::string_view inText) {
     if (std::fwrite(inText.data(), 1, inText.size(), stdout) != inText.size()) ThrowLastError();
+}
+
+void WriteField(std::string_view inName, std::string_view inValue) {
+    WriteOutput(fmt::format("{:<18}{}\n", inName, inValue));
 }
 
 void FlushOutput() {

@@ -14,9 +14,25 @@ Ratio Reduced(std::uint64_t inNumerator, std::uint64_t inDenominator) {
     return {inNumerator / divisor, inDenominator / divisor};
 }
 
-/// Of the whole picture (table 6-3); unknown where samples are square or the code is reserved.
-Ratio DisplayAspectOf(std::uint32_t inCode) {
-    switch (inCode) {
+}  // namespace
+
+FieldOrder FieldOrderOf(const Vexmora::IndexHeader& inHeader) {
+    switch (inHeader.formatWord & Vexmora::kFieldOrderMask) {
+        case Vexmora::kFieldOrderProgressive:
+            return FieldOrder::Progressive;
+        case Vexmora::kFieldOrderTopFirst:
+            return FieldOrder::TopFirst;
+        case Vexmora::kFieldOrderBottomFirst:
+            return FieldOrder::BottomFirst;
+        default:
+            return FieldOrder::Mixed;
+    }
+}
+
+Ratio DisplayAspect(const Vexmora::IndexHeader& inHeader) {
+    switch (inHeader.aspectRatioCode) {
+        case 1:
+            return Reduced(inHeader.width, inHeader.height);
         case 2:
             return {4, 3};
         case 3:
@@ -28,12 +44,10 @@ Ratio DisplayAspectOf(std::uint32_t inCode) {
     }
 }
 
-}  // namespace
-
 Ratio SampleAspect(const VexmoraHost::MovieInfo& inInfo, VexmoraHost::Scale inScale) {
     const std::uint64_t widening = inScale == VexmoraHost::Scale::HalfWidth ? 2 : 1;
     if (inInfo.index.aspectRatioCode == 1) return {widening, 1};
-    const Ratio display = DisplayAspectOf(inInfo.index.aspectRatioCode);
+    const Ratio display = DisplayAspect(inInfo.index);
     const auto sizeOr = [](std::uint64_t inSize, std::uint64_t inCodedSize) {
         return inSize != 0 ? inSize : inCodedSize;
     };

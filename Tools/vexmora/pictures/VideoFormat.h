@@ -17,10 +17,18 @@ struct Ratio {
     double Value() const { return static_cast<double>(numerator) / static_cast<double>(denominator); }
 };
 
+/// Which field of a frame is the first in time.
+enum class FieldOrder { Progressive, TopFirst, BottomFirst, Mixed };
+FieldOrder FieldOrderOf(const Vexmora::IndexHeader& inHeader);
+
+/// Width over height of the whole picture (ISO/IEC 13818-2, table 6-3); unknown where the code is reserved.
+Ratio DisplayAspect(const Vexmora::IndexHeader& inHeader);
+
 /// Width over height of a decoded sample at inScale.
 Ratio SampleAspect(const VexmoraHost::MovieInfo& inInfo, VexmoraHost::Scale inScale);
 
 /// Frames per second, exactly: the standard's rates are whole multiples of 1/1001 divided by up to 32.
+/// Unknown where the stream does not tell.
 Ratio FrameRate(const VexmoraHost::MovieInfo& inInfo);
 
 /// Width in square samples of a picture that is inWidth samples wide: its lines stay as they are. A sample

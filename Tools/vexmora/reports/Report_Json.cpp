@@ -34,7 +34,7 @@ Json ToJson(const StreamFacts& inFacts) {
         {"first_frame", std::uint32_t{header.firstFrame}},
         {"last_frame", std::uint32_t{header.lastFrame}},
         {"progressive", inFacts.progressive},
-        {"field_order", FieldOrderName(header)},
+        {"field_order", NameOf(FieldOrderOf(header))},
         {"max_picture_size", std::uint32_t{header.maxPictureSize}},
         {"stream_length", std::uint64_t{header.streamLength}},
         {"pictures",

@@ -12,10 +12,6 @@ namespace VexmoraCommand {
 
 namespace {
 
-void Line(std::string_view inName, std::string_view inValue) {
-    WriteOutput(fmt::format("{:<18}{}\n", inName, inValue));
-}
-
 std::string SizeText(unsigned inWidth, unsigned inHeight) {
     return fmt::format("{} x {}", inWidth, inHeight);
 }
@@ -23,7 +19,11 @@ std::string SizeText(unsigned inWidth, unsigned inHeight) {
 std::string AspectText(const StreamFacts& inFacts) {
     if (!inFacts.pixelAspectRatio)
         return fmt::format("unknown (reserved code {})", std::uint32_t{inFacts.header.aspectRatioCode});
-    return fmt::format("{:.4f} (picture {})", *inFacts.pixelAspectRatio, DisplayAspect(inFacts.header));
+    const Ratio display = DisplayAspect(inFacts.header);
+    const std::string picture = display.denominator == 100  // as the standard writes it
+                                    ? fmt::format("{}:1", display.Value())
+                                    : fmt::format("{}:{}", display.numerator, display.denominator);
+    return fmt::format("{:.4f} (picture {})", *inFacts.pixelAspectRatio, picture);
 }
 
 /// To a thousandth, without idle zeros.
@@ -43,11 +43,10 @@ std::string RateText(const StreamFacts& inFacts) {
 }
 
 std::string FieldOrderText(const StreamFacts& inFacts) {
-    const std::string_view name = FieldOrderName(inFacts.header);
-    if (name == "progressive") return "progressive sequence";
-    const std::string frames = inFacts.progressive ? ", progressive frames" : "";
-    if (name == "mixed") return "mixed" + frames;
-    return fmt::format("{} field first{}", name, frames);
+    const FieldOrder order = FieldOrderOf(inFacts.header);
+    if (order == FieldOrder::Progressive) return "progressive sequence";
+    return fmt::format("{}{}{}", NameOf(order), order == FieldOrder::Mixed ? "" : " field first",
+                       inFacts.progressive ? ", progressive frames" : "");
 }
 
 std::string FramesText(const StreamFacts& inFacts) {
@@ -69,22 +68,22 @@ void WriteText(const StreamFacts& inFacts) {
     const Vexmora::IndexHeader& header = inFacts.header;
     const PictureCounts& pictures = inFacts.pictures;
     const std::uint64_t length = header.streamLength;
-    Line("File", OnOneLine(inFacts.file));
-    Line("Stream", fmt::format("{} stream, {} bytes ({})", KindName(inFacts.kind), GroupedDigits(length),
-                               HumanBytes(static_cast<double>(length))));
-    Line("Picture size", SizeText(header.width, header.height));
+    WriteField("File", OnOneLine(inFacts.file));
+    WriteField("Stream", fmt::format("{} stream, {} bytes ({})", KindName(inFacts.kind),
+                                     GroupedDigits(length), HumanBytes(static_cast<double>(length))));
+    WriteField("Picture size", SizeText(header.width, header.height));
     if (header.displayWidth != 0 || header.displayHeight != 0)
-        Line("Display size", SizeText(inFacts.displayWidth, inFacts.displayHeight));
-    Line("Pixel aspect", AspectText(inFacts));
-    Line("Frame rate", RateText(inFacts));
-    Line("Field order", FieldOrderText(inFacts));
-    Line("Usable frames", FramesText(inFacts));
-    if (const auto duration = inFacts.Duration()) Line("Duration", DurationText(*duration));
-    Line("Pictures", fmt::format("{} I, {} P, {} B, {} holes", GroupedDigits(pictures.typeI),
-                                 GroupedDigits(pictures.typeP), GroupedDigits(pictures.typeB),
-                                 GroupedDigits(pictures.holes)));
-    Line("Largest picture", GroupedDigits(header.maxPictureSize) + " bytes");
-    Line("Index file", OnOneLine(inFacts.indexFile));
+        WriteField("Display size", SizeText(inFacts.displayWidth, inFacts.displayHeight));
+    WriteField("Pixel aspect", AspectText(inFacts));
+    WriteField("Frame rate", RateText(inFacts));
+    WriteField("Field order", FieldOrderText(inFacts));
+    WriteField("Usable frames", FramesText(inFacts));
+    if (const auto duration = inFacts.Duration()) WriteField("Duration", DurationText(*duration));
+    WriteField("Pictures", fmt::format("{} I, {} P, {} B, {} holes", GroupedDigits(pictures.typeI),
+                                       GroupedDigits(pictures.typeP), GroupedDigits(pictures.typeB),
+                                       GroupedDigits(pictures.holes)));
+    WriteField("Largest picture", GroupedDigits(header.maxPictureSize) + " bytes");
+    WriteField("Index file", OnOneLine(inFacts.indexFile));
 }
 
 }  // namespace VexmoraCommand

@@ -1,11 +1,7 @@
 // Works the reported facts out of a movie and its records.
 #include "reports/StreamFacts.h"
 
-#include <fmt/core.h>
-
 #include <array>
-#include <cmath>
-#include <numeric>
 
 namespace VexmoraCommand {
 
@@ -14,14 +10,6 @@ namespace {
 /// 0 stands for what the stream does not tell.
 std::optional<double> KnownOrNothing(double inValue) {
     return inValue > 0 ? std::optional(inValue) : std::nullopt;
-}
-
-/// The format's rates are whole multiples of 1/1001 unless an extension divides them: those come out exact,
-/// though the period is rounded.
-double RateOf(double inPeriod) {
-    const double in1001sts = 1001 / inPeriod;
-    const double whole = std::round(in1001sts);
-    return (std::abs(in1001sts - whole) < 1e-6 ? whole : in1001sts) / 1001;
 }
 
 void Count(const Vexmora::FrameRecord& inRecord, StreamFacts& ioFacts) {
@@ -51,7 +39,7 @@ StreamFacts GatherFacts(const std::string& inFile, const VexmoraHost::Movie& inM
     facts.displayWidth = info.file.displayWidth;
     facts.displayHeight = info.file.displayHeight;
     facts.pixelAspectRatio = KnownOrNothing(info.file.pixelAspectRatio);
-    if (info.file.framePeriod > 0) facts.frameRate = RateOf(info.file.framePeriod);
+    if (const Ratio rate = FrameRate(info); rate.IsKnown()) facts.frameRate = rate.Value();
     facts.effectiveFrameRate = KnownOrNothing(info.file.effectiveFrameRate / 1000.0);
     return facts;
 }
@@ -67,34 +55,16 @@ std::string_view KindName(VexmoraHost::StreamKind inKind) {
     }
 }
 
-std::string_view FieldOrderName(const Vexmora::IndexHeader& inHeader) {
-    switch (inHeader.formatWord & Vexmora::kFieldOrderMask) {
-        case Vexmora::kFieldOrderProgressive:
+std::string_view NameOf(FieldOrder inOrder) {
+    switch (inOrder) {
+        case FieldOrder::Progressive:
             return "progressive";
-        case Vexmora::kFieldOrderTopFirst:
+        case FieldOrder::TopFirst:
             return "top";
-        case Vexmora::kFieldOrderBottomFirst:
+        case FieldOrder::BottomFirst:
             return "bottom";
         default:
             return "mixed";
-    }
-}
-
-std::string DisplayAspect(const Vexmora::IndexHeader& inHeader) {
-    switch (inHeader.aspectRatioCode) {
-        case 1: {
-            const int divisor = std::gcd(int{inHeader.width}, int{inHeader.height});
-            if (divisor == 0) return {};
-            return fmt::format("{}:{}", inHeader.width / divisor, inHeader.height / divisor);
-        }
-        case 2:
-            return "4:3";
-        case 3:
-            return "16:9";
-        case 4:
-            return "2.21:1";
-        default:
-            return {};
     }
 }
 

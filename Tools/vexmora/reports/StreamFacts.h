@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "VexmoraHost/Movie.h"
+#include "pictures/VideoFormat.h"
 
 namespace VexmoraCommand {
 
@@ -49,10 +50,7 @@ StreamFacts GatherFacts(const std::string& inFile, const VexmoraHost::Movie& inM
 std::string_view KindName(VexmoraHost::StreamKind inKind);
 
 /// "progressive", "top", "bottom" or "mixed".
-std::string_view FieldOrderName(const Vexmora::IndexHeader& inHeader);
-
-/// "16:9" and so on, of the whole picture; empty for a reserved code.
-std::string DisplayAspect(const Vexmora::IndexHeader& inHeader);
+std::string_view NameOf(FieldOrder inOrder);
 
 /// One record as the writers show it.
 struct RecordFacts {
