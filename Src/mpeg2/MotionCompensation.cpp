@@ -26,9 +26,12 @@ constexpr ResidualBlock kNoResidual{};
 
 // Rows of macroblocks touch more lines of memory than processors foresee, so what the macroblocks to the
 // right are going to take is fetched early: every block of kWidth x kHeight samples does so for its share of
-// the rows, and together those above one line of the cache do it for all.
+// the rows, and together those above one line of the cache do it for all. Inlined by force: GCC takes a
+// function that only prefetches for one without effect and drops its calls, which costs 7 to 9 % of the time
+// at full size.
 template <std::int32_t kWidth, std::int32_t kHeight>
-void FetchAhead(const std::uint8_t* inBlock, std::ptrdiff_t inStep, std::uint32_t inColumn) {
+[[gnu::always_inline]] inline void FetchAhead(const std::uint8_t* inBlock, std::ptrdiff_t inStep,
+                                              std::uint32_t inColumn) {
     constexpr std::int32_t kCacheLine = 64;
     constexpr std::int32_t kShare = std::max(kHeight * kWidth / kCacheLine, 1);
     constexpr std::uint32_t kTurns = kHeight / kShare;
@@ -182,7 +185,7 @@ DecodeStatus MotionCompensation<kScale>::PredictFrom(const Surface& inTarget, co
                                                      const Sources& inSources, bool& outIsUnpredicted) const {
     constexpr std::int32_t kPartHeight = kIsHalf ? kHeight / 2 : kHeight;
     const auto column = static_cast<std::uint32_t>(inPlace.x) / kWidth;
-    const auto fetchAhead = [column](const auto& inBlocks) {
+    const auto fetchAhead = [column](const auto& inBlocks) __attribute__((always_inline)) {
         FetchAhead<kWidth, kPartHeight>(inBlocks[0].samples, inBlocks[0].step, column);
         FetchAhead<kWidth / 2, kPartHeight / 2>(inBlocks[1].samples, inBlocks[1].step, column);
         FetchAhead<kWidth / 2, kPartHeight / 2>(inBlocks[2].samples, inBlocks[2].step, column);
