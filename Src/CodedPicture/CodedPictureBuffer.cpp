@@ -20,11 +20,15 @@ constexpr std::uint32_t kWordBytes = 4;
 constexpr std::uint32_t kStartCodeBytes = 4;
 constexpr std::uint32_t kMemoryAlignment = 16;
 
-/// The whole words that hold inBytes bytes, in bytes.
-std::uint32_t WholeWords(std::uint32_t inBytes) {
-    constexpr std::uint32_t kMost = std::numeric_limits<std::uint32_t>::max() & ~(kWordBytes - 1);
-    if (inBytes > kMost) throw std::bad_alloc();
+constexpr std::uint32_t WholeWords(std::uint32_t inBytes) {
     return (inBytes + kWordBytes - 1) & ~(kWordBytes - 1);
+}
+
+/// The bytes of the words that hold inCapacity bytes, and of the zeros behind them.
+std::uint32_t MemoryBytes(std::uint32_t inCapacity) {
+    constexpr std::uint32_t kBehind = WholeWords(kZeroBytesBehindWords + kWordBytes - 1);
+    if (inCapacity > std::numeric_limits<std::uint32_t>::max() - kBehind) throw std::bad_alloc();
+    return WholeWords(inCapacity) + std::uint32_t{kZeroBytesBehindWords};
 }
 
 ReadPosition StartOfSlice(const CodedPictureBuffer& inBuffer, std::uint32_t inSlice) {
@@ -67,10 +71,10 @@ CountedRef<CodedPictureBuffer> CodedPictureBuffer::CreateSliceView(
     return CountedRef<CodedPictureBuffer>::Make(*inSource, StartOfSlice(*inSource, inFirstSlice));
 }
 
-// The memory is whole words, so that the word with the last byte can be swapped at any size.
+// The memory is whole words, so that the word with the last byte can be swapped at any size, and zeros.
 CodedPictureBuffer::CodedPictureBuffer(std::uint32_t inCapacity, StartCodeTable& ioTable,
                                        const HostServices& inServices)
-    : mMemory(WholeWords(inCapacity), inServices),
+    : mMemory(MemoryBytes(inCapacity), inServices),
       mData(mMemory.Data()),
       mCapacity(inCapacity),
       mTable(&ioTable),
@@ -107,7 +111,7 @@ bool CodedPictureBuffer::ScanForPictureEnd() {
         if (code == kPictureStartCode || code == kSequenceEndCode) {
             mCarryOffset = at + kStartCodeBytes;
             mCarrySize = mSize - mCarryOffset;
-            mCarryWordSwapped = false;
+            mClearedBytes = 0;
             mSize = mCarryOffset;
             mScanPosition = at;
             return true;
@@ -126,23 +130,15 @@ void CodedPictureBuffer::Record(std::uint32_t inCode, std::uint32_t inPosition) 
 }
 
 void CodedPictureBuffer::SwapWords() {
-    const std::uint32_t bytesInLastWord = mSize % kWordBytes;
-    if (bytesInLastWord != 0) {
-        std::uint8_t* const lastWord = End() - bytesInLastWord;
-        std::memcpy(mLastWord.data(), lastWord, kWordBytes);
-        std::memset(End(), 0, kWordBytes - bytesInLastWord);
-    }
-    SelectedPrimitives().swapWords(mData, mSize / kWordBytes + (bytesInLastWord != 0));
-    mCarryWordSwapped = true;
+    mClearedBytes = WholeWords(mSize) - mSize + std::uint32_t{kZeroBytesBehindWords};
+    std::memcpy(mBehindPicture.data(), End(), mClearedBytes);
+    std::memset(End(), 0, mClearedBytes);
+    SelectedPrimitives().swapWords(mData, WholeWords(mSize) / kWordBytes);
 }
 
 void CodedPictureBuffer::MoveCarryToFront() {
     if (mCarrySize == 0) return;
-    // Bytes of the carry-over in the picture's last word were cleared. The words behind never are.
-    const std::uint32_t byteInWord = mCarryOffset % kWordBytes;
-    if (mCarryWordSwapped && byteInWord != 0) {
-        std::memcpy(mData + (mCarryOffset - byteInWord), mLastWord.data(), kWordBytes);
-    }
+    std::memcpy(mData + mCarryOffset, mBehindPicture.data(), std::min(mCarrySize, mClearedBytes));
     std::memmove(mData, mData + mCarryOffset, mCarrySize);
     SetSize(mCarrySize);
     ClearCarry();

@@ -9,6 +9,7 @@
 #include "CodedPicture/CountedRef.h"
 #include "CodedPicture/StartCodeTable.h"
 #include "Vexmora/HostServices.h"
+#include "primitives/BlockDecode.h"
 
 namespace Vexmora {
 
@@ -88,7 +89,8 @@ class CodedPictureBuffer {
     /// Looks for start codes in the bytes added since the last scan. True when the picture is complete.
     [[nodiscard]] bool ScanForPictureEnd();
     /// Turns each four bytes into a 32-bit word in host order, up to the word that holds the last byte. Bits
-    /// of that word behind the picture are 0, so that wild data is read the same wherever it lies.
+    /// of that word behind the picture are 0, as are kZeroBytesBehindWords bytes behind it, so that wild data
+    /// is read the same wherever it lies, and no reader has to look out for the end at every code.
     void SwapWords();
 
     /// Bytes behind the picture that belong to the next one.
@@ -121,8 +123,9 @@ class CodedPictureBuffer {
     std::uint32_t mSliceCount = 0;
     std::uint32_t mCarryOffset = 0;
     std::uint32_t mCarrySize = 0;
-    std::array<std::uint8_t, 4> mLastWord{};  // in stream order, where the carry-over begins inside of it
-    bool mCarryWordSwapped = false;           // the carry-over's first bytes were cleared in the last word
+    // What zeros took the place of behind the picture; the carry-over begins there.
+    std::array<std::uint8_t, kZeroBytesBehindWords + 3> mBehindPicture{};
+    std::uint32_t mClearedBytes = 0;
 };
 
 }  // namespace Vexmora

@@ -12,12 +12,14 @@ namespace Vexmora {
 namespace {
 
 // Moves to the next slice, past start codes that have no place among slices, and decodes it.
-DecodeStatus DecodeNextSlice(const PictureContext& inPicture, BitReader& ioReader, SliceReach inReach) {
+DecodeStatus DecodeNextSlice(const PictureContext& inPicture, const QuantisationTables& inQuantisation,
+                             BitReader& ioReader, SliceReach inReach) {
     for (;;) {
         const std::int32_t code = ioReader.NextStartCode();
         if (code == BitReader::kNoStartCode) return DecodeStatus::Ok;
         const auto startCode = static_cast<std::uint32_t>(code);
-        if (IsSliceStartCode(startCode)) return DecodeSlice(inPicture, ioReader, startCode, inReach);
+        if (IsSliceStartCode(startCode))
+            return DecodeSlice(inPicture, inQuantisation, ioReader, startCode, inReach);
     }
 }
 
@@ -74,16 +76,18 @@ class SliceDealer {
 // What the tasks of one picture share.
 struct SliceTasks {
     const PictureContext& picture;
+    const QuantisationTables& quantisation;
     const CountedRef<CodedPictureBuffer>& buffer;
     SliceDealer dealer;
     FirstFailure failure = {};
 };
 
 // Decodes the slices of one share. What fails costs the rest of its own slice only.
-void DecodeSlices(const PictureContext& inPicture, BitReader& ioReader, const SliceDealer::Share& inShare,
-                  SliceReach inReach, FirstFailure& ioFailure) {
+void DecodeSlices(const PictureContext& inPicture, const QuantisationTables& inQuantisation,
+                  BitReader& ioReader, const SliceDealer::Share& inShare, SliceReach inReach,
+                  FirstFailure& ioFailure) {
     for (std::uint32_t slice = inShare.first; slice < inShare.first + inShare.count; ++slice) {
-        const DecodeStatus status = DecodeNextSlice(inPicture, ioReader, inReach);
+        const DecodeStatus status = DecodeNextSlice(inPicture, inQuantisation, ioReader, inReach);
         if (status != DecodeStatus::Ok) ioFailure.Note(slice, status);
     }
 }
@@ -98,7 +102,7 @@ void DecodeShares(SliceTasks& ioTasks) {
     BitReader reader(*view);
     for (std::uint32_t passed = share.first; share.count != 0; share = ioTasks.dealer.Take()) {
         for (; passed < share.first; ++passed) reader.PassSlice();
-        DecodeSlices(ioTasks.picture, reader, share, SliceReach::Row, ioTasks.failure);
+        DecodeSlices(ioTasks.picture, ioTasks.quantisation, reader, share, SliceReach::Row, ioTasks.failure);
         passed += share.count;
     }
 }
@@ -130,9 +134,10 @@ DecodeStatus DecodeFramePicture(const PictureContext& inPicture,
     const bool isSplit = executor && inBuffer->OneSlicePerRow(height) && !ReadsItsOutput(inPicture);
     const int taskCount = isSplit ? std::max(executor->ProcessorCount(), 1) : 1;
     const std::uint32_t sliceCount = inBuffer->SliceCount();
-    SliceTasks tasks{inPicture, inBuffer, {sliceCount, static_cast<std::uint32_t>(taskCount)}};
+    const QuantisationTables quantisation(inPicture.parameters);
+    SliceTasks tasks{inPicture, quantisation, inBuffer, {sliceCount, static_cast<std::uint32_t>(taskCount)}};
     if (taskCount == 1) {
-        DecodeSlices(inPicture, ioReader, {0, sliceCount},
+        DecodeSlices(inPicture, quantisation, ioReader, {0, sliceCount},
                      ReachOfSlices(*inBuffer, inPicture.MacroblockRows()), tasks.failure);
     } else {
         Pavlin::threads::ExecuteCPUBoundTaskOnAllProcessors(
@@ -144,12 +149,13 @@ DecodeStatus DecodeFramePicture(const PictureContext& inPicture,
 DecodeStatus DecodeFieldPicture(const PictureContext& inPicture,
                                 const CountedRef<CodedPictureBuffer>& inBuffer, BitReader& ioReader) {
     const SliceReach reach = ReachOfSlices(*inBuffer, inPicture.MacroblockRows());
+    const QuantisationTables quantisation(inPicture.parameters);
     FirstFailure failure;
     for (std::uint32_t slice = 0;; ++slice) {
         const std::uint32_t startCode = ioReader.PeekStartCode();
         if (!IsSliceStartCode(startCode)) return failure.Status();
         ioReader.ConsumeStartCode();
-        const DecodeStatus status = DecodeSlice(inPicture, ioReader, startCode, reach);
+        const DecodeStatus status = DecodeSlice(inPicture, quantisation, ioReader, startCode, reach);
         if (status != DecodeStatus::Ok) failure.Note(slice, status);
     }
 }

@@ -4,16 +4,8 @@
 #include <bit>
 #include <cstring>
 
-#include "mpeg2/QuantiserScale.h"
-#include "mpeg2/Scan.h"
-
 namespace Vexmora {
 namespace {
-
-// coded_block_pattern has a bit for each block, the first block's uppermost.
-constexpr std::size_t kBlocks = 6;
-constexpr std::uint32_t kTopBit = 0x80000000;
-constexpr unsigned kBitsAbovePattern = 32 - kBlocks;
 
 constexpr std::uint8_t kErrorLuma = 81;
 constexpr std::uint8_t kErrorCb = 90;
@@ -22,69 +14,45 @@ constexpr std::uint8_t kErrorCr = 239;
 }  // namespace
 
 template <DecodeScale kScale>
-MacroblockBlocks<kScale>::MacroblockBlocks(const PictureContext& inPicture, BitReader& ioReader)
-    : mPicture(inPicture), mReader(ioReader), mFirstTarget(FirstTarget(inPicture)) {
+MacroblockBlocks<kScale>::MacroblockBlocks(const PictureContext& inPicture,
+                                           const QuantisationTables& inQuantisation, BitReader& ioReader)
+    : mPicture(inPicture),
+      mReader(ioReader),
+      mFirstTarget(FirstTarget(inPicture)),
+      mQuantisation(inQuantisation) {
     const DecodingTableSet& tables = inPicture.tables;
-    const DecodingParameters& parameters = inPicture.parameters;
-    const QuantiserMatrices& matrices = parameters.matrices;
-    const bool isAlternate = parameters.picture.alternateScan != 0;
-    const std::uint8_t* const scan = (isAlternate ? kAlternateScanByColumns : kZigzagScanByColumns).data();
-
-    mIntraLuma = {
-        .dcSizeTable = ViewOf(tables.dctDcSizeLuminance),
-        .acTable = ViewOf(parameters.constants.intraTableB15 ? tables.dctCoefficientAlternative
-                                                             : tables.dctCoefficient),
-        .scan = scan,
-        .weights = Weights(matrices.intraLuma, mWeights[0]),
-        .dcShift = parameters.constants.dcShift,
-    };
-    mIntraChroma = mIntraLuma;
-    mIntraChroma.dcSizeTable = ViewOf(tables.dctDcSizeChrominance);
-    mIntraChroma.weights = Weights(matrices.intraChroma, mWeights[1]);
-    mNonIntraLuma = {
-        .firstTable = ViewOf(tables.dctFirstCoefficient),
-        .acTable = ViewOf(tables.dctCoefficient),
-        .scan = scan,
-        .weights = Weights(matrices.nonIntraLuma, mWeights[2]),
-    };
-    mNonIntraChroma = mNonIntraLuma;
-    mNonIntraChroma.weights = Weights(matrices.nonIntraChroma, mWeights[3]);
+    const PictureConstants& constants = inPicture.parameters.constants;
+    mIntra.dcSizeTables = {ViewOf(tables.dctDcSizeLuminance), ViewOf(tables.dctDcSizeChrominance)};
+    mIntra.acTable =
+        ViewOf(constants.intraTableB15 ? tables.dctCoefficientAlternative : tables.dctCoefficient);
+    mIntra.dcShift = constants.dcShift;
+    mNonIntra.firstTable = ViewOf(tables.dctFirstCoefficient);
+    mNonIntra.acTable = ViewOf(tables.dctCoefficient);
     ResetDcPredictors();
-}
-
-// Null stands for 16 everywhere where that is allowed.
-template <DecodeScale kScale>
-const std::uint16_t* MacroblockBlocks<kScale>::Weights(
-    MatrixSource inSource, std::array<std::uint16_t, 64>& outInCodingOrder) const {
-    const QuantiserMatrix* const matrix = mPicture.parameters.matrices.Find(inSource);
-    if (matrix == nullptr) return nullptr;
-    const bool isAlternate = mPicture.parameters.picture.alternateScan != 0;
-    const ScanOrder& scan = isAlternate ? kAlternateScan : kZigzagScan;
-    for (std::size_t i = 0; i < 64; ++i) outInCodingOrder[i] = (*matrix)[scan[i]];
-    return outInCodingOrder.data();
 }
 
 template <DecodeScale kScale>
 void MacroblockBlocks<kScale>::SetQuantiserScaleCode(std::uint32_t inCode) {
-    const std::int32_t scale = QuantiserScale(mPicture.parameters.picture.qScaleType != 0, inCode);
-    mIntraLuma.quantiserScale = mIntraChroma.quantiserScale = scale;
-    mNonIntraLuma.quantiserScale = mNonIntraChroma.quantiserScale = scale;
+    const auto find = [&](BlockKind inKind) { return &mQuantisation.Find(inKind, inCode); };
+    mIntra.positions = {find(BlockKind::IntraLuma), find(BlockKind::IntraChroma)};
+    mNonIntra.positions = {find(BlockKind::NonIntraLuma), find(BlockKind::NonIntraChroma)};
 }
 
+// What was decoded before a failure is shown, too.
 template <DecodeScale kScale>
 DecodeStatus MacroblockBlocks<kScale>::DecodeIntra(const MacroblockPosition& inPosition, bool inIsFieldDct) {
-    const Target target = TargetAt(inPosition);
-    for (std::size_t block = 0; block < kLumaBlocks; ++block) {
-        const BlockPlace place = PlaceOf(block, inIsFieldDct);
-        const DecodeStatus status = DecodeIntraBlock(
-            mIntraLuma, mDcPredictors[0], target.luma.samples + place.line * target.luma.step + place.column,
-            place.lineStep * target.luma.step);
-        if (status != DecodeStatus::Ok) return status;
+    const PrimitiveTable& primitives = mPicture.primitives;
+    std::size_t decoded = 0;
+    PrimitiveStatus status =
+        primitives.decodeIntraBlocks(mReader.Bits(), mIntra, mDcPredictors, mCoefficients, decoded);
+    const Places places = PlacesIn(TargetAt(inPosition), inIsFieldDct);
+    const TransformToPixels transform = primitives.*Traits::kToPixels;
+    for (std::size_t block = 0; block < decoded; ++block) {
+        const PrimitiveStatus written =
+            transform(mCoefficients[block], places.samples[block], places.StepOf(block));
+        if (written != PrimitiveStatus::Ok) status = written;
     }
-    const DecodeStatus status =
-        DecodeIntraBlock(mIntraChroma, mDcPredictors[1], target.cb.samples, target.cb.step);
-    if (status != DecodeStatus::Ok) return status;
-    return DecodeIntraBlock(mIntraChroma, mDcPredictors[2], target.cr.samples, target.cr.step);
+    return status == PrimitiveStatus::Ok ? DecodeStatus::Ok : DecodeStatus::Failed;
 }
 
 template <DecodeScale kScale>
@@ -121,28 +89,24 @@ DecodeStatus MacroblockBlocks<kScale>::AddResidual(std::uint32_t inPattern,
     return status;
 }
 
-// From coded block to coded block, since a processor foresees their number better than which ones they are.
 template <DecodeScale kScale>
 DecodeStatus MacroblockBlocks<kScale>::AddBlocks(std::uint32_t inPattern, const Target& inTarget,
                                                  bool inIsFieldDct) {
-    const std::ptrdiff_t lumaStep = inIsFieldDct ? 2 * inTarget.luma.step : inTarget.luma.step;
-    std::uint8_t* const lower =
-        inTarget.luma.samples + (inIsFieldDct ? 1 : kBlockHeight) * inTarget.luma.step;
-    const std::array<std::uint8_t*, kBlocks> samples{inTarget.luma.samples,
-                                                     inTarget.luma.samples + kBlockWidth,
-                                                     lower,
-                                                     lower + kBlockWidth,
-                                                     inTarget.cb.samples,
-                                                     inTarget.cr.samples};
-    for (std::uint32_t rest = inPattern << kBitsAbovePattern; rest != 0;) {
-        const auto block = static_cast<std::size_t>(std::countl_zero(rest));
-        rest &= ~(kTopBit >> block);
-        const bool isLuma = block < kLumaBlocks;
-        const DecodeStatus status = AddNonIntraBlock(isLuma ? mNonIntraLuma : mNonIntraChroma, samples[block],
-                                                     isLuma ? lumaStep : inTarget.cb.step);
-        if (status != DecodeStatus::Ok) return status;
+    const PrimitiveTable& primitives = mPicture.primitives;
+    std::uint32_t decoded = 0;
+    PrimitiveStatus status =
+        primitives.decodeNonIntraBlocks(mReader.Bits(), mNonIntra, inPattern, mCoefficients, decoded);
+    const Places places = PlacesIn(inTarget, inIsFieldDct);
+    const TransformAddToPixels transform = primitives.*Traits::kAddToPixels;
+    // From coded block to coded block, since a processor foresees their number better than which ones they
+    // are.
+    for (std::uint32_t rest = decoded; rest != 0; rest ^= std::bit_floor(rest)) {
+        const std::size_t block = kBlocks - static_cast<std::size_t>(std::bit_width(rest));
+        const PrimitiveStatus added =
+            transform(mCoefficients[block], places.samples[block], places.StepOf(block));
+        if (added != PrimitiveStatus::Ok) status = added;
     }
-    return DecodeStatus::Ok;
+    return status == PrimitiveStatus::Ok ? DecodeStatus::Ok : DecodeStatus::Failed;
 }
 
 template <DecodeScale kScale>
@@ -182,35 +146,13 @@ auto MacroblockBlocks<kScale>::TargetAt(const MacroblockPosition& inPosition) co
 }
 
 template <DecodeScale kScale>
-auto MacroblockBlocks<kScale>::PlaceOf(std::size_t inLumaBlock, bool inIsFieldDct) -> BlockPlace {
-    const std::ptrdiff_t column = inLumaBlock % 2 * kBlockWidth;
-    const bool isLower = inLumaBlock >= 2;
-    if (inIsFieldDct) return {isLower ? 1 : 0, column, 2};
-    return {isLower ? kBlockHeight : 0, column, 1};
-}
-
-template <DecodeScale kScale>
-DecodeStatus MacroblockBlocks<kScale>::DecodeIntraBlock(const IntraBlockCoding& inCoding,
-                                                        std::int16_t& ioDcPredictor, std::uint8_t* outSamples,
-                                                        std::ptrdiff_t inStep) {
-    const PrimitiveTable& primitives = mPicture.primitives;
-    if (primitives.decodeIntraBlock(mReader.Bits(), inCoding, ioDcPredictor, mCoefficients) !=
-        PrimitiveStatus::Ok) {
-        return DecodeStatus::Failed;
-    }
-    const PrimitiveStatus status = (primitives.*Traits::kToPixels)(mCoefficients, outSamples, inStep);
-    return status == PrimitiveStatus::Ok ? DecodeStatus::Ok : DecodeStatus::Failed;
-}
-
-template <DecodeScale kScale>
-DecodeStatus MacroblockBlocks<kScale>::AddNonIntraBlock(const NonIntraBlockCoding& inCoding,
-                                                        std::uint8_t* ioSamples, std::ptrdiff_t inStep) {
-    const PrimitiveTable& primitives = mPicture.primitives;
-    if (primitives.decodeNonIntraBlock(mReader.Bits(), inCoding, mCoefficients) != PrimitiveStatus::Ok) {
-        return DecodeStatus::Failed;
-    }
-    const PrimitiveStatus status = (primitives.*Traits::kAddToPixels)(mCoefficients, ioSamples, inStep);
-    return status == PrimitiveStatus::Ok ? DecodeStatus::Ok : DecodeStatus::Failed;
+auto MacroblockBlocks<kScale>::PlacesIn(const Target& inTarget, bool inIsFieldDct) -> Places {
+    const PixelBlock& luma = inTarget.luma;
+    std::uint8_t* const lower = luma.samples + (inIsFieldDct ? 1 : kBlockHeight) * luma.step;
+    return {{luma.samples, luma.samples + kBlockWidth, lower, lower + kBlockWidth, inTarget.cb.samples,
+             inTarget.cr.samples},
+            inIsFieldDct ? 2 * luma.step : luma.step,
+            inTarget.cb.step};
 }
 
 template class MacroblockBlocks<DecodeScale::Full>;

@@ -8,6 +8,7 @@
 #include "mpeg2/BitReader.h"
 #include "mpeg2/MotionCompensation.h"
 #include "mpeg2/PictureContext.h"
+#include "mpeg2/QuantisationTables.h"
 #include "mpeg2/ScaleTraits.h"
 
 namespace Vexmora {
@@ -16,7 +17,8 @@ namespace Vexmora {
 template <DecodeScale kScale>
 class MacroblockBlocks {
   public:
-    MacroblockBlocks(const PictureContext& inPicture, BitReader& ioReader);
+    MacroblockBlocks(const PictureContext& inPicture, const QuantisationTables& inQuantisation,
+                     BitReader& ioReader);
 
     /// From the next block on; inCode is 0 to 31.
     void SetQuantiserScaleCode(std::uint32_t inCode);
@@ -37,7 +39,6 @@ class MacroblockBlocks {
     using Traits = ScaleTraits<kScale>;
     static constexpr int kBlockWidth = Traits::kBlockWidth;
     static constexpr int kBlockHeight = Traits::kBlockHeight;
-    static constexpr std::size_t kLumaBlocks = 4;
 
     // The macroblock's samples in the output.
     struct Target {
@@ -45,35 +46,29 @@ class MacroblockBlocks {
         PixelBlock cb;
         PixelBlock cr;
     };
-    // Where a luma block lies in its macroblock: its first line and column, and the lines from row to row.
-    struct BlockPlace {
-        std::ptrdiff_t line;
-        std::ptrdiff_t column;
-        std::ptrdiff_t lineStep;
+    // Where the blocks begin, and the bytes from row to row of luma ones; those of chroma are the target's.
+    struct Places {
+        std::array<std::uint8_t*, kBlocks> samples;
+        std::ptrdiff_t lumaStep;
+        std::ptrdiff_t chromaStep;
+        std::ptrdiff_t StepOf(std::size_t inBlock) const {
+            return inBlock < kLumaBlocks ? lumaStep : chromaStep;
+        }
     };
 
     static Target FirstTarget(const PictureContext& inPicture);
     Target TargetAt(const MacroblockPosition& inPosition) const;
-    static BlockPlace PlaceOf(std::size_t inLumaBlock, bool inIsFieldDct);
-    DecodeStatus DecodeIntraBlock(const IntraBlockCoding& inCoding, std::int16_t& ioDcPredictor,
-                                  std::uint8_t* outSamples, std::ptrdiff_t inStep);
-    DecodeStatus AddNonIntraBlock(const NonIntraBlockCoding& inCoding, std::uint8_t* ioSamples,
-                                  std::ptrdiff_t inStep);
+    static Places PlacesIn(const Target& inTarget, bool inIsFieldDct);
     DecodeStatus AddBlocks(std::uint32_t inPattern, const Target& inTarget, bool inIsFieldDct);
-    const std::uint16_t* Weights(MatrixSource inSource,
-                                 std::array<std::uint16_t, 64>& outInCodingOrder) const;
 
     const PictureContext& mPicture;
     BitReader& mReader;
     const Target mFirstTarget;  // of the macroblock in the upper left corner
-    IntraBlockCoding mIntraLuma;
-    IntraBlockCoding mIntraChroma;
-    NonIntraBlockCoding mNonIntraLuma;
-    NonIntraBlockCoding mNonIntraChroma;
+    const QuantisationTables& mQuantisation;
+    IntraCoding mIntra;
+    NonIntraCoding mNonIntra;
     std::array<std::int16_t, 3> mDcPredictors{};
-    std::array<std::array<std::uint16_t, 64>, 4> mWeights;  // of the four kinds of blocks, in coding order
-
-    CoefficientBlock mCoefficients;
+    CoefficientBlocks mCoefficients;
 };
 
 }  // namespace Vexmora

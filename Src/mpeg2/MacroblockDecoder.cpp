@@ -20,7 +20,8 @@ const VlcTable& TypeTable(const DecodingTableSet& inTables, std::uint32_t inPict
 }  // namespace
 
 template <DecodeScale kScale>
-MacroblockDecoder<kScale>::MacroblockDecoder(const PictureContext& inPicture, BitReader& ioReader,
+MacroblockDecoder<kScale>::MacroblockDecoder(const PictureContext& inPicture,
+                                             const QuantisationTables& inQuantisation, BitReader& ioReader,
                                              const RowRange& inRows, std::uint32_t inQuantiserScaleCode)
     : mPicture(inPicture),
       mPictureType(inPicture.parameters.picture.pictureCodingType),
@@ -29,7 +30,7 @@ MacroblockDecoder<kScale>::MacroblockDecoder(const PictureContext& inPicture, Bi
       mIsFlexibleFrame(mIsFrame && inPicture.parameters.picture.framePredFrameDct == 0),
       mColumns(inPicture.MacroblockColumns()),
       mReader(ioReader),
-      mBlocks(inPicture, ioReader),
+      mBlocks(inPicture, inQuantisation, ioReader),
       mMotionVectors(inPicture),
       mMotionCompensation(inPicture),
       mAddress(std::int64_t{inRows.first} * mColumns - 1),
@@ -85,7 +86,9 @@ template <DecodeScale kScale>
         }
     }
     if (status != DecodeStatus::Ok) return status;
-    return bits.Store(mReader.Bits()) ? DecodeStatus::Ok : DecodeStatus::Failed;
+    if (bits.IsBehindEnd()) return DecodeStatus::Failed;
+    bits.Store(mReader.Bits());
+    return DecodeStatus::Ok;
 }
 
 template <DecodeScale kScale>

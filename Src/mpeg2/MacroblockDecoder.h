@@ -25,8 +25,8 @@ class MacroblockDecoder {
   public:
     /// The slice begins in row inRows.first, any value, and no macroblock of it may lie at inRows.end or
     /// beyond; the picture has all rows before it.
-    MacroblockDecoder(const PictureContext& inPicture, BitReader& ioReader, const RowRange& inRows,
-                      std::uint32_t inQuantiserScaleCode);
+    MacroblockDecoder(const PictureContext& inPicture, const QuantisationTables& inQuantisation,
+                      BitReader& ioReader, const RowRange& inRows, std::uint32_t inQuantiserScaleCode);
 
     /// Decodes one macroblock and those skipped before it. Ok without reading anything when the data is at
     /// its end.

@@ -40,8 +40,8 @@ struct Prediction {
     std::array<MotionVector, 2> dualPrimeVectors{};
 };
 
-/// The bits of macroblock headers.
-using HeaderBits = BitCursor<Words::MayEnd>;
+/// The bits of macroblock headers. The zeros behind a picture end every one of them before it reads beyond.
+using HeaderBits = BitCursor<Words::AllThere>;
 
 /// Reads the vectors of a slice's macroblocks.
 class MotionVectorDecoder {

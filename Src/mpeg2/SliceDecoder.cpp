@@ -35,12 +35,12 @@ DecodeStatus ParseSliceHeader(const PictureContext& inPicture, BitReader& ioRead
 }
 
 template <DecodeScale kScale>
-DecodeStatus DecodeMacroblocks(const PictureContext& inPicture, BitReader& ioReader,
-                               const SliceHeader& inHeader, SliceReach inReach) {
+DecodeStatus DecodeMacroblocks(const PictureContext& inPicture, const QuantisationTables& inQuantisation,
+                               BitReader& ioReader, const SliceHeader& inHeader, SliceReach inReach) {
     const std::int32_t pictureEnd = inPicture.MacroblockRows();
     const std::int32_t endRow =
         inReach == SliceReach::Row ? std::min(inHeader.row + 1, pictureEnd) : pictureEnd;
-    MacroblockDecoder<kScale> decoder(inPicture, ioReader, {inHeader.row, endRow},
+    MacroblockDecoder<kScale> decoder(inPicture, inQuantisation, ioReader, {inHeader.row, endRow},
                                       inHeader.quantiserScaleCode);
     do {
         const DecodeStatus status = decoder.DecodeMacroblock();
@@ -52,27 +52,30 @@ DecodeStatus DecodeMacroblocks(const PictureContext& inPicture, BitReader& ioRea
     return DecodeStatus::Ok;
 }
 
-DecodeStatus DecodeMacroblocks(const PictureContext& inPicture, BitReader& ioReader,
-                               const SliceHeader& inHeader, SliceReach inReach) {
+DecodeStatus DecodeMacroblocks(const PictureContext& inPicture, const QuantisationTables& inQuantisation,
+                               BitReader& ioReader, const SliceHeader& inHeader, SliceReach inReach) {
     switch (inPicture.scale) {
         case DecodeScale::Full:
-            return DecodeMacroblocks<DecodeScale::Full>(inPicture, ioReader, inHeader, inReach);
+            return DecodeMacroblocks<DecodeScale::Full>(inPicture, inQuantisation, ioReader, inHeader,
+                                                        inReach);
         case DecodeScale::HalfWidth:
-            return DecodeMacroblocks<DecodeScale::HalfWidth>(inPicture, ioReader, inHeader, inReach);
+            return DecodeMacroblocks<DecodeScale::HalfWidth>(inPicture, inQuantisation, ioReader, inHeader,
+                                                             inReach);
         case DecodeScale::Quarter:
-            return DecodeMacroblocks<DecodeScale::Quarter>(inPicture, ioReader, inHeader, inReach);
+            return DecodeMacroblocks<DecodeScale::Quarter>(inPicture, inQuantisation, ioReader, inHeader,
+                                                           inReach);
     }
     return DecodeStatus::InvalidData;
 }
 
 }  // namespace
 
-DecodeStatus DecodeSlice(const PictureContext& inPicture, BitReader& ioReader, std::uint32_t inStartCode,
-                         SliceReach inReach) {
+DecodeStatus DecodeSlice(const PictureContext& inPicture, const QuantisationTables& inQuantisation,
+                         BitReader& ioReader, std::uint32_t inStartCode, SliceReach inReach) {
     SliceHeader header;
     DecodeStatus status = ParseSliceHeader(inPicture, ioReader, inStartCode, header);
     if (status == DecodeStatus::Ok && inPicture.parameters.sequence.chromaBlocks == kChromaBlocks420) {
-        status = DecodeMacroblocks(inPicture, ioReader, header, inReach);
+        status = DecodeMacroblocks(inPicture, inQuantisation, ioReader, header, inReach);
     }
     ioReader.PeekStartCode();
     return status;

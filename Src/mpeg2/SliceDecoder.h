@@ -5,6 +5,7 @@
 
 #include "mpeg2/BitReader.h"
 #include "mpeg2/PictureContext.h"
+#include "mpeg2/QuantisationTables.h"
 
 namespace Vexmora {
 
@@ -19,7 +20,7 @@ enum class SliceReach { Row, Picture };
 ///
 /// Slices of one frame picture that reach no further than their rows may be decoded on several threads, each
 /// with its own reader.
-DecodeStatus DecodeSlice(const PictureContext& inPicture, BitReader& ioReader, std::uint32_t inStartCode,
-                         SliceReach inReach);
+DecodeStatus DecodeSlice(const PictureContext& inPicture, const QuantisationTables& inQuantisation,
+                         BitReader& ioReader, std::uint32_t inStartCode, SliceReach inReach);
 
 }  // namespace Vexmora

@@ -11,7 +11,7 @@
 
 namespace Vexmora {
 
-/// Whether the words that are read may reach beyond the data, where zero bits come.
+/// Whether zero bytes lie behind the words, as far as anyone reads on there, or must be made up.
 enum class Words { AllThere, MayEnd };
 
 /// Reads on from where a BitWindow stands, which it leaves alone until it is told to store its place there.
@@ -21,7 +21,7 @@ class BitCursor {
     explicit BitCursor(const BitWindowState& inState)
         : mBits(inState.bits),
           mValidBits(inState.validBits),
-          mNextWord(inState.nextWord),
+          mNext(inState.data + inState.nextWord * kWordBytes),
           mData(inState.data),
           mWordCount(inState.wordCount) {}
 
@@ -34,13 +34,13 @@ class BitCursor {
     /// Passes over inCount % 64 bits; at most 32 from one Refill to the next.
     void Pass(std::uint32_t inCount) {
         mBits <<= inCount % 64;
-        mValidBits -= inCount % 64;
+        mValidBits -= inCount;
     }
     /// Puts two words behind the bits that are valid, and counts the first one if there is room for all of
     /// it. No branch depends on their number, which no processor could predict.
     void Refill() {
-        mBits |= NextWords() >> mValidBits;
-        mNextWord = mNextWord + 1 - mValidBits / 32;
+        mBits |= NextWords() >> mValidBits % 64;
+        mNext += kWordBytes - (mValidBits / 8 & kWordBytes);  // bit 5 says that there is no room
         mValidBits |= 32;
     }
     void Skip(std::uint32_t inCount) {
@@ -65,37 +65,33 @@ class BitCursor {
         return entry;
     }
 
-    /// Whether bits were passed over that lie behind the data.
-    bool IsBehindEnd() const {
-        return kWords == Words::MayEnd && mNextWord * 32 - mValidBits > mWordCount * 32;
-    }
-    /// False, without storing, if bits were passed over that lie behind the data.
-    [[nodiscard]] bool Store(BitWindowState& outState) const {
-        if (IsBehindEnd()) return false;
+    /// Whether bits were passed over that lie behind the data. For this and Store the bits are refilled.
+    bool IsBehindEnd() const { return NextWord() * 32 - mValidBits % 64 > mWordCount * 32; }
+    void Store(BitWindowState& outState) const {
         outState.bits = mBits;
-        outState.validBits = mValidBits;
-        outState.nextWord = mNextWord;
-        return true;
+        outState.validBits = mValidBits % 64;
+        outState.nextWord = NextWord();
     }
 
   private:
     static constexpr std::size_t kWordBytes = 4;
 
+    std::size_t NextWord() const { return static_cast<std::size_t>(mNext - mData) / kWordBytes; }
     std::uint64_t NextWords() const {
-        const std::uint8_t* const next = mData + mNextWord * kWordBytes;
-        if (kWords == Words::AllThere || mNextWord + 1 < mWordCount) [[likely]] {
+        if (kWords == Words::AllThere || NextWord() + 1 < mWordCount) [[likely]] {
             std::uint64_t both;
-            std::memcpy(&both, next, sizeof both);
+            std::memcpy(&both, mNext, sizeof both);
             return std::endian::native == std::endian::little ? std::rotl(both, 32) : both;
         }
         std::uint32_t first = 0;
-        if (mNextWord < mWordCount) std::memcpy(&first, next, sizeof first);
+        if (NextWord() < mWordCount) std::memcpy(&first, mNext, sizeof first);
         return std::uint64_t{first} << 32;
     }
 
     std::uint64_t mBits;
+    // Only the lowest six bits count, so that a number may be taken off that has others above them.
     std::uint32_t mValidBits;
-    std::size_t mNextWord;
+    const std::uint8_t* mNext;  // the first word that is not in mBits
     const std::uint8_t* mData;
     std::size_t mWordCount;
 };

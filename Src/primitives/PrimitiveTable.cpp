@@ -15,6 +15,8 @@ namespace {
 constexpr PrimitiveTable kPortable{
     .findStartCodePrefix = FindStartCodePrefix_Portable,
     .swapWords = SwapWords_Portable,
+    .decodeIntraBlocks = DecodeIntraBlocks_Portable,
+    .decodeNonIntraBlocks = DecodeNonIntraBlocks_Portable,
     .decodeIntraBlock = DecodeIntraBlock_Portable,
     .decodeNonIntraBlock = DecodeNonIntraBlock_Portable,
     .inverseDctToPixels = InverseDctToPixels_Portable,
@@ -66,8 +68,8 @@ constexpr PrimitiveTable MakeAvx2() {
     PrimitiveTable table = MakeAvx();
     table.findStartCodePrefix = FindStartCodePrefix_Avx2;
     table.swapWords = SwapWords_Avx2;
-    table.decodeIntraBlock = DecodeIntraBlock_Avx2;
-    table.decodeNonIntraBlock = DecodeNonIntraBlock_Avx2;
+    table.decodeIntraBlocks = DecodeIntraBlocks_Avx2;
+    table.decodeNonIntraBlocks = DecodeNonIntraBlocks_Avx2;
     table.inverseDctToPixels = InverseDctToPixels_Avx2;
     table.inverseDctAddToPixels = InverseDctAddToPixels_Avx2;
     table.inverseDctToResidual = InverseDctToResidual_Avx2;

@@ -40,9 +40,21 @@ struct PrimitiveTable {
     /// Reverses the four bytes of each of inWords words from ioBytes on; no alignment is needed.
     void (*swapWords)(std::uint8_t* ioBytes, std::size_t inWords);
 
-    /// Decodes an intra block: DC differential, run-level codes up to the end of block, inverse scan and
-    /// quantisation, saturation, mismatch control (ISO/IEC 13818-2, 7.2 to 7.4). Any failure (BadCode,
-    /// TooManyCoefficients, OutOfData) leaves place and predictor as they were and the block undefined.
+    /// Decodes the six blocks of an intra macroblock: DC differentials, run-level codes up to the ends of
+    /// blocks, inverse scan and quantisation, saturation, mismatch control (ISO/IEC 13818-2, 7.2 to 7.4).
+    /// kZeroBytesBehindWords lie behind the words, and all pointers are there. A failure (BadCode,
+    /// TooManyCoefficients, OutOfData) leaves the place as it was and the predictors undefined; outDecoded
+    /// blocks were decoded before it.
+    PrimitiveStatus (*decodeIntraBlocks)(BitWindow& ioBits, const IntraCoding& inCoding,
+                                         std::array<std::int16_t, 3>& ioDcPredictors,
+                                         CoefficientBlocks& outBlocks, std::size_t& outDecoded);
+    /// The same for the blocks of a non-intra macroblock that inPattern, a coded_block_pattern, names.
+    /// Decoded ones have their bits in outDecoded.
+    PrimitiveStatus (*decodeNonIntraBlocks)(BitWindow& ioBits, const NonIntraCoding& inCoding,
+                                            std::uint32_t inPattern, CoefficientBlocks& outBlocks,
+                                            std::uint32_t& outDecoded);
+    /// A single block, whose words may end anywhere. Pictures are decoded without it. Any failure leaves
+    /// place and predictor as they were and the block undefined.
     PrimitiveStatus (*decodeIntraBlock)(BitWindow& ioBits, const IntraBlockCoding& inCoding,
                                         std::int16_t& ioDcPredictor, CoefficientBlock& outBlock);
     /// The same for a non-intra block, all of whose coefficients are run-level codes.

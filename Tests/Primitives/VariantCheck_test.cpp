@@ -3,6 +3,7 @@
 // --gtest_list_tests.
 #include <gtest/gtest.h>
 
+#include <bit>
 #include <cstring>
 #include <functional>
 
@@ -212,55 +213,98 @@ TEST_P(VariantCheck, StartCodeSearchAndWords) {
     }
 }
 
-// RandomNumbers bits, most of which run into a code that does not exist, and blocks far from and close to the
-// end of data.
+// Random bits, most of which run into a code that does not exist, far from and close to the end of data: the
+// blocks of macroblocks beside the same blocks one by one.
 TEST_P(VariantCheck, BlockDecoding) {
-    VlcTable dc_size;
+    std::array<VlcTable, 2> dc_sizes;
     RunLevelTable first_table, ac_table, alternative;
-    ASSERT_EQ(BuildVlcTable(kDctDcSizeChrominanceList, dc_size), PrimitiveStatus::Ok);
+    ASSERT_EQ(BuildVlcTable(kDctDcSizeLuminanceList, dc_sizes[0]), PrimitiveStatus::Ok);
+    ASSERT_EQ(BuildVlcTable(kDctDcSizeChrominanceList, dc_sizes[1]), PrimitiveStatus::Ok);
     ASSERT_EQ(BuildRunLevelTable(kDctFirstCoefficientList, first_table), PrimitiveStatus::Ok);
     ASSERT_EQ(BuildRunLevelTable(kDctCoefficientList, ac_table), PrimitiveStatus::Ok);
     ASSERT_EQ(BuildRunLevelTable(kDctCoefficientAlternativeList, alternative), PrimitiveStatus::Ok);
     std::array<std::uint8_t, 64> scan;
     for (unsigned i = 0; i < 64; ++i) scan[i] = static_cast<std::uint8_t>(i * 37 % 64);
-    std::array<std::uint16_t, 64> weights;
-    int decoded = 0;
+    std::array<std::array<std::uint16_t, 64>, 2> weights;
+    std::array<ScaledPositions, 2> positions;
+    std::array<int, kBlocks + 1> decoded{};  // how often so many blocks were decoded
     for (int round = 0; round < 300; ++round) {
-        for (std::uint16_t& weight : weights) weight = static_cast<std::uint16_t>(mRandom.Between(1, 255));
-        Bytes bytes(static_cast<std::size_t>(mRandom.Between(4, 900)));
-        for (std::uint8_t& byte : bytes) byte = mRandom.Byte();
-        const Bytes words = ToWords(bytes);
         const std::int32_t scale = mRandom.Between(0, 112);
-        const IntraBlockCoding intra{ViewOf(dc_size), ViewOf(round % 2 == 0 ? alternative : ac_table),
-                                     scan.data(),     weights.data(),
-                                     scale,           round % 4};
-        const NonIntraBlockCoding non_intra{ViewOf(first_table), ViewOf(ac_table), scan.data(),
-                                            round % 3 == 0 ? nullptr : weights.data(), scale};
-        for (std::size_t bit = 0; bit < words.size() * 8;
+        for (std::size_t plane = 0; plane < 2; ++plane) {
+            for (std::uint16_t& weight : weights[plane])
+                weight = static_cast<std::uint16_t>(mRandom.Between(1, 255));
+            MakeScaledPositions(scan.data(), weights[plane].data(), scale, positions[plane]);
+        }
+        // Codes of one and two bits and ends of blocks are what whole macroblocks are made of.
+        Bytes bytes(static_cast<std::size_t>(mRandom.Between(4, 900)));
+        for (std::uint8_t& byte : bytes)
+            byte = round % 2 == 0 ? mRandom.Byte() : static_cast<std::uint8_t>(mRandom.Byte() | 0x92);
+        Bytes words = ToWords(bytes);
+        const std::size_t word_count = words.size() / 4;
+        words.resize(words.size() + kZeroBytesBehindWords);
+        const auto& ac = round % 4 < 2 ? alternative : ac_table;
+        const IntraCoding intra{{ViewOf(dc_sizes[0]), ViewOf(dc_sizes[1])},
+                                ViewOf(ac),
+                                {&positions[0], &positions[1]},
+                                round % 4};
+        const NonIntraCoding non_intra{ViewOf(first_table), ViewOf(ac_table), {&positions[0], &positions[1]}};
+        for (std::size_t bit = 0; bit < word_count * 32;
              bit += static_cast<std::size_t>(mRandom.Between(1, 20))) {
-            BitWindow expected_place = PositionIn(words, bit), place = expected_place;
-            CoefficientBlock expected{}, block{};
-            std::int16_t expected_predictor = 100, predictor = 100;
-            PrimitiveStatus status =
-                mPortable.decodeIntraBlock(expected_place, intra, expected_predictor, expected);
-            ASSERT_EQ(mTable.decodeIntraBlock(place, intra, predictor, block), status);
-            ASSERT_EQ(predictor, expected_predictor);
-            const auto expect_same = [&] {
-                ASSERT_EQ(place.NextBit(), expected_place.NextBit());
-                ASSERT_EQ(place.Show(32), expected_place.Show(32));
-                if (status != PrimitiveStatus::Ok) return;
-                ++decoded;
-                ASSERT_EQ(std::memcmp(block.values, expected.values, sizeof block.values), 0);
-                ASSERT_EQ(block.reach, expected.reach);
-            };
-            expect_same();
-            status = mPortable.decodeNonIntraBlock(expected_place, non_intra, expected);
-            ASSERT_EQ(mTable.decodeNonIntraBlock(place, non_intra, block), status);
-            expect_same();
-            if (HasFatalFailure()) return;
+            const auto pattern = static_cast<std::uint32_t>(mRandom.Between(0, 63));
+            for (const bool is_intra : {true, false}) {
+                const BitWindow start(words.data(), word_count, bit);
+                BitWindow expected_place = start, place = start;
+                CoefficientBlocks expected{}, blocks{};
+                std::array<std::int16_t, 3> expected_predictors{100, 200, 300};
+                auto predictors = expected_predictors;
+                std::uint32_t expected_decoded = 0;
+                PrimitiveStatus expected_status = PrimitiveStatus::Ok;
+                for (std::size_t block = 0; block < kBlocks; ++block) {
+                    const std::size_t plane = block < kLumaBlocks ? 0 : 1;
+                    const std::uint32_t mask = 32u >> block;
+                    if (!is_intra && (pattern & mask) == 0) continue;
+                    const std::uint16_t* const matrix = weights[plane].data();
+                    expected_status =
+                        is_intra
+                            ? mPortable.decodeIntraBlock(
+                                  expected_place,
+                                  {ViewOf(dc_sizes[plane]), ViewOf(ac), scan.data(), matrix, scale,
+                                   round % 4},
+                                  expected_predictors[block < kLumaBlocks ? 0 : block - 3], expected[block])
+                            : mPortable.decodeNonIntraBlock(
+                                  expected_place,
+                                  {ViewOf(first_table), ViewOf(ac_table), scan.data(), matrix, scale},
+                                  expected[block]);
+                    if (expected_status != PrimitiveStatus::Ok) break;
+                    expected_decoded |= mask;
+                }
+                std::size_t count = 0;
+                std::uint32_t mask = 0;
+                const PrimitiveStatus status =
+                    is_intra ? mTable.decodeIntraBlocks(place, intra, predictors, blocks, count)
+                             : mTable.decodeNonIntraBlocks(place, non_intra, pattern, blocks, mask);
+                if (is_intra) mask = 63u & ~(63u >> count);
+                SCOPED_TRACE("round " + std::to_string(round) + ", bit " + std::to_string(bit));
+                ASSERT_EQ(status == PrimitiveStatus::Ok, expected_status == PrimitiveStatus::Ok);
+                const bool is_whole = status == PrimitiveStatus::Ok;
+                const BitWindow& end = is_whole ? expected_place : start;
+                ASSERT_EQ(place.NextBit(), end.NextBit());
+                ASSERT_EQ(place.Show(32), end.Show(32));
+                if (is_whole) {
+                    ASSERT_EQ(predictors, expected_predictors);
+                }
+                // At the end of the data it may take a code more until the failure shows.
+                ASSERT_EQ(mask & expected_decoded, expected_decoded);
+                for (std::size_t block = 0; block < kBlocks; ++block) {
+                    if ((expected_decoded & 32u >> block) == 0) continue;
+                    ASSERT_EQ(std::memcmp(blocks[block].values, expected[block].values, 128), 0);
+                    ASSERT_EQ(blocks[block].reach, expected[block].reach);
+                }
+                ++decoded[static_cast<std::size_t>(std::popcount(mask))];
+            }
         }
     }
-    EXPECT_GT(decoded, 1000);
+    for (const int count : decoded) EXPECT_GT(count, 100) << testing::PrintToString(decoded);
 }
 
 TEST(VariantCheckItself, RunsTablesOnThisProcessor) {

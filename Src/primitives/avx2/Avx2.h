@@ -4,22 +4,22 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "primitives/BlockDecode.h"
 #include "primitives/PrimitiveStatus.h"
 
 namespace Vexmora {
 
 class BitWindow;
-struct CoefficientBlock;
-struct IntraBlockCoding;
-struct NonIntraBlockCoding;
 
 std::size_t FindStartCodePrefix_Avx2(const std::uint8_t* inBytes, std::size_t inPositions);
 void SwapWords_Avx2(std::uint8_t* ioBytes, std::size_t inWords);
 
-PrimitiveStatus DecodeIntraBlock_Avx2(BitWindow& ioBits, const IntraBlockCoding& inCoding,
-                                      std::int16_t& ioDcPredictor, CoefficientBlock& outBlock);
-PrimitiveStatus DecodeNonIntraBlock_Avx2(BitWindow& ioBits, const NonIntraBlockCoding& inCoding,
-                                         CoefficientBlock& outBlock);
+PrimitiveStatus DecodeIntraBlocks_Avx2(BitWindow& ioBits, const IntraCoding& inCoding,
+                                       std::array<std::int16_t, 3>& ioDcPredictors,
+                                       CoefficientBlocks& outBlocks, std::size_t& outDecoded);
+PrimitiveStatus DecodeNonIntraBlocks_Avx2(BitWindow& ioBits, const NonIntraCoding& inCoding,
+                                          std::uint32_t inPattern, CoefficientBlocks& outBlocks,
+                                          std::uint32_t& outDecoded);
 
 PrimitiveStatus InverseDctToPixels_Avx2(const CoefficientBlock& inBlock, std::uint8_t* outPixels,
                                         std::ptrdiff_t inStep);

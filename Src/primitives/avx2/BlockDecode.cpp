@@ -5,14 +5,16 @@
 
 namespace Vexmora {
 
-PrimitiveStatus DecodeIntraBlock_Avx2(BitWindow& ioBits, const IntraBlockCoding& inCoding,
-                                      std::int16_t& ioDcPredictor, CoefficientBlock& outBlock) {
-    return DecodeIntraBlock(ioBits, inCoding, ioDcPredictor, outBlock);
+PrimitiveStatus DecodeIntraBlocks_Avx2(BitWindow& ioBits, const IntraCoding& inCoding,
+                                       std::array<std::int16_t, 3>& ioDcPredictors,
+                                       CoefficientBlocks& outBlocks, std::size_t& outDecoded) {
+    return DecodeIntraBlocks(ioBits, inCoding, ioDcPredictors, outBlocks, outDecoded);
 }
 
-PrimitiveStatus DecodeNonIntraBlock_Avx2(BitWindow& ioBits, const NonIntraBlockCoding& inCoding,
-                                         CoefficientBlock& outBlock) {
-    return DecodeNonIntraBlock(ioBits, inCoding, outBlock);
+PrimitiveStatus DecodeNonIntraBlocks_Avx2(BitWindow& ioBits, const NonIntraCoding& inCoding,
+                                          std::uint32_t inPattern, CoefficientBlocks& outBlocks,
+                                          std::uint32_t& outDecoded) {
+    return DecodeNonIntraBlocks(ioBits, inCoding, inPattern, outBlocks, outDecoded);
 }
 
 }  // namespace Vexmora

@@ -2,6 +2,8 @@
 // 13818-2, 7.2 to 7.4). Included by files that are compiled for different processors.
 #pragma once
 
+#include <array>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -17,52 +19,21 @@ constexpr std::int32_t kMaximum = 2047;
 constexpr std::int32_t kMinimum = -2048;
 constexpr unsigned kCoefficients = 64;
 
-struct FlatWeights {
-    std::uint16_t values[kCoefficients];
-};
-constexpr FlatWeights MakeFlatWeights() {
-    FlatWeights flat{};
-    for (std::uint16_t& weight : flat.values) weight = 16;
-    return flat;
+/// What every table of coefficients looks at first: codes of up to 8 bits with their sign, nearly all that
+/// occur. Known here, it spares a register.
+constexpr unsigned kFirstStageBits = 9;
+
+inline void Clear(CoefficientBlock& outBlock) {
+    // In registers, since a call and a string instruction are both slow to start.
+    using Sixteen [[gnu::vector_size(32), gnu::may_alias]] = std::int16_t;
+    for (int i = 0; i < 4; ++i) reinterpret_cast<Sixteen*>(outBlock.values)[i] = Sixteen{};
 }
-constexpr FlatWeights kFlatWeights = MakeFlatWeights();
-
-/// More than a block takes: a DC coefficient, 64 escapes of 24 bits, and what is looked at ahead.
-constexpr std::size_t kWordsOfBlock = 58;
-
-/// Collects the coefficients of a block.
-class BlockBuilder {
-  public:
-    explicit BlockBuilder(CoefficientBlock& outBlock) : mBlock(outBlock) {
-        // In registers, since a call and a string instruction are both slow to start.
-        using Sixteen [[gnu::vector_size(32)]] = std::int16_t;
-        for (int i = 0; i < 4; ++i) reinterpret_cast<Sixteen*>(mBlock.values)[i] = Sixteen{};
-    }
-
-    void Set(unsigned inPosition, std::int32_t inValue) {
-        mBlock.values[inPosition] = static_cast<std::int16_t>(inValue);
-        mReach |= inPosition;
-        mParity ^= static_cast<std::uint32_t>(inValue);
-    }
-    /// Mismatch control: makes the sum of all coefficients odd.
-    void Finish() {
-        mBlock.values[63] = static_cast<std::int16_t>(mBlock.values[63] ^ static_cast<int>(~mParity & 1));
-        mBlock.reach = mReach;
-    }
-
-  private:
-    CoefficientBlock& mBlock;
-    std::uint32_t mReach = 0;
-    std::uint32_t mParity = 0;
-};
 
 /// What the two kinds of blocks have in common for their run-level codes.
 struct AcCoding {
-    VlcTableView<RunLevelEntry> firstTable;
-    VlcTableView<RunLevelEntry> table;
-    const std::uint8_t* scan;
-    const std::uint16_t* weights;  // in coding order
-    std::uint32_t quantiserScale;
+    const RunLevelEntry* firstEntries;  // for the first coefficient of a non-intra block
+    const RunLevelEntry* entries;
+    const ScaledPositions& positions;
 };
 
 enum class Kind { Intra, NonIntra };
@@ -74,8 +45,8 @@ std::int32_t Dequantise(std::int32_t inLevel, std::uint32_t inWeight) {
     const std::uint32_t doubled = 2 * static_cast<std::uint32_t>((inLevel ^ sign) - sign);
     auto magnitude =
         static_cast<std::int32_t>(((kKind == Kind::Intra ? doubled : doubled + 1) * inWeight) / 32);
-    if (magnitude > kMaximum) [[unlikely]]
-        magnitude = kMaximum - sign;
+    // A branch, since levels that exceed the range are as good as unknown.
+    if (__builtin_expect_with_probability(magnitude > kMaximum, 0, 1.0) != 0) magnitude = kMaximum - sign;
     return (magnitude ^ sign) - sign;
 }
 
@@ -83,31 +54,31 @@ inline std::uint32_t RunOf(RunLevelEntry inEntry) {
     return inEntry >> 8 & 0xFF;
 }
 
-/// The entry of a code that is longer than a first stage of inFirstBits.
+/// The entry of a code that is longer than a first stage.
 template <Words kWords>
-RunLevelEntry FollowLink(RunLevelEntry inLink, const RunLevelEntry* inEntries, unsigned inFirstBits,
+RunLevelEntry FollowLink(RunLevelEntry inLink, const RunLevelEntry* inEntries,
                          const BitCursor<kWords>& inBits) {
-    return inEntries[(inLink >> 16) + inBits.Show(inFirstBits, inLink & 0xFF)];
+    return inEntries[(inLink >> 16) + inBits.Show(kFirstStageBits, inLink & 0xFF)];
 }
 
-template <Words kWords>
-RunLevelEntry LookUp(const VlcTableView<RunLevelEntry>& inTable, const BitCursor<kWords>& inBits) {
-    const auto first_bits = static_cast<unsigned>(inTable.firstBits);
-    const RunLevelEntry entry = inTable.entries[inBits.Show(0, first_bits)];
-    return RunOf(entry) == kRunLink ? FollowLink(entry, inTable.entries, first_bits, inBits) : entry;
-}
-
-/// Decodes run-level codes up to the end of the block. inNext is the number of the first coefficient that
-/// they stand for. Tables have two stages at most, of 16 bits at most.
+/// Decodes run-level codes up to the end of the block, which is clear but for the DC coefficient of an
+/// intra one. Tables have two stages at most, of which the first looks at 9 bits, so that three codes fit
+/// between two refills, behind a DC coefficient one.
 template <Kind kKind, Words kWords>
-PrimitiveStatus DecodeRunLevels(BitCursor<kWords>& ioBits, const AcCoding& inCoding, std::uint32_t inNext,
-                                BlockBuilder& ioBlock) {
-    const RunLevelEntry* const entries = inCoding.table.entries;
-    const unsigned shift = 64 - static_cast<unsigned>(inCoding.table.firstBits);
-    std::uint32_t next = inNext;
+[[gnu::always_inline]] inline PrimitiveStatus DecodeRunLevels(BitCursor<kWords>& ioBits,
+                                                              const AcCoding& inCoding,
+                                                              CoefficientBlock& ioBlock) {
+    const RunLevelEntry* const entries = inCoding.entries;
+    const std::uint32_t* const positions = inCoding.positions.data();
+    std::int16_t* const values = ioBlock.values;
+    std::uint32_t next = kKind == Kind::Intra ? 1 : 0;  // of the coefficients, in coding order
+    auto parity = static_cast<std::uint32_t>(values[0]);
     auto status = PrimitiveStatus::Ok;
 
-    // Takes one code; false where the block ends. Bits are valid as before, less 16.
+    const auto show = [&](const RunLevelEntry* inEntries) __attribute__((always_inline)) {
+        return inEntries[ioBits.Bits() >> (64 - kFirstStageBits)];
+    };
+    // Takes one code; false where the block ends. Bits are valid as before, less 9.
     const auto take = [&](RunLevelEntry inEntry) __attribute__((always_inline)) {
         RunLevelEntry entry = inEntry;
         std::int32_t level = static_cast<std::int32_t>(entry) >> 16;
@@ -121,7 +92,7 @@ PrimitiveStatus DecodeRunLevels(BitCursor<kWords>& ioBits, const AcCoding& inCod
             ioBits.Refill();
             std::uint32_t length = entry & 0xFF;
             if (RunOf(entry) == kRunLink) {
-                entry = FollowLink(entry, entries, 64 - shift, ioBits);
+                entry = FollowLink(entry, entries, ioBits);
                 level = static_cast<std::int32_t>(entry) >> 16;
                 index = next + RunOf(entry);
                 length = entry & 0xFF;
@@ -147,82 +118,123 @@ PrimitiveStatus DecodeRunLevels(BitCursor<kWords>& ioBits, const AcCoding& inCod
             }
         }
         next = index + 1;
-        ioBlock.Set(inCoding.scan[index],
-                    Dequantise<kKind>(level, inCoding.weights[index] * inCoding.quantiserScale));
+        const std::uint32_t position = positions[index];
+        const std::int32_t value = Dequantise<kKind>(level, position >> 8);
+        values[position & 0xFF] = static_cast<std::int16_t>(value);
+        parity ^= static_cast<std::uint32_t>(value);
         return true;
     };
-    for (RunLevelEntry entry = LookUp(inCoding.firstTable, ioBits);;) {
-        if (!take(entry)) return status;
-        entry = entries[ioBits.Bits() >> shift];
-        if (!take(entry)) return status;
+    RunLevelEntry entry = show(kKind == Kind::Intra ? entries : inCoding.firstEntries);
+    if (kKind == Kind::NonIntra && RunOf(entry) == kRunLink)
+        entry = FollowLink(entry, inCoding.firstEntries, ioBits);
+    while (take(entry)) {
         ioBits.Refill();
-        entry = entries[ioBits.Bits() >> shift];
+        if (!take(show(entries))) break;
+        if (!take(show(entries))) break;
+        entry = show(entries);
     }
+    // Mismatch control: the sum of all coefficients is made odd.
+    values[63] = static_cast<std::int16_t>(values[63] ^ static_cast<int>(~parity & 1));
+    ioBlock.reach = next - 1;
+    return status;
 }
 
-/// The differential of a DC coefficient, whose top bit clear means that it is negative.
+/// The differential of a DC coefficient, whose top bit clear means that it is negative. Passes over 21 bits
+/// at most.
 template <Words kWords>
-PrimitiveStatus ReadDcDifferential(BitCursor<kWords>& ioBits, const VlcTableView<VlcEntry>& inSizes,
-                                   std::int32_t& outDifferential) {
+[[gnu::always_inline]] inline PrimitiveStatus ReadDcDifferential(BitCursor<kWords>& ioBits,
+                                                                 const VlcTableView<VlcEntry>& inSizes,
+                                                                 std::int32_t& outDifferential) {
     std::uint32_t passed = 0;
     std::uint32_t bits = static_cast<std::uint32_t>(inSizes.firstBits);
     VlcEntry entry = inSizes.entries[ioBits.Show(0, bits)];
-    while (entry.length < 0) {
-        passed += bits;
-        bits = static_cast<std::uint32_t>(-entry.length);
-        entry = inSizes.entries[static_cast<std::uint32_t>(entry.value) + ioBits.Show(passed, bits)];
-    }
-    if (entry.length == 0) return PrimitiveStatus::BadCode;
+    while (entry.length < 0) [[unlikely]] {
+            passed += bits;
+            bits = static_cast<std::uint32_t>(-entry.length);
+            entry = inSizes.entries[static_cast<std::uint32_t>(entry.value) + ioBits.Show(passed, bits)];
+        }
+    if (entry.length == 0) [[unlikely]]
+        return PrimitiveStatus::BadCode;
     const auto length = static_cast<std::uint32_t>(entry.length);
     const auto size = static_cast<std::uint32_t>(entry.value);
-    outDifferential = 0;
-    if (size != 0) {
-        outDifferential = static_cast<std::int32_t>(ioBits.Show(length, size));
-        if (outDifferential >> (size - 1) == 0) outDifferential -= (1 << size) - 1;
-    }
-    ioBits.Skip(length + size);
+    const std::uint64_t rest = ioBits.Bits() << length;
+    const auto value = static_cast<std::int32_t>(rest >> 1 >> (63 - size));
+    outDifferential = value - (rest >> 63 != 0 ? 0 : (1 << size) - 1);
+    ioBits.Pass(length + size);
     return PrimitiveStatus::Ok;
 }
 
 template <Words kWords>
-PrimitiveStatus DecodeIntra(BitWindowState& ioState, const IntraBlockCoding& inCoding,
-                            std::int16_t& ioDcPredictor, CoefficientBlock& outBlock) {
-    BitCursor<kWords> bits(ioState);
+[[gnu::always_inline]] inline PrimitiveStatus DecodeIntra(BitCursor<kWords>& ioBits,
+                                                          const VlcTableView<VlcEntry>& inSizes,
+                                                          const AcCoding& inAc, std::int32_t inDcShift,
+                                                          std::int16_t& ioDcPredictor,
+                                                          CoefficientBlock& outBlock) {
     std::int32_t differential = 0;
-    PrimitiveStatus status = ReadDcDifferential(bits, inCoding.dcSizeTable, differential);
+    PrimitiveStatus status = ReadDcDifferential(ioBits, inSizes, differential);
     if (status != PrimitiveStatus::Ok) return status;
     const auto predictor = static_cast<std::int16_t>(ioDcPredictor + differential);
-    const std::int32_t dc = predictor * (1 << inCoding.dcShift);
-    BlockBuilder block(outBlock);
-    block.Set(0, dc < kMinimum ? kMinimum : dc > kMaximum ? kMaximum : dc);
-    const AcCoding ac{inCoding.acTable, inCoding.acTable, inCoding.scan, inCoding.weights,
-                      static_cast<std::uint32_t>(inCoding.quantiserScale)};
-    status = DecodeRunLevels<Kind::Intra>(bits, ac, 1, block);
-    if (status != PrimitiveStatus::Ok) return status;
-    if (!bits.Store(ioState)) return PrimitiveStatus::OutOfData;
-    block.Finish();
-    ioDcPredictor = predictor;
-    return PrimitiveStatus::Ok;
+    const std::int32_t dc = predictor * (1 << inDcShift);
+    Clear(outBlock);
+    outBlock.values[0] = static_cast<std::int16_t>(dc < kMinimum ? kMinimum : dc > kMaximum ? kMaximum : dc);
+    status = DecodeRunLevels<Kind::Intra>(ioBits, inAc, outBlock);
+    if (status == PrimitiveStatus::Ok) ioDcPredictor = predictor;
+    return status;
 }
 
 template <Words kWords>
-PrimitiveStatus DecodeNonIntra(BitWindowState& ioState, const NonIntraBlockCoding& inCoding,
-                               CoefficientBlock& outBlock) {
-    BitCursor<kWords> bits(ioState);
-    BlockBuilder block(outBlock);
-    const AcCoding ac{inCoding.firstTable, inCoding.acTable, inCoding.scan,
-                      inCoding.weights != nullptr ? inCoding.weights : kFlatWeights.values,
-                      static_cast<std::uint32_t>(inCoding.quantiserScale)};
-    const PrimitiveStatus status = DecodeRunLevels<Kind::NonIntra>(bits, ac, 0, block);
-    if (status != PrimitiveStatus::Ok) return status;
-    if (!bits.Store(ioState)) return PrimitiveStatus::OutOfData;
-    block.Finish();
+[[gnu::always_inline]] inline PrimitiveStatus DecodeNonIntra(BitCursor<kWords>& ioBits, const AcCoding& inAc,
+                                                             CoefficientBlock& outBlock) {
+    Clear(outBlock);
+    return DecodeRunLevels<Kind::NonIntra>(ioBits, inAc, outBlock);
+}
+
+// ---- Macroblocks
+// --------------------------------------------------------------------------------------------
+
+/// All blocks in one call, so that the bits stay in registers from block to block and no transform waits for
+/// the coefficients that were just stored: 8 % of all time at full size.
+inline PrimitiveStatus DecodeIntraBlocks(BitWindow& ioBits, const IntraCoding& inCoding,
+                                         std::array<std::int16_t, 3>& ioDcPredictors,
+                                         CoefficientBlocks& outBlocks, std::size_t& outDecoded) {
+    BitCursor<Words::AllThere> bits(ioBits);
+    for (outDecoded = 0; outDecoded < kBlocks; ++outDecoded) {
+        const std::size_t component = outDecoded < kLumaBlocks ? 0 : outDecoded - kLumaBlocks + 1;
+        const std::size_t plane = component == 0 ? 0 : 1;
+        const AcCoding ac{inCoding.acTable.entries, inCoding.acTable.entries, *inCoding.positions[plane]};
+        const PrimitiveStatus status = DecodeIntra(bits, inCoding.dcSizeTables[plane], ac, inCoding.dcShift,
+                                                   ioDcPredictors[component], outBlocks[outDecoded]);
+        if (status != PrimitiveStatus::Ok) return status;
+    }
+    if (bits.IsBehindEnd()) return PrimitiveStatus::OutOfData;
+    bits.Store(ioBits);
     return PrimitiveStatus::Ok;
 }
 
-inline bool HasWordsOfBlock(const BitWindowState& inState) {
-    return inState.nextWord + kWordsOfBlock <= inState.wordCount;
+inline PrimitiveStatus DecodeNonIntraBlocks(BitWindow& ioBits, const NonIntraCoding& inCoding,
+                                            std::uint32_t inPattern, CoefficientBlocks& outBlocks,
+                                            std::uint32_t& outDecoded) {
+    BitCursor<Words::AllThere> bits(ioBits);
+    outDecoded = 0;
+    // From coded block to coded block, since a processor foresees their number better than which ones they
+    // are.
+    for (std::uint32_t rest = inPattern; rest != 0;) {
+        const std::uint32_t bit = std::bit_floor(rest);
+        const auto block = static_cast<std::size_t>(std::countl_zero(rest)) - (32 - kBlocks);
+        const AcCoding ac{inCoding.firstTable.entries, inCoding.acTable.entries,
+                          *inCoding.positions[block < kLumaBlocks ? 0 : 1]};
+        const PrimitiveStatus status = DecodeNonIntra(bits, ac, outBlocks[block]);
+        if (status != PrimitiveStatus::Ok) return status;
+        outDecoded |= bit;
+        rest ^= bit;
+    }
+    if (bits.IsBehindEnd()) return PrimitiveStatus::OutOfData;
+    bits.Store(ioBits);
+    return PrimitiveStatus::Ok;
 }
+
+// ---- Single blocks, whose words may end anywhere
+// --------------------------------------------------------------
 
 inline PrimitiveStatus DecodeIntraBlock(BitWindow& ioBits, const IntraBlockCoding& inCoding,
                                         std::int16_t& ioDcPredictor, CoefficientBlock& outBlock) {
@@ -230,8 +242,18 @@ inline PrimitiveStatus DecodeIntraBlock(BitWindow& ioBits, const IntraBlockCodin
         inCoding.acTable.entries == nullptr || inCoding.scan == nullptr || inCoding.weights == nullptr) {
         return PrimitiveStatus::NullPointer;
     }
-    return HasWordsOfBlock(ioBits) ? DecodeIntra<Words::AllThere>(ioBits, inCoding, ioDcPredictor, outBlock)
-                                   : DecodeIntra<Words::MayEnd>(ioBits, inCoding, ioDcPredictor, outBlock);
+    ScaledPositions positions;
+    MakeScaledPositions(inCoding.scan, inCoding.weights, inCoding.quantiserScale, positions);
+    BitCursor<Words::MayEnd> bits(ioBits);
+    std::int16_t predictor = ioDcPredictor;
+    const PrimitiveStatus status = DecodeIntra(
+        bits, inCoding.dcSizeTable, {inCoding.acTable.entries, inCoding.acTable.entries, positions},
+        inCoding.dcShift, predictor, outBlock);
+    if (status != PrimitiveStatus::Ok) return status;
+    if (bits.IsBehindEnd()) return PrimitiveStatus::OutOfData;
+    bits.Store(ioBits);
+    ioDcPredictor = predictor;
+    return PrimitiveStatus::Ok;
 }
 
 inline PrimitiveStatus DecodeNonIntraBlock(BitWindow& ioBits, const NonIntraBlockCoding& inCoding,
@@ -240,8 +262,15 @@ inline PrimitiveStatus DecodeNonIntraBlock(BitWindow& ioBits, const NonIntraBloc
         inCoding.acTable.entries == nullptr || inCoding.scan == nullptr) {
         return PrimitiveStatus::NullPointer;
     }
-    return HasWordsOfBlock(ioBits) ? DecodeNonIntra<Words::AllThere>(ioBits, inCoding, outBlock)
-                                   : DecodeNonIntra<Words::MayEnd>(ioBits, inCoding, outBlock);
+    ScaledPositions positions;
+    MakeScaledPositions(inCoding.scan, inCoding.weights, inCoding.quantiserScale, positions);
+    BitCursor<Words::MayEnd> bits(ioBits);
+    const PrimitiveStatus status =
+        DecodeNonIntra(bits, {inCoding.firstTable.entries, inCoding.acTable.entries, positions}, outBlock);
+    if (status != PrimitiveStatus::Ok) return status;
+    if (bits.IsBehindEnd()) return PrimitiveStatus::OutOfData;
+    bits.Store(ioBits);
+    return PrimitiveStatus::Ok;
 }
 
 }  // namespace

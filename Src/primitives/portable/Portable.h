@@ -4,14 +4,12 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "primitives/BlockDecode.h"
 #include "primitives/PrimitiveStatus.h"
 
 namespace Vexmora {
 
 class BitWindow;
-struct CoefficientBlock;
-struct IntraBlockCoding;
-struct NonIntraBlockCoding;
 struct PixelBlock;
 struct ReferenceBlock;
 struct ResidualBlock;
@@ -19,6 +17,12 @@ struct ResidualBlock;
 std::size_t FindStartCodePrefix_Portable(const std::uint8_t* inBytes, std::size_t inPositions);
 void SwapWords_Portable(std::uint8_t* ioBytes, std::size_t inWords);
 
+PrimitiveStatus DecodeIntraBlocks_Portable(BitWindow& ioBits, const IntraCoding& inCoding,
+                                           std::array<std::int16_t, 3>& ioDcPredictors,
+                                           CoefficientBlocks& outBlocks, std::size_t& outDecoded);
+PrimitiveStatus DecodeNonIntraBlocks_Portable(BitWindow& ioBits, const NonIntraCoding& inCoding,
+                                              std::uint32_t inPattern, CoefficientBlocks& outBlocks,
+                                              std::uint32_t& outDecoded);
 PrimitiveStatus DecodeIntraBlock_Portable(BitWindow& ioBits, const IntraBlockCoding& inCoding,
                                           std::int16_t& ioDcPredictor, CoefficientBlock& outBlock);
 PrimitiveStatus DecodeNonIntraBlock_Portable(BitWindow& ioBits, const NonIntraBlockCoding& inCoding,
