@@ -109,7 +109,7 @@ SharedPicture FrameRun::Workers::TakeFirst(std::unique_lock<std::mutex>& ioLock)
         if (!task || mIdle > 0) LookFurther();
         if (!task) task = mPlan.Start();
         if (task) {
-            Decode(mSource.handle, std::move(*task), ioLock);
+            Decode(mSource.handle, *task, ioLock);
         } else {
             mIsFinished.wait(ioLock);
         }
@@ -144,7 +144,7 @@ void FrameRun::Workers::Help() {
 }
 
 // Called with the lock held, which is given up while the picture is decoded.
-void FrameRun::Workers::Decode(Vexmora_Handle inHandle, PictureTask inTask,
+void FrameRun::Workers::Decode(Vexmora_Handle inHandle, const PictureTask& inTask,
                                std::unique_lock<std::mutex>& ioLock) {
     if (mPlan.CanStart()) mCanStart.notify_one();
     ioLock.unlock();

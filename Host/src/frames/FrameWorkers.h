@@ -62,7 +62,7 @@ class FrameRun::Workers {
     void MoveWindow();
     void LookFurther();
     SharedPicture TakeFirst(std::unique_lock<std::mutex>& ioLock);
-    void Decode(Vexmora_Handle inHandle, PictureTask inTask, std::unique_lock<std::mutex>& ioLock);
+    void Decode(Vexmora_Handle inHandle, const PictureTask& inTask, std::unique_lock<std::mutex>& ioLock);
 
     const FrameSource mSource;
     const FrameDecoder mDecoder;
