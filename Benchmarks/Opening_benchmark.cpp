@@ -11,10 +11,10 @@
 #include <vector>
 
 #include "PlainReading.h"
+#include "Vexmora/PathText.h"
 #include "VexmoraHost/Movie.h"
 #include "index/IndexStore.h"
 #include "memory/HostServices.h"
-#include "system/PathText.h"
 
 namespace {
 
@@ -85,7 +85,7 @@ void OpenIndexed(benchmark::State& ioState) {
     const VexmoraHost::Library library;
     const VexmoraHost::IndexStore store(scene.Options().indexDir);
     const auto identity = VexmoraHost::IdentifyMedia(scene.Media());
-    const UTF16String path = VexmoraHost::ToInterfacePath(scene.Media());
+    const UTF16String path = Vexmora::ToUtf16Path(scene.Media().native());
     double readSeconds = 0;
     double openSeconds = 0;
     double movieSeconds = 0;

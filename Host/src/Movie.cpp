@@ -9,6 +9,7 @@
 #include <system_error>
 #include <utility>
 
+#include "Vexmora/PathText.h"
 #include "frames/FrameDecoder.h"
 #include "frames/FrameWorkers.h"
 #include "frames/QuantMatrixProbe.h"
@@ -16,7 +17,6 @@
 #include "index/IndexStore.h"
 #include "index/MediaFile.h"
 #include "memory/HostServices.h"
-#include "system/PathText.h"
 #include "system/Posix.h"
 
 namespace VexmoraHost {
@@ -168,8 +168,8 @@ class Movie::Opener {
                              const std::vector<Vexmora::FrameRecord>& inRecords) {
         Vexmora_Handle handle = nullptr;
         const Vexmora_Status status =
-            Vexmora_OpenFileWithIndex(ToInterfacePath(mMedia.Path()), Services(CacheIdFor(mMedia.Identity())),
-                                      inHeader, inRecords, &handle);
+            Vexmora_OpenFileWithIndex(Vexmora::ToUtf16Path(mMedia.Path().native()),
+                                      Services(CacheIdFor(mMedia.Identity())), inHeader, inRecords, &handle);
         if (status != Vexmora_Ok) ThrowFor(status);
         return Insides::Handle(handle);
     }
@@ -272,8 +272,9 @@ FrameDecoder& Movie::Insides::DecoderOf(const Movie& inMovie, Scale inScale) {
 // Another file may have taken the place of the one that this movie has open.
 Vexmora_Handle Movie::Insides::OpenAgain(const Movie& inMovie) const {
     Vexmora_Handle again = nullptr;
-    const Vexmora_Status status = Vexmora_OpenFileWithIndex(ToInterfacePath(inMovie.mPath), Services(cacheId),
-                                                            inMovie.mInfo.index, inMovie.mRecords, &again);
+    const Vexmora_Status status =
+        Vexmora_OpenFileWithIndex(Vexmora::ToUtf16Path(inMovie.mPath.native()), Services(cacheId),
+                                  inMovie.mInfo.index, inMovie.mRecords, &again);
     Handle opened(again);
     if (status != Vexmora_Ok) return nullptr;
     try {

@@ -8,12 +8,9 @@
 
 namespace Orvet::PathUtils {
 
-/// The bytes of inPath as UTF-16. Bytes that are not part of well-formed UTF-8 become the lone surrogates
-/// U+DC80 to U+DCFF, so ToNative gives back every byte string exactly.
+/// The bytes of inPath as UTF-16, see Vexmora::ToUtf16Path; ToNative gives them back.
 UTF16String FromNative(std::string_view inPath);
 
-/// inPath in UTF-8, lone surrogates U+DC80 to U+DCFF as the bytes they stand for. Any other lone surrogate is
-/// written as if it were a character (three bytes), so that different strings stay different.
 std::string ToNative(const UTF16String& inPath);
 
 /// inPath ending in a separator; an empty path, which means the current folder, stays empty.

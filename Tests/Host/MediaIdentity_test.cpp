@@ -1,59 +1,19 @@
-// Paths survive the interface's spelling, and a file's identity changes with size, time and content.
+// A file's identity changes with size, time and content.
 #include "index/MediaIdentity.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
 #include <chrono>
-#include <random>
 #include <set>
 
 #include "Host/HostTestSupport.h"
 #include "VexmoraHost/Error.h"
-#include "system/PathText.h"
 
 namespace VexmoraHost {
 namespace {
 
 namespace fs = std::filesystem;
-
-TEST(PathText, SpellsWellFormedTextAsUtf16AndStrayBytesAsLoneSurrogates) {
-    const struct {
-        std::string bytes;
-        std::u16string text;
-    } cases[] = {
-        {"/a b.ts", u"/a b.ts"},
-        {"\xC3\xA4\xE2\x82\xAC\xF0\x9F\x8E\xAC", u"\u00E4\u20AC\U0001F3AC"},
-        {"\xF4\x8F\xBF\xBF\xEF\xBF\xBF", u"\U0010FFFF\uFFFF"},
-        {"\xE4.ts", {0xDCE4, u'.', u't', u's'}},                 // Latin-1
-        {"\xC0\xAF", {0xDCC0, 0xDCAF}},                          // overlong
-        {"\xE0\x80\x80", {0xDCE0, 0xDC80, 0xDC80}},              // overlong
-        {"\xED\xA0\x80", {0xDCED, 0xDCA0, 0xDC80}},              // a surrogate
-        {"\xF4\x90\x80\x80", {0xDCF4, 0xDC90, 0xDC80, 0xDC80}},  // beyond Unicode
-        {"\xE2\x82", {0xDCE2, 0xDC82}},                          // cut off
-        {"\xF0\x9F\x8E\xAC\x80", {0xD83C, 0xDFAC, 0xDC80}},
-    };
-    for (const auto& [bytes, text] : cases) {
-        const UTF16String spelled = ToInterfacePath(bytes);
-        EXPECT_EQ(std::u16string(spelled.begin(), spelled.end()), text) << bytes;
-        EXPECT_EQ(FromInterfacePath(spelled).native(), bytes);
-    }
-    EXPECT_EQ(FromInterfacePath(std::u16string{0xD800, u'x'}).native(), "\xED\xA0\x80x")
-        << "any other surrogate";
-}
-
-TEST(PathText, EveryByteStringSurvives) {
-    const unsigned seed = std::random_device{}();
-    SCOPED_TRACE(seed);
-    std::mt19937 random(seed);
-    // Bytes that begin, continue and break sequences, so that all ways of stopping are met.
-    const std::string alphabet = "a/\x80\x9F\xA0\xBF\xC2\xDF\xE0\xED\xEF\xF0\xF4\xF5\xFF";
-    for (int round = 0; round < 20'000; ++round) {
-        std::string bytes(random() % 12, ' ');
-        for (char& byte : bytes) byte = alphabet[random() % alphabet.size()];
-        ASSERT_EQ(FromInterfacePath(ToInterfacePath(bytes)).native(), bytes);
-    }
-}
 
 TEST(MediaIdentity, StaysForTheSameFileAndChangesWithSizeTimeAndContent) {
     const TemporaryFolder folder;

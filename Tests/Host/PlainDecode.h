@@ -11,9 +11,9 @@
 
 #include "Decoding/DecodeChain.h"
 #include "Support/StreamBuilder.h"
+#include "Vexmora/PathText.h"
 #include "frames/FrameDecoder.h"
 #include "memory/HostServices.h"
-#include "system/PathText.h"
 
 namespace VexmoraHost {
 
@@ -50,7 +50,8 @@ class IndexedFile {
         mMissingAnchors.emplace(mRecords);
         index.header.recordCount = static_cast<std::uint32_t>(mRecords.size());
         mHeader = index.header;
-        EXPECT_EQ(Vexmora_OpenFileWithIndex(ToInterfacePath(inPath), Services(), mHeader, mRecords, &mHandle),
+        EXPECT_EQ(Vexmora_OpenFileWithIndex(Vexmora::ToUtf16Path(inPath.native()), Services(), mHeader,
+                                            mRecords, &mHandle),
                   Vexmora_Ok);
         EXPECT_EQ(Vexmora_GetFileInfo(mHandle, &mInfo), Vexmora_Ok);
     }
