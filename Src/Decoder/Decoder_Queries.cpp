@@ -35,10 +35,6 @@ void SetPixelAspectRatio(const SequenceHeader& inSequence, double& outRatio) {
     }
 }
 
-constexpr std::uint32_t RoundUpTo128(std::uint32_t inBytes) {
-    return (inBytes + 127) / 128 * 128;
-}
-
 }  // namespace
 
 Vexmora_Status Decoder::GetFileInfo(FileInfo& outInfo) {
@@ -72,8 +68,8 @@ Decoder::FrameSizes Decoder::GetFrameSizes() {
     if (sequence.horizontalSize == 0 || sequence.verticalSize == 0) return {0, 0};
     const std::uint32_t usual = sequence.horizontalSize * (sequence.verticalSize + 128);
     const std::uint32_t rows = PlaneMacroblockRows(sequence);
-    return {std::max(usual, sequence.lumaStride * rows * 16),
-            std::max(usual / 4, RoundUpTo128(sequence.lumaStride / 2) * rows * 8)};
+    const PlanePitches pitches = PitchesAt(DecodeScale::Full, sequence.lumaStride);
+    return {std::max(usual, pitches.luma * rows * 16), std::max(usual / 4, pitches.chroma * rows * 8)};
 }
 
 }  // namespace Vexmora

@@ -11,8 +11,6 @@ namespace {
 
 namespace PathUtils = Orvet::PathUtils;
 
-constexpr const char16_t* kIndexExtension = u"mpgindex";
-
 // Text that a host wrote into a buffer of ours, cut at its end if the host forgot to terminate it.
 template <typename Character, std::size_t Capacity>
 struct HostText {

@@ -4,14 +4,9 @@
 #include <bit>
 #include <cstring>
 
+#include "Vexmora/PlaneLayout.h"
+
 namespace Vexmora {
-namespace {
-
-constexpr std::uint8_t kErrorLuma = 81;
-constexpr std::uint8_t kErrorCb = 90;
-constexpr std::uint8_t kErrorCr = 239;
-
-}  // namespace
 
 template <DecodeScale kScale>
 MacroblockBlocks<kScale>::MacroblockBlocks(const PictureContext& inPicture,

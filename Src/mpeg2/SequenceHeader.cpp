@@ -1,6 +1,7 @@
 // The sequence header, the sequence extension and the sequence display extension.
 #include <array>
 
+#include "Vexmora/PlaneLayout.h"
 #include "mpeg2/Headers.h"
 #include "mpeg2/Scan.h"
 
@@ -24,7 +25,7 @@ double BaseFramePeriod(std::uint32_t inFrameRateCode) {
 void SetSize(SequenceHeader& ioSequence, std::uint32_t inWidth, std::uint32_t inHeight) {
     ioSequence.horizontalSize = ioSequence.displayWidth = inWidth;
     ioSequence.verticalSize = ioSequence.displayHeight = inHeight;
-    ioSequence.lumaStride = (inWidth + 127) & ~127u;
+    ioSequence.lumaStride = PaddedPitch(inWidth);
     ioSequence.mbWidth = (inWidth + 15) >> 4;
     ioSequence.mbHeight = (inHeight + 15) >> 4;
 }

@@ -1,41 +1,13 @@
-// A decoded picture in the host's memory, and the layout of its planes at each decode scale.
+// A decoded picture in the host's memory.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 
-#include "Vexmora/FileInfo.h"
+#include "Vexmora/PlaneLayout.h"
 #include "mpeg2/Parameters.h"
 
 namespace Vexmora {
-
-/// The size of the picture that is produced.
-enum class DecodeScale {
-    Full,
-    /// Half the width, all lines.
-    HalfWidth,
-    /// Half the width, half the lines.
-    Quarter,
-};
-
-/// What a host asks for with inDecodeMode and inDecodeSubMode.
-constexpr DecodeScale ToDecodeScale(std::uint32_t inDecodeMode, std::uint32_t inDecodeSubMode) {
-    if (inDecodeMode == 0) return DecodeScale::Full;
-    return inDecodeSubMode == 1 ? DecodeScale::Quarter : DecodeScale::HalfWidth;
-}
-
-/// Bytes from one row of a plane to the next.
-struct PlanePitches {
-    std::uint32_t luma;
-    std::uint32_t chroma;
-};
-
-/// Rows are padded to multiples of 128 bytes. inPitch is the luma pitch at full size.
-constexpr PlanePitches PitchesAt(DecodeScale inScale, std::uint32_t inPitch) {
-    const auto padded = [](std::uint32_t inBytes) { return (inBytes + 127) & ~127u; };
-    if (inScale == DecodeScale::Full) return {padded(inPitch), padded(inPitch / 2)};
-    return {padded(inPitch / 2), padded(inPitch / 4)};
-}
 
 /// Macroblock rows that every plane has room for (ISO/IEC 13818-2, 6.3.3): an interlaced sequence counts them
 /// for each field.

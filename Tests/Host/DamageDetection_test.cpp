@@ -55,7 +55,7 @@ class DamageDetection : public testing::TestWithParam<Scale> {
             const std::size_t divisor = plane == 0 ? 1 : 2;
             const std::size_t width = mLayout.macroblockWidth / divisor;
             const std::size_t height = mLayout.macroblockHeight / divisor;
-            const std::size_t stride = plane == 0 ? mLayout.lumaStride : mLayout.chromaStride;
+            const std::size_t stride = plane == 0 ? mLayout.pitches.luma : mLayout.pitches.chroma;
             for (std::size_t line = 0; line < height; ++line) {
                 inFunction(plane,
                            inPlanes.planes[plane] + (inRow * height + line) * stride + inColumn * width,

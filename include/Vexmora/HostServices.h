@@ -51,7 +51,7 @@ struct IndexLocationTable {
     /// of a Guid (37 bytes).
     std::int32_t (*GetMediaIdentity)(const char16_t* inMediaPath, std::uint32_t inIndexFlag,
                                      char* outIdentityText, char* outGuidText);
-    /// Slot 2: records where the index of this media was written; inExtension is u"mpgindex".
+    /// Slot 2: records where the index of this media was written; inExtension is kIndexExtension.
     std::int32_t (*RegisterIndexFile)(const char* inIdentityText, const char* inGuidText,
                                       const char16_t* inIndexPath, const char16_t* inExtension,
                                       const char16_t* inMediaPath);
@@ -65,6 +65,9 @@ struct IndexLocationTable {
 inline constexpr std::uint32_t kIndexPathCapacity = 2048;
 inline constexpr std::uint32_t kIdentityTextCapacity = 39;
 inline constexpr std::uint32_t kGuidTextCapacity = 37;
+
+/// The extension of the names of index files, without its dot.
+inline constexpr char16_t kIndexExtension[] = u"mpgindex";
 
 /// What a host passes to every open. The library copies the record; the host keeps the tables alive until its
 /// last handle is closed and any read-ahead has completed. All handles of a process get the same tables.

@@ -10,9 +10,6 @@
 namespace VexmoraHost {
 namespace {
 
-constexpr std::uint8_t kErrorLuma = 81;
-constexpr std::uint8_t kErrorCb = 90;
-constexpr std::uint8_t kErrorCr = 239;
 constexpr std::uint8_t kMidGrey = 128;
 
 // Samples of the longest line of macroblocks: sizes have 12 bits.
@@ -43,7 +40,7 @@ constexpr std::array kComponents{kLuma, kCb, kCr};
 struct Tiles {
     Tiles(const PictureLayout& inLayout, const Vexmora::FramePlanes& inPlanes, Component inComponent)
         : samples(inPlanes.planes[inComponent]),
-          stride(inComponent == kLuma ? inLayout.lumaStride : inLayout.chromaStride),
+          stride(inComponent == kLuma ? inLayout.pitches.luma : inLayout.pitches.chroma),
           width(inLayout.macroblockWidth / (inComponent == kLuma ? 1 : 2)),
           height(inLayout.macroblockHeight / (inComponent == kLuma ? 1 : 2)) {}
 
@@ -154,8 +151,9 @@ class Macroblocks {
     }
 
     bool IsRed(std::size_t inRow, std::size_t inColumn) const {
-        return mPlanes[kLuma].samples != nullptr && IsFilled(kCr, inRow, inColumn, kErrorCr) &&
-               IsFilled(kCb, inRow, inColumn, kErrorCb) && IsFilled(kLuma, inRow, inColumn, kErrorLuma);
+        return mPlanes[kLuma].samples != nullptr && IsFilled(kCr, inRow, inColumn, Vexmora::kErrorCr) &&
+               IsFilled(kCb, inRow, inColumn, Vexmora::kErrorCb) &&
+               IsFilled(kLuma, inRow, inColumn, Vexmora::kErrorLuma);
     }
 
     bool IsFilled(Component inComponent, std::size_t inRow, std::size_t inColumn,

@@ -6,7 +6,8 @@
 //    Chroma needs none, because the library writes all planes of a macroblock or none.
 // 2. A macroblock that still bears the marks of one of its lines was not written, or only in part: one field
 //    of it could not be predicted, or the picture turned out to be a single field.
-// 3. A macroblock in which a slice failed is red (Y 81, Cb 90, Cr 239) throughout, and the slice ends there.
+// 3. A macroblock in which a slice failed has the colour of errors (red) throughout, and the slice ends
+// there.
 //    A picture may show the same red, so this is believed only where it has a consequence: the next
 //    macroblock in coding order was not written. A slice that failed at the end of its row leaves none; there
 //    the macroblock must stand alone, with none of its neighbours red, and with no reference red at its
@@ -18,7 +19,6 @@
 #include <array>
 #include <cstdint>
 
-#include "Vexmora/FileInfo.h"
 #include "frames/PictureLayout.h"
 
 namespace VexmoraHost {

@@ -114,7 +114,7 @@ SharedPicture PictureDecoder::FindInCache(std::int32_t inRecord) const {
     if (picture == nullptr) return nullptr;
     const Plane& luma = picture->luma;
     const bool fits = luma.width == mLayout.width && luma.height == mLayout.height &&
-                      luma.stride == mLayout.lumaStride && picture->frame == mSource.FrameOf(inRecord);
+                      luma.stride == mLayout.pitches.luma && picture->frame == mSource.FrameOf(inRecord);
     return fits ? picture : nullptr;
 }
 

@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "Vexmora/FileInfo.h"
+#include "Vexmora/PlaneLayout.h"
 #include "VexmoraHost/Picture.h"
 
 namespace VexmoraHost {
@@ -16,22 +16,9 @@ struct DecodeModes {
 };
 DecodeModes ModesOf(Scale inScale);
 
-/// One block of memory holds the planes Y, Cb, Cr. Sizes in samples and lines, strides in bytes.
-struct PictureLayout {
+/// The planes Y, Cb, Cr of a picture in one block of memory.
+struct PictureLayout : Vexmora::PlaneLayout {
     Scale scale;
-    std::uint32_t width;
-    std::uint32_t height;
-    std::uint32_t lumaStride;
-    std::uint32_t chromaStride;
-    /// A macroblock in luma; it has half of both in chroma.
-    std::uint32_t macroblockWidth;
-    std::uint32_t macroblockHeight;
-    /// Macroblocks that reach into the visible picture.
-    std::uint32_t columns;
-    std::uint32_t rows;
-    /// Rows that the planes have room for: an interlaced sequence may code one more than is visible
-    /// (ISO/IEC 13818-2, 6.3.3).
-    std::uint32_t codedRows;
     std::size_t cbOffset;
     std::size_t crOffset;
     std::size_t bytes;

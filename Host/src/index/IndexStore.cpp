@@ -9,6 +9,8 @@
 #include <utility>
 #include <vector>
 
+#include "Vexmora/HostServices.h"
+#include "Vexmora/PathText.h"
 #include "VexmoraHost/Error.h"
 #include "index/Hash128.h"
 
@@ -18,9 +20,13 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr const char* kDrafts = "writing";  // folder of the index files that are being made
-constexpr const char* kIndexExtension = ".mpgindex";
 // A draft lives as long as it takes to index a file; what is older was left by a process that was killed.
 constexpr std::chrono::hours kStaleAfter{24};
+
+// With its dot.
+std::string IndexExtension() {
+    return '.' + Vexmora::FromUtf16Path(Vexmora::kIndexExtension);
+}
 
 [[noreturn]] void ThrowFolderError(const fs::path& inFolder, const std::error_code& inError) {
     throw Error(Vexmora_Failure, inFolder, "cannot be used to keep index files: " + inError.message(),
@@ -76,7 +82,7 @@ std::string ToText(const std::optional<FileFacts>& inFacts) {
 // A registry that was tampered with must not lead out of its folder.
 bool IsPlainName(const std::string& inName) {
     return !inName.empty() && inName.find('/') == std::string::npos &&
-           fs::path(inName).extension() == kIndexExtension;
+           fs::path(inName).extension() == IndexExtension();
 }
 
 }  // namespace
@@ -139,7 +145,7 @@ std::optional<IndexStore::Found> IndexStore::Read(const RegistryEntry& inEntry) 
 
 Posix::DraftFile IndexStore::MakeDraft() const {
     MakeFolder(mFolder / kDrafts);
-    return {mFolder / kDrafts, kIndexExtension};
+    return {mFolder / kDrafts, IndexExtension()};
 }
 
 std::filesystem::path IndexStore::Publish(Posix::DraftFile& ioDraft, const Vexmora::IndexHeader& inHeader,
@@ -154,7 +160,7 @@ std::filesystem::path IndexStore::Publish(Posix::DraftFile& ioDraft, const Vexmo
     ioDraft.Write(std::as_bytes(inRecords));
     const std::string identity = inHeader.identity.ToText();
     const RegistryEntry entry{.identity = identity,
-                              .fileName = identity + kIndexExtension,
+                              .fileName = identity + IndexExtension(),
                               .bytes = sizeof inHeader + inRecords.size_bytes(),
                               .hash = HashOf(inHeader, inRecords)};
     fs::path place = mFolder / entry.fileName;
