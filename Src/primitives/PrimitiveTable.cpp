@@ -14,6 +14,8 @@ namespace {
 
 constexpr PrimitiveTable kPortable{
     .findStartCodePrefix = FindStartCodePrefix_Portable,
+    .findCodeButSlices = FindCodeButSlices_Portable,
+    .passQuietPackets = PassQuietPackets_Portable,
     .swapWords = SwapWords_Portable,
     .decodeIntraBlocks = DecodeIntraBlocks_Portable,
     .decodeNonIntraBlocks = DecodeNonIntraBlocks_Portable,
@@ -40,6 +42,8 @@ constexpr PrimitiveTable kPortable{
 constexpr PrimitiveTable MakeSse2() {
     PrimitiveTable table = kPortable;
     table.findStartCodePrefix = FindStartCodePrefix_Sse2;
+    table.findCodeButSlices = FindCodeButSlices_Sse2;
+    table.passQuietPackets = PassQuietPackets_Sse2;
     table.inverseDctToPixels = InverseDctToPixels_Sse2;
     table.inverseDctAddToPixels = InverseDctAddToPixels_Sse2;
     table.inverseDctToResidual = InverseDctToResidual_Sse2;
@@ -67,6 +71,8 @@ constexpr PrimitiveTable MakeAvx() {
 constexpr PrimitiveTable MakeAvx2() {
     PrimitiveTable table = MakeAvx();
     table.findStartCodePrefix = FindStartCodePrefix_Avx2;
+    table.findCodeButSlices = FindCodeButSlices_Avx2;
+    table.passQuietPackets = PassQuietPackets_Avx2;
     table.swapWords = SwapWords_Avx2;
     table.decodeIntraBlocks = DecodeIntraBlocks_Avx2;
     table.decodeNonIntraBlocks = DecodeNonIntraBlocks_Avx2;

@@ -9,6 +9,7 @@
 #include "primitives/BlockDecode.h"
 #include "primitives/Prediction.h"
 #include "primitives/PrimitiveStatus.h"
+#include "primitives/QuietPackets.h"
 
 namespace Vexmora {
 
@@ -37,6 +38,14 @@ using PredictBidirectional = PrimitiveStatus (*)(const ReferenceBlock& inFirst,
 struct PrimitiveTable {
     /// As FindStartCodePrefix in StartCodeSearch.h.
     std::size_t (*findStartCodePrefix)(const std::uint8_t* inBytes, std::size_t inPositions);
+    /// The same for a prefix that no slice start code (01 to AF) follows: to pass over slices in the search
+    /// costs a fraction of coming back with each. Reads one byte more.
+    std::size_t (*findCodeButSlices)(const std::uint8_t* inBytes, std::size_t inPositions);
+    /// Passes over transport packets, inCount of which lie one after the other, up to the first that is not
+    /// quiet. Quiet are plain packets of inVideoPid (no error, start of a unit or adaptation field) whose
+    /// payload is (see QuietPackets.h), and packets of other PIDs than it and 0 that start no unit.
+    QuietPackets (*passQuietPackets)(const std::uint8_t* inPackets, std::size_t inCount,
+                                     std::uint32_t inVideoPid);
     /// Reverses the four bytes of each of inWords words from ioBytes on; no alignment is needed.
     void (*swapWords)(std::uint8_t* ioBytes, std::size_t inWords);
 

@@ -1,4 +1,4 @@
-// The search for the prefix of MPEG start codes, 00 00 01.
+// The search for MPEG start codes: their prefix, 00 00 01, and the code behind it.
 #pragma once
 
 #include <cstddef>

@@ -88,7 +88,7 @@ std::vector<Packetised> Packagings(const Bytes& inVideo) {
         return inNumber == 0 ? Join({PatPacket(kPmtPid), PmtPacket(kPmtPid, {{2, kVideoPid}})}) : Bytes();
     };
     return {Elementary(inVideo), ProgramStream(inVideo, {.payloadSizes = {90}, .before = between}),
-            TransportStream(inVideo, {.payloadSizes = {150}, .before = tables})};
+            TransportStream(inVideo, {.payloadSizes = {150, 184, 184}, .before = tables})};
 }
 
 TEST(Refused, HeadersThatCannotBeIndexed) {

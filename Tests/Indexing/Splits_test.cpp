@@ -10,12 +10,26 @@ namespace {
 
 // Two GOPs in coded order; the sizes bring start codes to all distances from the ends of pieces.
 Bytes TwoGops() {
-    return Join({SequenceHeader(), SequenceExtension(), SequenceDisplayExtension(64, 48, 1, {{1, 2, 3}}),
-                 GopHeader(false), Picture(2, kPictureTypeI, 71), Picture(0, kPictureTypeB, 1),
+    return Join({SequenceHeader(),
+                 SequenceExtension(),
+                 SequenceDisplayExtension(64, 48, 1, {{1, 2, 3}}),
+                 GopHeader(false),
+                 Picture(2, kPictureTypeI, 71),
+                 Picture(0, kPictureTypeB, 1),
                  Picture(1, kPictureTypeB, 9, {.repeat_first_field = true, .progressive_frame = true}),
-                 Picture(5, kPictureTypeP, 30), Picture(3, kPictureTypeB, 14, {.top_field_first = false}),
-                 Picture(4, kPictureTypeB, 3), SequenceHeader(), SequenceExtension(), GopHeader(false, true),
-                 Picture(2, kPictureTypeI, 57), Picture(0, kPictureTypeB, 2), Picture(1, kPictureTypeB, 300),
+                 Picture(5, kPictureTypeP, 30),
+                 Picture(3, kPictureTypeB, 14, {.top_field_first = false}),
+                 Picture(4, kPictureTypeB, 3),
+                 SequenceHeader(),
+                 SequenceExtension(),
+                 GopHeader(false, true),
+                 Picture(2, kPictureTypeI, 57),
+                 Picture(0, kPictureTypeB, 2),
+                 Picture(1, kPictureTypeB, 300),
+                 Slice(200),
+                 Slice(146),
+                 Slice(180),
+                 Slice(400),
                  SequenceEnd()});
 }
 
@@ -67,7 +81,7 @@ std::vector<Case> Cases() {
     const Bytes video = TwoGops();
     std::vector<Case> cases = {{"elementary", Elementary(video), kStreamKindElementary, 0}};
     const std::vector<std::vector<std::size_t>> sizes = {
-        {100}, {33}, {32}, {250, 47}, {1, 2, 3, 40}, {5, 60, 2, 2, 2, 90}, {7, 31, 64}};
+        {100}, {33}, {32}, {250, 47}, {1, 2, 3, 40}, {5, 60, 2, 2, 2, 90}, {7, 31, 64}, {184}};
     for (std::size_t index = 0; index < sizes.size(); ++index) {
         const std::string name = std::to_string(index);
         cases.push_back({"program " + name,

@@ -183,13 +183,18 @@ TEST_P(VariantCheck, StartCodeSearchAndWords) {
         memory.shrink_to_fit();
         const std::uint8_t* const bytes = memory.data() + inMisalignment;
         const std::size_t positions = inBytes.size() - 2;
-        std::size_t expected = 0;
-        while (expected < positions &&
-               !(bytes[expected] == 0 && bytes[expected + 1] == 0 && bytes[expected + 2] == 1))
-            ++expected;
-        ASSERT_EQ(mTable.findStartCodePrefix(bytes, positions), expected) << positions;
-        ASSERT_EQ(mPortable.findStartCodePrefix(bytes, positions), expected) << positions;
+        std::size_t prefix = 0;
+        while (prefix < positions &&
+               !(bytes[prefix] == 0 && bytes[prefix + 1] == 0 && bytes[prefix + 2] == 1))
+            ++prefix;
+        const std::size_t codes = std::max<std::size_t>(positions, 1) - 1;
+        std::size_t code = prefix;  // of anything but a slice
+        while (code < codes && !(bytes[code] == 0 && bytes[code + 1] == 0 && bytes[code + 2] == 1 &&
+                                 (bytes[code + 3] == 0 || bytes[code + 3] > 0xAF)))
+            ++code;
         for (const PrimitiveTable* table : {&mTable, &mPortable}) {
+            ASSERT_EQ(table->findStartCodePrefix(bytes, positions), prefix) << positions;
+            ASSERT_EQ(table->findCodeButSlices(bytes, codes), std::min(code, codes)) << codes;
             Bytes swapped = memory;
             table->swapWords(swapped.data() + inMisalignment, inBytes.size() / 4);
             for (std::size_t i = 0; i < memory.size(); ++i) {
@@ -207,7 +212,10 @@ TEST_P(VariantCheck, StartCodeSearchAndWords) {
         }
         for (const auto filler : {std::uint8_t{0}, std::uint8_t{1}, std::uint8_t{255}}) {
             Bytes bytes(305, filler);
-            std::copy_n(Bytes{0, 0, 1}.begin(), 3, bytes.begin() + static_cast<std::ptrdiff_t>(size));
+            constexpr std::uint8_t kCodes[] = {0, 1, 0xAF, 0xB0};
+            const std::uint8_t startCode[] = {0, 0, 1, kCodes[size % 4]};
+            std::copy_n(startCode, std::min<std::size_t>(4, bytes.size() - size),
+                        bytes.begin() + static_cast<std::ptrdiff_t>(size));
             check(bytes, size % 32);
         }
     }

@@ -6,12 +6,16 @@
 
 #include "primitives/BlockDecode.h"
 #include "primitives/PrimitiveStatus.h"
+#include "primitives/QuietPackets.h"
 
 namespace Vexmora {
 
 class BitWindow;
 
 std::size_t FindStartCodePrefix_Avx2(const std::uint8_t* inBytes, std::size_t inPositions);
+std::size_t FindCodeButSlices_Avx2(const std::uint8_t* inBytes, std::size_t inPositions);
+QuietPackets PassQuietPackets_Avx2(const std::uint8_t* inPackets, std::size_t inCount,
+                                   std::uint32_t inVideoPid);
 void SwapWords_Avx2(std::uint8_t* ioBytes, std::size_t inWords);
 
 PrimitiveStatus DecodeIntraBlocks_Avx2(BitWindow& ioBits, const IntraCoding& inCoding,

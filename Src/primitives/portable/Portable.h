@@ -6,6 +6,7 @@
 
 #include "primitives/BlockDecode.h"
 #include "primitives/PrimitiveStatus.h"
+#include "primitives/QuietPackets.h"
 
 namespace Vexmora {
 
@@ -15,6 +16,9 @@ struct ReferenceBlock;
 struct ResidualBlock;
 
 std::size_t FindStartCodePrefix_Portable(const std::uint8_t* inBytes, std::size_t inPositions);
+std::size_t FindCodeButSlices_Portable(const std::uint8_t* inBytes, std::size_t inPositions);
+QuietPackets PassQuietPackets_Portable(const std::uint8_t* inPackets, std::size_t inCount,
+                                       std::uint32_t inVideoPid);
 void SwapWords_Portable(std::uint8_t* ioBytes, std::size_t inWords);
 
 PrimitiveStatus DecodeIntraBlocks_Portable(BitWindow& ioBits, const IntraCoding& inCoding,

@@ -1,7 +1,25 @@
-// The start-code search for any processor.
+// The search for start codes on any processor.
+#include "mpeg_system/StartCodes.h"
+#include "primitives/kernels/QuietPackets.h"
 #include "primitives/portable/Portable.h"
 
 namespace Vexmora {
+namespace {
+
+struct Search {
+    template <std::size_t kPositions>
+    static bool HasZeroPair(const std::uint8_t* inBytes) {
+        for (std::size_t at = 0; at < kPositions; ++at) {
+            if (inBytes[at] == 0 && inBytes[at + 1] == 0) return true;
+        }
+        return false;
+    }
+    static std::size_t FindCodeButSlices(const std::uint8_t* inBytes, std::size_t inPositions) {
+        return FindCodeButSlices_Portable(inBytes, inPositions);
+    }
+};
+
+}  // namespace
 
 std::size_t FindStartCodePrefix_Portable(const std::uint8_t* inBytes, std::size_t inPositions) {
     std::size_t at = 0;
@@ -18,6 +36,20 @@ std::size_t FindStartCodePrefix_Portable(const std::uint8_t* inBytes, std::size_
         }
     }
     return inPositions;
+}
+
+std::size_t FindCodeButSlices_Portable(const std::uint8_t* inBytes, std::size_t inPositions) {
+    std::size_t at = FindStartCodePrefix_Portable(inBytes, inPositions);
+    while (at < inPositions && IsSliceStartCode(StartCodeAt(inBytes + at))) {
+        ++at;
+        at += FindStartCodePrefix_Portable(inBytes + at, inPositions - at);
+    }
+    return at;
+}
+
+QuietPackets PassQuietPackets_Portable(const std::uint8_t* inPackets, std::size_t inCount,
+                                       std::uint32_t inVideoPid) {
+    return QuietPacketSearch<Search>::Pass(inPackets, inCount, inVideoPid);
 }
 
 }  // namespace Vexmora

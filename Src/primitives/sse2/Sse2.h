@@ -6,12 +6,16 @@
 
 #include "primitives/Prediction.h"
 #include "primitives/PrimitiveStatus.h"
+#include "primitives/QuietPackets.h"
 
 namespace Vexmora {
 
 struct CoefficientBlock;
 
 std::size_t FindStartCodePrefix_Sse2(const std::uint8_t* inBytes, std::size_t inPositions);
+std::size_t FindCodeButSlices_Sse2(const std::uint8_t* inBytes, std::size_t inPositions);
+QuietPackets PassQuietPackets_Sse2(const std::uint8_t* inPackets, std::size_t inCount,
+                                   std::uint32_t inVideoPid);
 
 PrimitiveStatus InverseDctToPixels_Sse2(const CoefficientBlock& inBlock, std::uint8_t* outPixels,
                                         std::ptrdiff_t inStep);

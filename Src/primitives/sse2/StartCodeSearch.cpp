@@ -1,61 +1,53 @@
-// The start-code search sixteen positions at a time.
+// The search for start codes sixteen positions at a time.
 #include <emmintrin.h>
 
+#include "primitives/kernels/QuietPackets.h"
+#include "primitives/kernels/StartCodeSearch.h"
 #include "primitives/portable/Portable.h"
 #include "primitives/sse2/Sse2.h"
 
 namespace Vexmora {
 namespace {
 
-constexpr std::size_t kVectorBytes = sizeof(__m128i);
-constexpr std::size_t kVectorsAtOnce = 4;
-constexpr std::size_t kStride = kVectorBytes * kVectorsAtOnce;
+struct Vector {
+    using Bytes = __m128i;
+    static constexpr std::size_t kSize = sizeof(Bytes);
 
-__m128i Load(const std::uint8_t* inBytes) {
-    return _mm_loadu_si128(reinterpret_cast<const __m128i*>(inBytes));
-}
+    static Bytes Load(const std::uint8_t* in) {
+        return _mm_loadu_si128(reinterpret_cast<const __m128i*>(in));
+    }
+    static Bytes Or(Bytes in, Bytes inOther) { return _mm_or_si128(in, inOther); }
+    static Bytes Least(Bytes in, Bytes inOther) { return _mm_min_epu8(in, inOther); }
+    static std::uint32_t Zeros(Bytes in) { return Equal(in, _mm_setzero_si128()); }
+    static std::uint32_t Ones(Bytes in) { return Equal(in, _mm_set1_epi8(1)); }
 
-/// 0 at each of 16 positions where that byte and the next one are 0.
-__m128i ZeroPairs(const std::uint8_t* inBytes) {
-    return _mm_or_si128(Load(inBytes), Load(inBytes + 1));
-}
+  private:
+    static std::uint32_t Equal(Bytes in, Bytes inOther) {
+        return static_cast<std::uint32_t>(_mm_movemask_epi8(_mm_cmpeq_epi8(in, inOther)));
+    }
+};
 
-/// Bit i set when a prefix starts at position i of 16.
-unsigned PrefixMask(const std::uint8_t* inBytes) {
-    const __m128i pairs = _mm_cmpeq_epi8(ZeroPairs(inBytes), _mm_setzero_si128());
-    const __m128i ones = _mm_cmpeq_epi8(Load(inBytes + 2), _mm_set1_epi8(1));
-    return static_cast<unsigned>(_mm_movemask_epi8(_mm_and_si128(pairs, ones)));
-}
-
-/// Whether two zero bytes in a row start anywhere in a stride: seldom true in coded video, and cheaper to
-/// ask.
-bool HasZeroPair(const std::uint8_t* inBytes) {
-    const __m128i lower = _mm_min_epu8(ZeroPairs(inBytes), ZeroPairs(inBytes + kVectorBytes));
-    const __m128i upper =
-        _mm_min_epu8(ZeroPairs(inBytes + 2 * kVectorBytes), ZeroPairs(inBytes + 3 * kVectorBytes));
-    const __m128i zero = _mm_cmpeq_epi8(_mm_min_epu8(lower, upper), _mm_setzero_si128());
-    return _mm_movemask_epi8(zero) != 0;
-}
+struct Search : StartCodeSearch<Vector> {
+    static std::size_t FindCodeButSlices(const std::uint8_t* inBytes, std::size_t inPositions) {
+        return Find<NoSlice>(inBytes, inPositions);
+    }
+};
 
 }  // namespace
 
 std::size_t FindStartCodePrefix_Sse2(const std::uint8_t* inBytes, std::size_t inPositions) {
-    // A vector of positions reads two bytes beyond them, just what may be read behind the last position.
-    if (inPositions < kVectorBytes) return FindStartCodePrefix_Portable(inBytes, inPositions);
-    std::size_t at = 0;
-    while (at + kVectorBytes <= inPositions) {
-        if (at + kStride <= inPositions && !HasZeroPair(inBytes + at)) {
-            at += kStride;
-            continue;
-        }
-        const unsigned found = PrefixMask(inBytes + at);
-        if (found != 0) return at + static_cast<std::size_t>(__builtin_ctz(found));
-        at += kVectorBytes;
-    }
-    // The rest as one vector that ends at the last position; the positions it sees again hold no prefix.
-    const std::size_t last = inPositions - kVectorBytes;
-    const unsigned found = PrefixMask(inBytes + last);
-    return found != 0 ? last + static_cast<std::size_t>(__builtin_ctz(found)) : inPositions;
+    if (inPositions < Vector::kSize) return FindStartCodePrefix_Portable(inBytes, inPositions);
+    return Search::Find<AnyCode>(inBytes, inPositions);
+}
+
+std::size_t FindCodeButSlices_Sse2(const std::uint8_t* inBytes, std::size_t inPositions) {
+    if (inPositions < Vector::kSize) return FindCodeButSlices_Portable(inBytes, inPositions);
+    return Search::Find<NoSlice>(inBytes, inPositions);
+}
+
+QuietPackets PassQuietPackets_Sse2(const std::uint8_t* inPackets, std::size_t inCount,
+                                   std::uint32_t inVideoPid) {
+    return QuietPacketSearch<Search>::Pass(inPackets, inCount, inVideoPid);
 }
 
 }  // namespace Vexmora
