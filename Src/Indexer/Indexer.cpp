@@ -19,7 +19,7 @@ constexpr std::size_t kInitialRecordCapacity = 8192;
 }  // namespace
 
 PureVideoIndexer::PureVideoIndexer(const ScanLimits& inLimits)
-    : mLimits(inLimits), mFindPrefix(SelectedPrimitives().findStartCodePrefix) {
+    : mPrimitives(SelectedPrimitives()), mLimits(inLimits) {
     mState.records.reserve(kInitialRecordCapacity);
     mState.picturePts.reserve(kInitialRecordCapacity);
     mState.audioPts.reserve(kInitialRecordCapacity);
@@ -82,7 +82,7 @@ std::ptrdiff_t PureVideoIndexer::HandleCarriedStartCodes() {
     const std::size_t size = mCarry.Size();
     std::size_t at = 0;
     while (at + mLimits.bytesInHand <= size) {
-        at += mFindPrefix(mCarry.Bytes() + at, size - at - mLimits.bytesInHand + 1);
+        at += mPrimitives.findStartCodePrefix(mCarry.Bytes() + at, size - at - mLimits.bytesInHand + 1);
         if (at + mLimits.bytesInHand > size) break;
         const ByteOrigin origin = mCarry.OriginOf(at);
         mPacketPosition = origin.packetPosition;
@@ -98,8 +98,16 @@ void PureVideoIndexer::ScanPiece(const VideoPiece& inPiece, std::size_t inFrom) 
     mPacketPosition = inPiece.origin.packetPosition;
     std::size_t at = inFrom;
     std::size_t scanned = inFrom;
+    // Slices are of no interest, but their start codes count as scanned. That is to be seen only near the
+    // end.
+    const std::size_t tail =
+        inPiece.size - std::min(inPiece.size, mLimits.bytesInHand + kStartCodePrefixSize - 1);
     while (at + kStartCodePrefixSize <= inPiece.size && !mState.failed) {
-        at += mFindPrefix(inPiece.bytes + at, inPiece.size - at - kStartCodePrefixSize + 1);
+        if (at < tail) at += mPrimitives.findCodeButSlices(inPiece.bytes + at, tail - at);
+        if (at >= tail) {
+            const std::size_t positions = inPiece.size - at - kStartCodePrefixSize + 1;
+            at += mPrimitives.findStartCodePrefix(inPiece.bytes + at, positions);
+        }
         if (at + mLimits.bytesInHand > inPiece.size) break;
         at += HandleStartCode(inPiece.bytes + at, inPiece.origin.position + at);
         scanned = at;

@@ -79,9 +79,15 @@ class PureVideoIndexer {
     /// Scans the next piece of the video, joined to what was held back.
     void FeedVideo(const VideoPiece& inPiece);
 
+    /// Whether video may be passed over that holds no start codes but those of slices: nothing was held back
+    /// that it would complete. Of what is passed over, the last bytes handle no start code either.
+    bool MayPassVideo() const { return mCarry.Size() == 0; }
+    void NotePassedVideo() { mUnscanned = mLimits.bytesInHand - 1; }
+
     /// Position of the packet in which the start code being handled begins.
     std::uint64_t PacketPosition() const { return mPacketPosition; }
 
+    const PrimitiveTable& mPrimitives;
     IndexerState mState;
 
   private:
@@ -106,7 +112,6 @@ class PureVideoIndexer {
 
     ThrowLatch mLatch;
     const ScanLimits mLimits;
-    const decltype(PrimitiveTable::findStartCodePrefix) mFindPrefix;
     StartCodeCarry mCarry;
     /// Bytes at the end of the video so far from which no start code was handled yet; the carry holds those
     /// of them in which one may begin.

@@ -40,18 +40,8 @@ class TransportStreamIndexer final : public PacketIndexer {
         std::span<const std::uint8_t> Payload() const { return bytes.subspan(payloadOffset); }
     };
 
-    /// The bits of a packet's header that make it nothing but payload of a known stream, for a look at once:
-    /// no error, no start of a unit, no adaptation field, and the PID.
-    static constexpr std::uint32_t kPlainHeaderMask = 0xDFFF30;
-    static constexpr std::uint32_t kPlainHeader = 0x000010;
-    static constexpr std::uint32_t kNoPlainHeader = 0xFFFFFFFF;
-    bool IsPlainVideo(TransportPacket inPacket) const {
-        const std::uint32_t header =
-            std::uint32_t{inPacket[1]} << 16 | std::uint32_t{inPacket[2]} << 8 | inPacket[3];
-        return (header & kPlainHeaderMask) == mPlainVideoHeader;
-    }
-    void LookForPlainVideo(std::uint32_t inPid);
-
+    void NoteVideoPids();
+    std::size_t PassQuietPackets(const std::uint8_t* inBytes, std::size_t inSize);
     void CompletePacketBuffer(const std::uint8_t* inBytes, std::size_t inCount, std::uint64_t inEndPosition);
     void ProcessPacket(TransportPacket inTransportPacket, std::uint64_t inPacketPosition);
     bool NotePesStart(const Packet& inPacket);
@@ -71,7 +61,8 @@ class TransportStreamIndexer final : public PacketIndexer {
     std::uint32_t mFallbackAudioPid = kUnknownPid;
     std::uint32_t mFallbackVideoPid = kUnknownPid;
     bool mMpeg2AudioChosen = false;
-    std::uint32_t mPlainVideoHeader = kNoPlainHeader;
+    /// The one PID whose packets are fed; not known while there are none, or two.
+    std::uint32_t mOnlyVideoPid = kUnknownPid;
 
     SyncState mSyncState = SyncState::InStep;
     std::array<std::uint8_t, kTransportPacketSize> mPacketBuffer{};

@@ -73,7 +73,7 @@ bool TransportStreamIndexer::UseStream(std::uint8_t inStreamType, std::uint32_t 
         case kStreamTypeMpeg2Video:
             if (mVideoPid != kUnknownPid && mVideoPid != inPid && gPsiAnomalyCount.Raise()) return false;
             mVideoPid = inPid;
-            LookForPlainVideo(inPid);
+            NoteVideoPids();
             return true;
         case kStreamTypeMpeg1Audio:
             if (!changesAudio || !gPsiAnomalyCount.Raise()) mAudioPid = inPid;
