@@ -246,6 +246,20 @@ TEST(Splits, RunsOfShortPayloadsEndAlikeInAnyBuffers) {
             ASSERT_EQ(Index(stream, {cut}), whole) << fillers << " fillers, cut at " << cut;
         }
     }
+
+    // Transport packets: 28 bytes behind the last start code, or 31 when a packet without any comes after it,
+    // and 26 in each short payload, of which 160 are too many.
+    const Bytes first = PesPacket(kVideo, Join({SequenceHeader(), SequenceExtension(), Picture(0, 1, 80)}));
+    const Bytes late = Join({Bytes(152, 0x77), {0, 0, 1, 5}, Bytes(28, 0x66)});
+    for (const bool hasQuietPacket : {false, true}) {
+        Bytes stream =
+            Join({TransportPacket(kVideoPid, true, first), TransportPacket(kVideoPid, false, late)});
+        if (hasQuietPacket) stream = Join({stream, TransportPacket(kVideoPid, false, Bytes(184, 0x77))});
+        for (int i = 0; i < 5; ++i)
+            stream = Join({stream, TransportPacket(kVideoPid, false, Bytes(26, 0x77))});
+        EXPECT_EQ(Index(stream).done, hasQuietPacket ? Vexmora_Unsupported : Vexmora_Ok);
+        EXPECT_EQ(Index(stream), Index(stream, {2 * 188 + 1, 2 * 188 + 100}));
+    }
 }
 
 }  // namespace
