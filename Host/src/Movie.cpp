@@ -260,7 +260,7 @@ FrameSource Movie::Insides::Source(const Movie& inMovie) {
             .info = inMovie.mInfo.file,
             .cacheId = cacheId,
             .cache = ProcessFrameCache(),
-            .pool = ProcessPlanePool()};
+            .memory = ProcessMemory()};
 }
 
 FrameDecoder& Movie::Insides::DecoderOf(const Movie& inMovie, Scale inScale) {

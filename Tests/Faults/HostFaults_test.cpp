@@ -75,7 +75,6 @@ class HostFaults : public testing::Test {
     static void EmptyCaches() {
         VexmoraHost::ProcessBlockCache().Clear();
         VexmoraHost::ProcessFrameCache().Clear();
-        VexmoraHost::ProcessPlanePool().Clear();
     }
 
     // What a failed call may come to: as documented for Movie and Error.

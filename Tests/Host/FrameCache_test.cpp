@@ -9,7 +9,6 @@
 #include <thread>
 #include <vector>
 
-#include "memory/PlanePool.h"
 
 namespace VexmoraHost {
 namespace {
@@ -92,32 +91,6 @@ TEST(FrameCache, ThreadsFindThePictureThatTheyAskFor) {
     for (std::thread& thread : threads) thread.join();
     EXPECT_LE(cache.Bytes(), 5 * kBytes);
     EXPECT_EQ(cache.Bytes(), cache.Pictures() * kBytes);
-}
-
-TEST(PlanePool, UsesMemoryAgainWithinItsBound) {
-    Memory memory;
-    {
-        PlanePool pool(memory, 250);
-        PlaneMemory first = pool.Take(100);
-        std::uint8_t* const bytes = first.Bytes();
-        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(bytes) % PlanePool::kAlignment, 0u);
-        first = {};
-        EXPECT_EQ(pool.SpareBytes(), 100u);
-        const PlaneMemory other = pool.Take(50);
-        EXPECT_NE(other.Bytes(), bytes) << "of another size";
-        first = pool.Take(100);
-        EXPECT_EQ(first.Bytes(), bytes);
-        EXPECT_EQ(pool.SpareBytes(), 0u);
-        std::vector<PlaneMemory> many;
-        for (int i = 0; i < 4; ++i) many.push_back(pool.Take(100));
-        many.clear();
-        EXPECT_EQ(pool.SpareBytes(), 200u);
-        EXPECT_EQ(memory.LiveBytes(), 350u) << "two in use, two spare ones";
-        PlaneMemory moved = std::move(first);
-        EXPECT_EQ(moved.Bytes(), bytes);
-        EXPECT_THROW(static_cast<void>(pool.Take(std::size_t{1} << 62)), std::bad_alloc);
-    }
-    EXPECT_EQ(memory.LiveBlocks(), 0u);
 }
 
 }  // namespace

@@ -34,7 +34,6 @@ class Frames : public testing::Test {
     }
     static void ClearCaches() {
         ProcessFrameCache().Clear();
-        ProcessPlanePool().Clear();
         ProcessBlockCache().Clear();
     }
     Movie Open(const fs::path& inPath, std::size_t inFrameCacheBytes = kDefaultFrameCacheBytes) const {

@@ -102,6 +102,23 @@ TEST(Memory, ThreadsShareAndReleaseBlocks) {
     EXPECT_EQ(memory.LiveBytes(), 64u);
 }
 
+TEST(PagePool, LendsAgainWithinItsBound) {
+    constexpr std::size_t kPage = 1 << 16;
+    PagePool pool(3 * kPage);
+    std::uint8_t* const first = pool.Take(kPage, 1);
+    pool.GiveBack(first, kPage);
+    std::uint8_t* const larger = pool.Take(2 * kPage, 1);
+    EXPECT_EQ(pool.SpareBytes(), kPage) << "of another size";
+    EXPECT_EQ(pool.Take(kPage, 1), first);
+    pool.GiveBack(first, kPage);
+    pool.GiveBack(larger, 2 * kPage);
+    EXPECT_EQ(pool.SpareBytes(), 3 * kPage);
+    pool.GiveBack(pool.Take(kPage / 2, 1), kPage / 2);
+    EXPECT_EQ(pool.SpareBytes(), 2 * kPage + kPage / 2) << "the first one had been there for longest";
+    pool.GiveBack(pool.Take(4 * kPage, 1), 4 * kPage);
+    EXPECT_EQ(pool.SpareBytes(), 2 * kPage + kPage / 2) << "larger than the bound";
+}
+
 TEST(HostServices, TablesReachTheProcessMemoryAndAnswerFailuresByStatus) {
     const Vexmora::HostServices services = Services(7);
     EXPECT_EQ(services.cacheId, 7u);

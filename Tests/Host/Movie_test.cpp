@@ -228,7 +228,6 @@ TEST(Movie, LeavesNothingOpenOfAFileThatTookItsPlace) {
     }
     EXPECT_EQ(OpenDescriptors(), before);
     ProcessBlockCache().Clear();
-    ProcessPlanePool().Clear();
     EXPECT_LE(ProcessMemory().LiveBlocks(), blocks);
 }
 

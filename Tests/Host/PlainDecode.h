@@ -60,9 +60,9 @@ class IndexedFile {
     IndexedFile& operator=(const IndexedFile&) = delete;
 
     /// Every record is a usable frame unless inFirstFrame says otherwise.
-    FrameSource Source(FrameCache& ioCache, PlanePool& ioPool, std::uint32_t inFirstFrame = 0) const {
+    FrameSource Source(FrameCache& ioCache, Memory& ioMemory, std::uint32_t inFirstFrame = 0) const {
         const auto count = static_cast<std::uint32_t>(mRecords.size()) - inFirstFrame;
-        return {mHandle, mRecords, *mMissingAnchors, inFirstFrame, count, mInfo, 1, ioCache, ioPool};
+        return {mHandle, mRecords, *mMissingAnchors, inFirstFrame, count, mInfo, 1, ioCache, ioMemory};
     }
 
     /// The samples of a record of a sound stream by way of the exports alone, each picture decoded once.

@@ -38,7 +38,6 @@ class Runs : public testing::Test {
     Runs() { ProcessFrameCache().SetBudget(0); }
     ~Runs() override {
         ProcessFrameCache().SetBudget(kDefaultFrameCacheBytes);
-        ProcessPlanePool().Clear();
         ProcessBlockCache().Clear();
     }
     Movie Open(const fs::path& inPath) const { return Movie::Open(inPath, {.indexDir = mFolder / "store"}); }
@@ -139,7 +138,6 @@ TEST_F(Runs, KeepToOneHandleWhereMatricesStayInForce) {
 }
 
 TEST_F(Runs, MayBeLeftAtAnyFrameAndGoOnBesideOthers) {
-    ProcessPlanePool().Clear();
     ProcessBlockCache().Clear();
     const std::size_t before = ProcessMemory().LiveBlocks();
     {
@@ -158,7 +156,6 @@ TEST_F(Runs, MayBeLeftAtAnyFrameAndGoOnBesideOthers) {
         EXPECT_THROW(static_cast<void>(movie.Run(1, frames)), Error);
         EXPECT_THROW(static_cast<void>(movie.Run(frames, 1)), Error);
     }
-    ProcessPlanePool().Clear();
     ProcessBlockCache().Clear();
     EXPECT_EQ(ProcessMemory().LiveBlocks(), before);
 }
@@ -166,7 +163,6 @@ TEST_F(Runs, MayBeLeftAtAnyFrameAndGoOnBesideOthers) {
 // Pictures come from the frame cache, which gets none; and helpers that have no handle are not missed.
 TEST_F(Runs, TakeWhatTheCacheHasAndGoOnPastFramesWithoutPicture) {
     Memory memory;
-    PlanePool pool(memory, 0);
     FrameCache cache(std::size_t{64} << 20);
     const IndexedFile file(kStreams / "ip-64x48.m2v", [](std::vector<Vexmora::FrameRecord>& ioRecords) {
         for (std::size_t record = 0; record < ioRecords.size(); ++record) {
@@ -174,7 +170,7 @@ TEST_F(Runs, TakeWhatTheCacheHasAndGoOnPastFramesWithoutPicture) {
         }
     });
     const auto noHandle = [] { return Vexmora_Handle{}; };
-    const FrameSource sound = file.Source(cache, pool);
+    const FrameSource sound = file.Source(cache, memory);
     const SharedPicture kept = FrameDecoder(sound, Scale::Full).Frame(4);
     const std::size_t pictures = cache.Pictures();
     FrameRun::Workers workers(sound, {3, 5}, Scale::Full, 4, noHandle);
@@ -186,7 +182,7 @@ TEST_F(Runs, TakeWhatTheCacheHasAndGoOnPastFramesWithoutPicture) {
     EXPECT_EQ(workers.Left(), 0u);
     EXPECT_EQ(cache.Pictures(), pictures);
 
-    FrameSource cut = file.Source(cache, pool, 10);
+    FrameSource cut = file.Source(cache, memory, 10);
     EXPECT_EQ(FrameRun::Workers(cut, {1, 1}, Scale::Full, 4, noHandle).Next()->frame, 2u);
     cut.firstFrame = 20;
     cut.frameCount = 5;

@@ -9,7 +9,7 @@
 #include "Vexmora/Vexmora.h"
 #include "frames/MissingAnchors.h"
 #include "memory/FrameCache.h"
-#include "memory/PlanePool.h"
+#include "memory/Memory.h"
 
 namespace VexmoraHost {
 
@@ -25,7 +25,8 @@ struct FrameSource {
     Vexmora::FileInfo info;
     std::uint32_t cacheId;
     FrameCache& cache;
-    PlanePool& pool;
+    /// For the samples.
+    Memory& memory;
 
     /// The frame whose own picture a record is. Pictures before the first usable one get numbers that no
     /// frame has; they are never handed out.

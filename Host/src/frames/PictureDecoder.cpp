@@ -16,7 +16,7 @@ constexpr std::uint8_t kMidGrey = 128;
 
 // The samples live as long as the picture.
 struct DecodedPicture {
-    PlaneMemory memory;
+    MemoryBlock memory;
     Picture picture;
 };
 
@@ -45,9 +45,9 @@ PictureDecoder::PictureDecoder(const FrameSource& inSource, Scale inScale)
 
 SharedPicture PictureDecoder::Make(Vexmora_Handle inHandle, const PictureTask& inTask) const {
     const auto decoded = std::make_shared<DecodedPicture>();
-    decoded->memory = mSource.pool.Take(mLayout.bytes);
+    decoded->memory = MemoryBlock(mSource.memory, mLayout.bytes);
     const FramePlanes output = PlanesIn(decoded->memory.Bytes(), mLayout);
-    PlaneMemory grey;
+    MemoryBlock grey;
     const auto references = ReferencePlanes(inTask, grey);
     const FramePlanes concealment = references[inTask.predictedFrom[kPast] != nullptr ? kPast : kFuture];
 
@@ -73,14 +73,14 @@ SharedPicture PictureDecoder::Make(Vexmora_Handle inHandle, const PictureTask& i
 
 // Those that are lost are grey: without planes the library would predict from what its output held.
 std::array<FramePlanes, 2> PictureDecoder::ReferencePlanes(const PictureTask& inTask,
-                                                           PlaneMemory& ioGrey) const {
+                                                           MemoryBlock& ioGrey) const {
     std::array<FramePlanes, 2> planes{};
     for (const Direction direction : {kPast, kFuture}) {
         if (const SharedPicture& reference = inTask.predictedFrom[direction]) {
             planes[direction] = PlanesOf(*reference);
         } else if (inTask.references.isNeeded[direction]) {
             if (ioGrey.Bytes() == nullptr) {
-                ioGrey = mSource.pool.Take(mLayout.bytes);
+                ioGrey = MemoryBlock(mSource.memory, mLayout.bytes);
                 std::memset(ioGrey.Bytes(), kMidGrey, ioGrey.Size());
             }
             planes[direction] = PlanesIn(ioGrey.Bytes(), mLayout);

@@ -7,6 +7,7 @@
 #include "VexmoraHost/Picture.h"
 #include "frames/FrameGraph.h"
 #include "frames/PictureLayout.h"
+#include "memory/MemoryBlock.h"
 
 namespace VexmoraHost {
 
@@ -36,7 +37,7 @@ class PictureDecoder {
     void Keep(std::int32_t inRecord, const SharedPicture& inPicture) const;
 
   private:
-    std::array<Vexmora::FramePlanes, 2> ReferencePlanes(const PictureTask& inTask, PlaneMemory& ioGrey) const;
+    std::array<Vexmora::FramePlanes, 2> ReferencePlanes(const PictureTask& inTask, MemoryBlock& ioGrey) const;
     std::uint64_t InheritedDamage(const PictureTask& inTask) const;
     FrameCache::Key KeyOf(std::int32_t inRecord) const;
 

@@ -85,11 +85,6 @@ FrameCache& ProcessFrameCache() {
     return cache;
 }
 
-PlanePool& ProcessPlanePool() {
-    static PlanePool& pool = *new PlanePool(ProcessMemory(), kSparePlaneBytes);
-    return pool;
-}
-
 std::uint32_t CacheIdFor(const Guid& inIdentity) {
     CacheIds& known = ProcessCacheIds();
     const std::scoped_lock lock(known.mutex);

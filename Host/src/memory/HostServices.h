@@ -10,22 +10,17 @@
 #include "memory/BlockCache.h"
 #include "memory/FrameCache.h"
 #include "memory/Memory.h"
-#include "memory/PlanePool.h"
 
 namespace VexmoraHost {
-
-/// Bytes of unused plane memory that the process keeps at most, beside what the frame cache keeps.
-inline constexpr std::size_t kSparePlaneBytes = std::size_t{32} << 20;
 
 /// The memory and the block cache behind Services, one of each in the process. They are never destroyed: the
 /// library may release a block at any time before the process ends.
 Memory& ProcessMemory();
 BlockCache& ProcessBlockCache();
 
-/// The decoded pictures of all movies of the process, and the memory that they are decoded into. Never
-/// destroyed either: pictures may outlive the movie that they came from.
+/// The decoded pictures of all movies of the process. Never destroyed either: pictures may outlive the movie
+/// that they came from.
 FrameCache& ProcessFrameCache();
-PlanePool& ProcessPlanePool();
 
 /// The identifier under which the blocks of this content are cached in this process: the same for the same
 /// identity, never 0 (0, no caching, only after 2^32 - 1 different files). Throws std::bad_alloc.

@@ -12,9 +12,8 @@ namespace {
 #endif
 
 // What is as large as this comes in pages, but where a sanitizer watches what comes from the allocator.
-constexpr std::size_t kLeastBytesInPages = __has_feature(address_sanitizer)
-                                               ? std::numeric_limits<std::size_t>::max()
-                                               : std::size_t{128} << 10;
+constexpr std::size_t kLeastBytesInPages =
+    __has_feature(address_sanitizer) ? std::numeric_limits<std::size_t>::max() : std::size_t{128} << 10;
 
 }  // namespace
 

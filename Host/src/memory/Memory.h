@@ -45,8 +45,9 @@ class Memory {
 
   private:
     static constexpr std::uint32_t kNoSlot = std::numeric_limits<std::uint32_t>::max();
-    /// Unused bytes that are kept for large blocks to come.
-    static constexpr std::size_t kSpareBytes = std::size_t{16} << 20;
+    /// Unused bytes that are kept for large blocks to come. Getting megabytes from the system and touching
+    /// them for the first time takes a good part of the time of decoding a picture into them.
+    static constexpr std::size_t kSpareBytes = std::size_t{32} << 20;
 
     // A handle is generation << 32 | slot index + 1. The generation grows with every block that the slot has
     // held, so the handle of a freed block does not name its successor.

@@ -53,4 +53,9 @@ void PagePool::GiveBack(std::uint8_t* inBlock, std::size_t inBytes) noexcept {
     for (const Block& block : std::span(displaced).first(count)) Posix::UnmapPages(block.bytes, block.size);
 }
 
+std::size_t PagePool::SpareBytes() const noexcept {
+    const std::scoped_lock lock(mMutex);
+    return mSpareBytes;
+}
+
 }  // namespace VexmoraHost

@@ -26,6 +26,8 @@ class PagePool {
     std::uint8_t* Take(std::size_t inBytes, std::size_t inAlignment) noexcept;
     /// @param inBytes as many as Take was asked for.
     void GiveBack(std::uint8_t* inBlock, std::size_t inBytes) noexcept;
+    /// Bytes of unused blocks kept now.
+    std::size_t SpareBytes() const noexcept;
 
   private:
     static constexpr std::size_t kMostSpareBlocks = 64;
@@ -36,7 +38,7 @@ class PagePool {
     };
 
     const std::size_t mSpareLimit;
-    std::mutex mMutex;          // guards all below
+    mutable std::mutex mMutex;  // guards all below
     std::vector<Block> mSpare;  // the one given back last at the end; never grows past its first reservation
     std::size_t mSpareBytes = 0;
 };
