@@ -2,7 +2,7 @@
 from bisect import bisect_right
 from dataclasses import dataclass
 
-from media import PACK, PACKET, VIDEO, find_all
+from media import PACK, PACKET, SEQUENCE_HEADER, VIDEO, find_all
 
 MOST_BYTES = 400
 MOST_PACKETS = 40
@@ -48,6 +48,10 @@ class Copy:
         if any(start + moved not in self._packets for start in self.media.starts_in(extent.begin, extent.end)):
             return None
         return extent.begin + moved
+
+    def has_more_headers(self):
+        """Whether there are more sequence headers than before; those across packets do not count."""
+        return self.data.count(SEQUENCE_HEADER) > self.media.data.count(SEQUENCE_HEADER)
 
     def is_swallowed(self, place):
         """Whether video bytes before the picture at this place read as a PES header that reaches into it."""
@@ -107,7 +111,7 @@ def inserted_bytes(random, media):
 def changed_sizes(random, media):
     """Width, height, aspect and rate in the stream's first header, or the bits of its extension. Pictures are large or
     have one long side: of both, all frames would take minutes."""
-    at = media.data.index(b'\0\0\1\xb3') + 4
+    at = media.data.index(SEQUENCE_HEADER) + 4
     extension = media.data.find(b'\0\0\1\xb5', at) + 4
     width, height = random.choice(((1023, 1023), (16, 4095), (4095, 16)))
     size = random.randint(1, width) << 20 | random.randint(1, height) << 8 | random.randrange(256)

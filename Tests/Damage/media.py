@@ -5,6 +5,7 @@ from dataclasses import dataclass
 PACKET = 188
 SYNC = 0x47
 PACK, END, VIDEO = 0xba, 0xb9, 0xe0
+SEQUENCE_HEADER = b'\0\0\1\xb3'
 
 
 @dataclass(frozen=True)
@@ -112,6 +113,13 @@ class Media:
                 begin, end = code, end + 1
             extents.append(Extent(begin, len(self.data) if closing is None else end, closing is None))
         return extents
+
+
+def header_before(data, picture):
+    """The sequence header that governs a picture, with all behind it up to the next picture."""
+    code = data.find(b'\0\0\1\0', picture.begin)
+    begin = max(data.rfind(SEQUENCE_HEADER, 0, code), 0)
+    return Extent(begin, data.find(b'\0\0\1\0', begin), False)
 
 
 def find_all(data, pattern):
