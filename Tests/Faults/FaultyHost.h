@@ -36,7 +36,7 @@ class FaultyHost {
     void ForgetIndex() { mLocation.Forget(); }
 
     /// Blocks held by anybody but the cache.
-    std::size_t BlocksHeld() const { return mMemory.LiveBlocks() - mCache.Blocks(); }
+    std::size_t BlocksHeld() const { return mMemory.LiveBlocks() - mCache.Count(); }
     /// Releases and addresses of blocks that are not there.
     std::uint32_t Misuses() const { return mMisuses; }
 
@@ -70,14 +70,14 @@ class FaultyHost {
     static void Add(std::uint32_t inCacheId, MemoryHandle inBlock, std::uint32_t inNumber) {
         if (IsToFail(Call::CacheAdd)) return;
         const HostCode host;
-        sHost->mCache.Add(inCacheId, inBlock, inNumber);
+        const VexmoraHost::BlockReference block(sHost->mMemory, inBlock);
+        if (block.Block() != 0) sHost->mCache.Add({inCacheId, inNumber}, block, sHost->mMemory.Size(inBlock));
     }
     static std::int32_t Find(std::uint32_t inCacheId, std::uint32_t inNumber, MemoryHandle* outBlock) {
         if (IsToFail(Call::CacheFind)) return FailingStatus();
         const HostCode host;
-        const auto found = sHost->mCache.Find(inCacheId, inNumber);
-        if (found) *outBlock = *found;
-        return found ? 0 : -1;
+        *outBlock = sHost->mCache.Find({inCacheId, inNumber}).Detach();
+        return *outBlock != 0 ? 0 : -1;
     }
 
     // The location functions of the folder's host, unless the call is to fail.
@@ -108,7 +108,7 @@ class FaultyHost {
     }
 
     VexmoraHost::Memory mMemory;
-    VexmoraHost::BlockCache mCache{mMemory, std::size_t{64} << 20};  // gives its blocks back first
+    VexmoraHost::BlockCache mCache{std::size_t{64} << 20};  // gives its blocks back first
     FolderHost mLocation;
     const std::uint32_t mCacheId;
     std::atomic<std::uint32_t> mFailures{0};

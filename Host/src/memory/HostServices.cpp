@@ -28,7 +28,9 @@ CacheIds& ProcessCacheIds() {
 
 void AddBlock(std::uint32_t inCacheId, Vexmora::MemoryHandle inBlock, std::uint32_t inBlockNumber) {
     try {
-        ProcessBlockCache().Add(inCacheId, inBlock, inBlockNumber);
+        const BlockReference block(ProcessMemory(), inBlock);
+        if (block.Block() == 0) return;
+        ProcessBlockCache().Add({inCacheId, inBlockNumber}, block, ProcessMemory().Size(inBlock));
     } catch (const std::bad_alloc&) {
         // The block is not kept; it will be read again.
     }
@@ -37,9 +39,9 @@ void AddBlock(std::uint32_t inCacheId, Vexmora::MemoryHandle inBlock, std::uint3
 std::int32_t FindBlock(std::uint32_t inCacheId, std::uint32_t inBlockNumber,
                        Vexmora::MemoryHandle* outBlock) {
     if (outBlock == nullptr) return kFailed;
-    const auto block = ProcessBlockCache().Find(inCacheId, inBlockNumber);
-    if (!block) return kFailed;
-    *outBlock = *block;
+    BlockReference block = ProcessBlockCache().Find({inCacheId, inBlockNumber});
+    if (block.Block() == 0) return kFailed;
+    *outBlock = block.Detach();
     return kDone;
 }
 
@@ -76,7 +78,7 @@ Memory& ProcessMemory() {
 }
 
 BlockCache& ProcessBlockCache() {
-    static BlockCache& cache = *new BlockCache(ProcessMemory(), kDefaultBlockCacheBytes);
+    static BlockCache& cache = *new BlockCache(kDefaultBlockCacheBytes);
     return cache;
 }
 
