@@ -50,7 +50,7 @@ void Measure(benchmark::State& ioState, const std::string& inPrimitive, bool inI
 /// inMake makes the call out of a table.
 template <typename Make>
 void Register(const std::string& inPrimitive, const Make& inMake) {
-    const int highest = TableFor(kVariantCount - 1, ReadProcessorFacts());
+    const int highest = TableFor(kVariantCount - 1, RunningProcessor());
     for (int table = -1; table <= highest; ++table) {
         const PrimitiveTable& primitives = table < 0 ? PortablePrimitives() : PrimitivesAt(table);
         const std::string name = inPrimitive + (table < 0 ? "/portable" : "/table" + std::to_string(table));

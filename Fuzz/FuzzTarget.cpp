@@ -8,7 +8,6 @@
 #include <cstdlib>
 
 #include "Vexmora/ContractSink.h"
-#include "mpeg2/DecodingTables.h"
 #include "primitives/PrimitiveTable.h"
 #include "primitives/Variant.h"
 
@@ -30,7 +29,6 @@ void WearOutTheTolerance() {
 
 bool SetUp() {
     testing::GTEST_FLAG(throw_on_failure) = true;
-    static const DecodingTables kKept;  // or each input would build them
     WearOutTheTolerance();
     return true;
 }

@@ -56,9 +56,11 @@ bool RunsAvx2(const ProcessorFacts& inFacts) {
     return OsSavesAvx(inFacts) && (inFacts.leaf7Ebx & kAvx2AndBmi2) == kAvx2AndBmi2;
 }
 
+namespace {
+
 #if defined(__x86_64__)
 
-ProcessorFacts ReadProcessorFacts() {
+ProcessorFacts ReadFacts() {
     ProcessorFacts facts;
     std::uint32_t eax = 0, ebx = 0, ecx = 0, edx = 0;
     if (__get_cpuid(0, &eax, &ebx, &ecx, &edx) == 0) return facts;
@@ -81,10 +83,17 @@ ProcessorFacts ReadProcessorFacts() {
 
 #else
 
-ProcessorFacts ReadProcessorFacts() {
+ProcessorFacts ReadFacts() {
     return {};
 }
 
 #endif
+
+}  // namespace
+
+const ProcessorFacts& RunningProcessor() {
+    static const ProcessorFacts facts = ReadFacts();
+    return facts;
+}
 
 }  // namespace Vexmora

@@ -41,8 +41,8 @@ struct ProcessorFacts {
     std::uint64_t extendedControl = 0;
 };
 
-/// The facts of the running processor.
-ProcessorFacts ReadProcessorFacts();
+/// The facts of the running processor, read once: under a hypervisor each look costs microseconds.
+const ProcessorFacts& RunningProcessor();
 
 /// Mask of the ProcessorFeature bits that inFacts name.
 std::uint32_t FeaturesOf(const ProcessorFacts& inFacts);

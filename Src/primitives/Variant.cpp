@@ -121,11 +121,11 @@ int TableFor(int inIndex, const ProcessorFacts& inFacts) {
 }
 
 int ProcessorTypeCode() {
-    return ProcessorTypeCode(ReadProcessorFacts());
+    return ProcessorTypeCode(RunningProcessor());
 }
 
 SelectStatus SelectProcessorVariant(int inCode) {
-    const ProcessorFacts facts = ReadProcessorFacts();
+    const ProcessorFacts& facts = RunningProcessor();
     const VariantChoice choice = ChooseVariant(inCode, facts);
     if (choice.Selects()) {
         gSelection.index.store(choice.variant.index, std::memory_order_relaxed);

@@ -24,7 +24,7 @@ struct NamedTable {
 /// The portable implementation and every table that the running processor can execute.
 inline std::vector<NamedTable> RunnableTables() {
     std::vector<NamedTable> tables{{&PortablePrimitives(), "portable"}};
-    const int highest = TableFor(kVariantCount - 1, ReadProcessorFacts());
+    const int highest = TableFor(kVariantCount - 1, RunningProcessor());
     for (int table = 0; table <= highest; ++table) {
         tables.push_back({&PrimitivesAt(table), "table " + std::to_string(table)});
     }

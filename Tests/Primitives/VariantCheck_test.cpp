@@ -21,7 +21,7 @@ class VariantCheck : public testing::TestWithParam<int> {
 };
 
 int RunnableTableCount() {
-    return TableFor(kVariantCount - 1, ReadProcessorFacts()) + 1;
+    return TableFor(kVariantCount - 1, RunningProcessor()) + 1;
 }
 INSTANTIATE_TEST_SUITE_P(Table, VariantCheck, testing::Range(0, RunnableTableCount()),
                          testing::PrintToStringParamName());
