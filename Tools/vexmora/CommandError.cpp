@@ -12,7 +12,7 @@ namespace {
 
 std::string_view AdviceFor(std::error_code inError) {
     if (inError == std::errc::no_such_file_or_directory) return "check the name";
-    if (inError == std::errc::permission_denied) return "ask its owner for permission to read it";
+    if (inError == std::errc::permission_denied) return "ask its owner for permission";
     if (inError == std::errc::no_space_on_device) return "make room, or write somewhere else";
     if (inError == std::errc::io_error) return "check the medium, or copy the file from it first";
     return "correct that and try again";
