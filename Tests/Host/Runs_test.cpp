@@ -172,7 +172,7 @@ TEST_F(Runs, TakeWhatTheCacheHasAndGoOnPastFramesWithoutPicture) {
     const auto noHandle = [] { return Vexmora_Handle{}; };
     const FrameSource sound = file.Source(cache, memory);
     const SharedPicture kept = FrameDecoder(sound, Scale::Full).Frame(4);
-    const std::size_t pictures = cache.Pictures();
+    const std::size_t pictures = cache.Count();
     FrameRun::Workers workers(sound, {3, 5}, Scale::Full, 4, noHandle);
     for (std::uint32_t frame = 3; frame < 8; ++frame) {
         const SharedPicture picture = workers.Next();
@@ -180,7 +180,7 @@ TEST_F(Runs, TakeWhatTheCacheHasAndGoOnPastFramesWithoutPicture) {
         EXPECT_EQ(picture->frame, frame);
     }
     EXPECT_EQ(workers.Left(), 0u);
-    EXPECT_EQ(cache.Pictures(), pictures);
+    EXPECT_EQ(cache.Count(), pictures);
 
     FrameSource cut = file.Source(cache, memory, 10);
     EXPECT_EQ(FrameRun::Workers(cut, {1, 1}, Scale::Full, 4, noHandle).Next()->frame, 2u);
