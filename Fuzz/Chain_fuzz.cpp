@@ -4,7 +4,7 @@
 
 #include "FuzzTarget.h"
 #include "IndexSense.h"
-#include "Platform/TemporaryFolder.h"
+#include "Support/TestFiles.h"
 #include "VisitedFrames.h"
 
 namespace Vexmora::Test {
@@ -79,7 +79,7 @@ void FuzzOne(Choices& ioChoices) {
     const Way way = WayOf(ioChoices.Below(kWays));
     const Scale& scale = kScales[ioChoices.Below(kScales.size())];
     const Edge edge = ioChoices.Below(2) == 0 ? Edge::End : Edge::Begin;
-    const Setup setup{folder.Native("media"), folder.Native(""), scale, edge};
+    const Setup setup{folder / "media", folder.Path(), scale, edge};
     WriteAll(setup.media, ioChoices.Rest());
     const Outcome outcome = OpenAndDecode(setup, {});
     EXPECT_TRUE(OpenAndDecode(setup, way) == outcome);

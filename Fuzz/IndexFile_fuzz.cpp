@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "FuzzTarget.h"
-#include "Platform/TemporaryFolder.h"
+#include "Support/TestFiles.h"
 #include "VisitedFrames.h"
 
 namespace Vexmora::Test {
@@ -24,9 +24,9 @@ class Media {
         WriteAll(Path(2), Join({tables, TransportStream(video, {}).bytes}));
     }
     std::filesystem::path Path(std::size_t inKind) const {
-        return mFolder.Native("media" + std::to_string(inKind));
+        return mFolder / ("media" + std::to_string(inKind));
     }
-    std::filesystem::path Folder() const { return mFolder.Native(""); }
+    std::filesystem::path Folder() const { return mFolder.Path(); }
     /// Where the library looks for the index file of a recording that is not known.
     std::filesystem::path IndexPath(std::size_t inKind) const { return Path(inKind).string() + ".mpgindex"; }
 

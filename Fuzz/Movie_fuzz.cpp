@@ -5,8 +5,8 @@
 
 #include "FuzzTarget.h"
 #include "GuardedPicture.h"
-#include "Platform/TemporaryFolder.h"
 #include "Support/FolderHost.h"
+#include "Support/TestFiles.h"
 #include "VexmoraHost/Movie.h"
 
 namespace Vexmora::Test {
@@ -81,12 +81,12 @@ void FuzzOne(Choices& ioChoices) {
     static const TemporaryFolder folder;
     const auto scale = static_cast<Scale>(ioChoices.Below(3));
     const auto threads = static_cast<unsigned>(1 + ioChoices.Below(4));
-    const std::filesystem::path media = folder.Native("media");
+    const std::filesystem::path media = folder / "media";
     WriteAll(media, ioChoices.Rest());
     VexmoraHost::DropFrames();
     VexmoraHost::DropBlocks();
     try {
-        Movie movie = Movie::Open(media, {.indexDir = folder.Native("index")});
+        Movie movie = Movie::Open(media, {.indexDir = folder / "index"});
         ExpectSameFrames(movie, scale, threads);
     } catch (const VexmoraHost::Error& error) {
         EXPECT_NE(error.Status(), Vexmora_Ok);

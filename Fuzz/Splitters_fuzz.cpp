@@ -42,7 +42,7 @@ std::vector<Delivery> Read(const UTF16String& inPath, std::size_t inFileSize, co
 }  // namespace
 
 void FuzzOne(Choices& ioChoices) {
-    static const TemporaryFolder folder;
+    static const PlatformFolder folder;
     const Way way = WayOf(ioChoices.Below(kWays));
     const std::uint32_t extraBytes = 64u * ioChoices.Byte();
     const Reading reading{1, 4096u + 37 * ioChoices.Byte()};

@@ -18,17 +18,13 @@ constexpr std::size_t kCallBytes = 16 * 1024 * 1024;
 class Files : public testing::Test {
   protected:
     Files() {
-        std::string name = (fs::temp_directory_path() / "vexmora_files_XXXXXX").string();
-        mFolder = mkdtemp(name.data());
-        mMedia = mFolder / "media.bin";
-        mHost.emplace(mFolder);
+        mHost.emplace(mFolder.Path());
         Vexmora_Startup();
     }
     ~Files() override {
         Vexmora_CloseFile(mHandle);
         Vexmora_Shutdown();
         EXPECT_EQ(mHost->LiveBlocks(), 0);
-        fs::remove_all(mFolder);
     }
 
     Vexmora_Status Open(IndexHeader* outHeader = nullptr) {
@@ -59,8 +55,8 @@ class Files : public testing::Test {
                      Bytes(40, 0)});
     }
 
-    fs::path mFolder;
-    fs::path mMedia;
+    const TemporaryFolder mFolder;
+    const fs::path mMedia = mFolder / "media.bin";
     std::optional<FolderHost> mHost;
     Vexmora_Handle mHandle = nullptr;
     std::vector<float> mProgress;
@@ -234,7 +230,7 @@ TEST_F(Files, AHostThatFailsGetsAStatusAndItsMemoryBack) {
     for (const Fault fault : {Fault::AllocateFails, Fault::NoHandle, Fault::AddressFails, Fault::NoAddress}) {
         Vexmora_CloseFile(mHandle);
         mHandle = nullptr;
-        mHost.emplace(mFolder, fault);
+        mHost.emplace(mFolder.Path(), fault);
         EXPECT_EQ(Open(), Vexmora_Failure);
         EXPECT_EQ(mHandle, nullptr);
         std::uint8_t* buffer = nullptr;
@@ -243,7 +239,7 @@ TEST_F(Files, AHostThatFailsGetsAStatusAndItsMemoryBack) {
         EXPECT_EQ(buffer, nullptr);
         EXPECT_EQ(mHost->LiveBlocks(), 0);
     }
-    mHost.emplace(mFolder);
+    mHost.emplace(mFolder.Path());
     ASSERT_EQ(Open(), Vexmora_Ok) << "the index lies at the default path";
     using Failure = FolderHost::Failure;
     for (const Failure failure : {Failure::Folder, Failure::Identity, Failure::Register}) {

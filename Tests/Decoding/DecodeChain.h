@@ -110,7 +110,7 @@ Vexmora_Status DecodeFrame(Vexmora_Handle inHandle, std::int32_t inFrame, const 
 class DecodeChain {
   public:
     explicit DecodeChain(const std::filesystem::path& inMedia, const Scale& inScale = kFullSize)
-        : mFolder(MakeFolder()), mMedia(inMedia), mHost(mFolder), mScale(inScale) {
+        : mMedia(inMedia), mHost(mFolder.Path()), mScale(inScale) {
         Vexmora_Startup();
         Vexmora_Status status = Open();
         if (status == Vexmora_NotFinished) {
@@ -125,7 +125,6 @@ class DecodeChain {
     ~DecodeChain() {
         Vexmora_CloseFile(mHandle);
         Vexmora_Shutdown();
-        std::filesystem::remove_all(mFolder);
     }
     DecodeChain(const DecodeChain&) = delete;
     DecodeChain& operator=(const DecodeChain&) = delete;
@@ -163,12 +162,7 @@ class DecodeChain {
     static constexpr std::int32_t kNone = kNoReference;
 
   private:
-    static std::filesystem::path MakeFolder() {
-        std::string name = (std::filesystem::temp_directory_path() / "vexmora_decode_XXXXXX").string();
-        return mkdtemp(name.data());
-    }
-
-    const std::filesystem::path mFolder;
+    const TemporaryFolder mFolder;
     const std::filesystem::path mMedia;
     FolderHost mHost;
     const Scale mScale;

@@ -20,16 +20,11 @@ Bytes VideoHeaders() {
 
 class FrameAccess : public testing::Test {
   protected:
-    FrameAccess() {
-        std::string name = (std::filesystem::temp_directory_path() / "vexmora_frames_XXXXXX").string();
-        mFolder = mkdtemp(name.data());
-        Vexmora_Startup();
-    }
+    FrameAccess() { Vexmora_Startup(); }
     ~FrameAccess() override {
         Vexmora_CloseFile(mHandle);
         Vexmora_Shutdown();
         EXPECT_EQ(mHost.LiveBlocks(), 0);
-        std::filesystem::remove_all(mFolder);
     }
 
     Bytes RandomFrame(unsigned inReference, unsigned inType) {
@@ -52,7 +47,7 @@ class FrameAccess : public testing::Test {
     }
 
     Random mRandom{3};
-    std::filesystem::path mFolder;
+    const TemporaryFolder mFolder;
     ExactHost mHost;
     Vexmora_Handle mHandle = nullptr;
     Picture420 mPicture{128 * kSequence.height, 128 * kSequence.height / 2};

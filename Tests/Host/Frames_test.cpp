@@ -202,22 +202,5 @@ TEST_F(Frames, TellDamageAndWhatItReaches) {
     EXPECT_EQ(types.size(), 3u);
 }
 
-TEST_F(Frames, AnEarlierPictureStandsInForOneThatWasCutOut) {
-    const fs::path copy = mFolder / "cut.m2v";
-    fs::copy_file(kStreamFolder / "b2-open-352x288.m2v", copy);
-    const auto records = Open(copy).Records();
-    constexpr std::uint32_t kCut = 31;
-    ASSERT_EQ(PictureCodingType(records[kCut]), Vexmora::kPictureTypeB);
-    Tamper(copy, [&](std::string& ioBytes) { ioBytes.erase(records[kCut].offset, records[kCut].size); });
-    Movie movie = Open(copy);
-    EXPECT_EQ(movie.Records().size(), records.size());
-    const SharedPicture standIn = movie.Frame(kCut);
-    EXPECT_TRUE(standIn->damage.standsIn);
-    EXPECT_FALSE(standIn->damage.None());
-    EXPECT_EQ(standIn->frame, kCut - 1);
-    EXPECT_TRUE(SamplesOf(*standIn) == SamplesOf(*movie.Frame(kCut - 1)));
-    EXPECT_FALSE(movie.Frame(kCut - 1)->damage.standsIn);
-}
-
 }  // namespace
 }  // namespace VexmoraHost

@@ -1,36 +1,18 @@
 // Folders, files and index files for the tests of the reference host.
 #pragma once
 
-#include <unistd.h>
-
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <string>
 
+#include "Support/TestFiles.h"
 #include "index/StoredIndex.h"
 
 namespace VexmoraHost {
 
-/// An empty folder that is removed with everything in it.
-class TemporaryFolder {
-  public:
-    TemporaryFolder() {
-        std::string path = (std::filesystem::temp_directory_path() / "vexmora-host-XXXXXX").native();
-        if (::mkdtemp(path.data()) == nullptr) throw std::filesystem::filesystem_error("mkdtemp", {});
-        mPath = path;
-    }
-    ~TemporaryFolder() { std::filesystem::remove_all(mPath); }
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-
-    std::filesystem::path operator/(const std::string& inName) const { return mPath / inName; }
-    const std::filesystem::path& Path() const { return mPath; }
-
-  private:
-    std::filesystem::path mPath;
-};
+using Vexmora::Test::TemporaryFolder;
 
 inline std::string ReadFile(const std::filesystem::path& inPath) {
     std::string bytes(std::filesystem::file_size(inPath), '\0');

@@ -5,7 +5,6 @@
 
 #include <array>
 #include <cstring>
-#include <thread>
 #include <vector>
 
 #include "memory/HostServices.h"
@@ -78,28 +77,6 @@ TEST(Memory, WhatCannotBeAllocatedIsRefused) {
     EXPECT_FALSE(memory.Allocate(std::size_t{1} << 62, 16));
     EXPECT_FALSE(memory.Allocate(~std::size_t{0}, 16));
     EXPECT_EQ(memory.LiveBlocks(), 0u);
-}
-
-TEST(Memory, ThreadsShareAndReleaseBlocks) {
-    Memory memory;
-    const auto shared = memory.Allocate(64, 64);
-    ASSERT_TRUE(shared);
-    std::vector<std::thread> threads;
-    threads.reserve(4);
-    for (int thread = 0; thread < 4; ++thread) {
-        threads.emplace_back([&] {
-            for (int round = 0; round < 2000; ++round) {
-                const auto own = memory.Allocate(32, 16);
-                ASSERT_TRUE(own && memory.AddReference(*shared));
-                std::memset(memory.Address(*own), round, 32);
-                EXPECT_TRUE(memory.Release(*own));
-                EXPECT_TRUE(memory.Release(*shared));
-            }
-        });
-    }
-    for (std::thread& thread : threads) thread.join();
-    EXPECT_EQ(memory.LiveBlocks(), 1u);
-    EXPECT_EQ(memory.LiveBytes(), 64u);
 }
 
 TEST(PagePool, LendsAgainWithinItsBound) {

@@ -12,6 +12,7 @@
 #include <string>
 
 #include "Support/StreamBuilder.h"
+#include "Support/TestFiles.h"
 
 namespace Vexmora::Test {
 namespace {
@@ -31,13 +32,8 @@ struct RealStream {
     std::map<std::string, std::string> facts;
 };
 
-Bytes ReadFile(const std::filesystem::path& inPath) {
-    std::ifstream file(inPath, std::ios::binary);
-    return Bytes(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
-}
-
 RealStream Load(const std::filesystem::path& inPath) {
-    RealStream stream{inPath.filename().string(), ReadFile(inPath), {}, {}};
+    RealStream stream{inPath.filename().string(), ReadAll(inPath), {}, {}};
     std::ifstream pictures(inPath.string() + ".pictures");
     for (std::string line; std::getline(pictures, line);) {  // such as B,1,0,0
         stream.frames.push_back({line.at(0), line.at(2) == '1', line.at(4) == '1', line.at(6) - '0'});

@@ -16,7 +16,7 @@
 #include <utility>
 #include <vector>
 
-#include "Platform/TemporaryFolder.h"
+#include "Platform/PlatformFolder.h"
 
 using Orvet::AsyncFileReader;
 using Orvet::AsyncReadRequest;
@@ -52,7 +52,7 @@ std::ptrdiff_t ThreadCount() {
 }
 
 TEST(AsyncFileReader, ReadsInOrderAndOnlyThenHasAThread) {
-    const TemporaryFolder folder;
+    const PlatformFolder folder;
     File file;
     ASSERT_EQ(0, file.Open(folder.Write("a", "0123456789"), FileAccess::Read));
     std::filesystem::remove(folder.Native("a"));
@@ -108,7 +108,7 @@ void QueueUntilRefused(AsyncFileReader& ioReader, const AsyncReadRequest& inRequ
 }
 
 TEST(AsyncFileReader, CloseCompletesWhatIsQueuedAsCancelled) {
-    const TemporaryFolder folder;
+    const PlatformFolder folder;
     File file;
     ASSERT_EQ(0, file.Open(folder.Write("a", "0123456789"), FileAccess::Read));
     AsyncFileReader reader;
@@ -135,7 +135,7 @@ TEST(AsyncFileReader, CloseCompletesWhatIsQueuedAsCancelled) {
 }
 
 TEST(AsyncFileReader, ClosingWhileOthersQueueForgetsNothing) {
-    const TemporaryFolder folder;
+    const PlatformFolder folder;
     File file;
     ASSERT_EQ(0, file.Open(folder.Write("a", std::string(100'000, 'x')), FileAccess::Read));
     for (int round = 0; round < 30; ++round) {
@@ -165,7 +165,7 @@ TEST(AsyncFileReader, ClosingWhileOthersQueueForgetsNothing) {
 }
 
 TEST(AsyncFileReader, RefusesWhatCannotBeRead) {
-    const TemporaryFolder folder;
+    const PlatformFolder folder;
     File file;
     ASSERT_EQ(0, file.Open(folder.Write("a", "x"), FileAccess::Read));
     AsyncFileReader reader;

@@ -15,7 +15,7 @@
 #include <utility>
 
 #include "Orvet/DiskUtils.h"
-#include "Platform/TemporaryFolder.h"
+#include "Platform/PlatformFolder.h"
 
 using Orvet::File;
 using Orvet::FileAccess;
@@ -40,7 +40,7 @@ std::int32_t CreateNew(File& outFile, const UTF16String& inPath) {
 }
 
 TEST(File, ReadsAndPositions) {
-    const TemporaryFolder folder;
+    const PlatformFolder folder;
     const UTF16String path = folder.Write("a", "0123456789");
     File file;
     ASSERT_EQ(0, file.Create(path, FileAccess::Read, FileShare::Read, FileDisposition::OpenExisting,
@@ -65,7 +65,7 @@ TEST(File, ReadsAndPositions) {
 }
 
 TEST(File, WritesPastFourGiBAndNeverOverwrites) {
-    const TemporaryFolder folder;
+    const PlatformFolder folder;
     const UTF16String path = folder.Path("big");
     constexpr std::int64_t kFar = std::int64_t{5} << 30;
     File file;
@@ -81,7 +81,7 @@ TEST(File, WritesPastFourGiBAndNeverOverwrites) {
 }
 
 TEST(File, ShortWriteIsAFailure) {
-    const TemporaryFolder folder;
+    const PlatformFolder folder;
     File file;
     ASSERT_EQ(0, CreateNew(file, folder.Path("limited")));
     rlimit before{};
@@ -97,7 +97,7 @@ TEST(File, ShortWriteIsAFailure) {
 }
 
 TEST(File, RefusesWhatIsNoRegularFileWithoutBlocking) {
-    const TemporaryFolder folder;
+    const PlatformFolder folder;
     ASSERT_EQ(0, mkfifo(folder.Native("pipe").c_str(), 0600));
     const UTF16String cut = folder.Write("a", "x") + char16_t{0} + UTF16String(u"b");
     File file;
@@ -117,7 +117,7 @@ TEST(File, RefusesWhatIsNoRegularFileWithoutBlocking) {
 }
 
 TEST(File, TellsTheModificationTime) {
-    const TemporaryFolder folder;
+    const PlatformFolder folder;
     const UTF16String path = folder.Write("a", "");
     const std::array<timespec, 2> times = {timespec{1, 1}, timespec{1'500'000'000, 123'000'000}};
     ASSERT_EQ(0, utimensat(AT_FDCWD, folder.Native("a").c_str(), times.data(), 0));
@@ -128,7 +128,7 @@ TEST(File, TellsTheModificationTime) {
 }
 
 TEST(DiskUtils, GivesAPowerOfTwoInRange) {
-    const TemporaryFolder folder;
+    const PlatformFolder folder;
     for (const UTF16String& path : {folder.Write("a", "x"), UTF16String(u"/proc/self/status")}) {
         std::uint32_t size = 0;
         ASSERT_EQ(0, Orvet::DiskUtils::GetEfficientDiskBufferSizeFromPath(path, size));

@@ -9,7 +9,7 @@
 #include <string>
 
 #include "Orvet/File.h"
-#include "Platform/TemporaryFolder.h"
+#include "Platform/PlatformFolder.h"
 
 using namespace Orvet::PathUtils;
 
@@ -73,7 +73,7 @@ TEST(PathUtils, TakesPathsApart) {
 }
 
 TEST(PathUtils, MakesNamesThatNobodyHas) {
-    const TemporaryFolder folder;
+    const PlatformFolder folder;
     EXPECT_EQ(folder.Path("m.m2v.idx"), MakeUniqueFilename(folder.Path("m.m2v.idx")));
     folder.Write("m.m2v.idx", "");
     EXPECT_EQ(folder.Path("m.m2v (2).idx"), MakeUniqueFilename(folder.Path("m.m2v.idx")));
@@ -89,7 +89,7 @@ TEST(PathUtils, MakesNamesThatNobodyHas) {
 }
 
 TEST(PathUtils, NamesThatAreNoUTF8CanBeOpened) {
-    const TemporaryFolder folder;
+    const PlatformFolder folder;
     const UTF16String path = folder.Write("caf\xE9\xED\xA0\x80.m2v", "x");
     EXPECT_EQ(1, Orvet::File::SizeOnDisk(path));
     EXPECT_NE(path, MakeUniqueFilename(path));

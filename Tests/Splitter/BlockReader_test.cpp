@@ -28,7 +28,7 @@ struct Fixture {
         return byte;
     }
     CountingHost host;
-    TemporaryFolder folder;
+    PlatformFolder folder;
     UTF16String path;
     BlockReader reader;
 };

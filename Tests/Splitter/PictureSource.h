@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "Platform/TemporaryFolder.h"
+#include "Platform/PlatformFolder.h"
 #include "Splitter/CountingHost.h"
 #include "Splitter/Splitter.h"
 #include "Support/StreamBuilder.h"
@@ -61,7 +61,7 @@ inline Bytes Joined(const std::vector<Delivery>& inDeliveries) {
     return all;
 }
 
-inline UTF16String Write(const TemporaryFolder& inFolder, const Bytes& inBytes) {
+inline UTF16String Write(const PlatformFolder& inFolder, const Bytes& inBytes) {
     return inFolder.Write("stream", std::string(inBytes.begin(), inBytes.end()));
 }
 

@@ -4,8 +4,6 @@
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 
 #include "Splitter/PictureSource.h"
 
@@ -13,11 +11,6 @@ namespace Vexmora::Test {
 namespace {
 
 constexpr std::uint32_t kLargeCapacity = 8 << 20;
-
-Bytes ReadFile(const std::filesystem::path& inPath) {
-    std::ifstream file(inPath, std::ios::binary);
-    return Bytes(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
-}
 
 std::vector<std::filesystem::path> StreamPaths() {
     std::vector<std::filesystem::path> paths;
@@ -32,13 +25,13 @@ std::vector<std::filesystem::path> StreamPaths() {
     return paths;
 }
 
-Bytes ElementaryStream(const std::filesystem::path& inPath, const TemporaryFolder& inFolder) {
-    if (inPath.extension() == ".m2v") return ReadFile(inPath);
+Bytes ElementaryStream(const std::filesystem::path& inPath, const PlatformFolder& inFolder) {
+    if (inPath.extension() == ".m2v") return Test::ReadAll(inPath);
     const std::string output = inFolder.Native("video.m2v");
     const std::string command = "ffmpeg -v error -nostdin -y -i '" + inPath.string() +
                                 "' -map 0:v:0 -c copy -f mpeg2video '" + output + "'";
     EXPECT_EQ(std::system(command.c_str()), 0);
-    return ReadFile(output);
+    return Test::ReadAll(output);
 }
 
 bool EndsWithPictureStartCode(const Bytes& inBytes) {
@@ -51,7 +44,7 @@ struct Reading {
     std::uint32_t blockSize;
 };
 
-std::vector<Delivery> ReadAll(const std::filesystem::path& inPath, const Reading& inReading) {
+std::vector<Delivery> ReadDeliveries(const std::filesystem::path& inPath, const Reading& inReading) {
     CountingHost host;
     PictureSource source(Orvet::PathUtils::FromNative(inPath.string()), host.Services(inReading.cacheId),
                          inReading.capacity, inReading.blockSize);
@@ -62,8 +55,9 @@ std::vector<Delivery> ReadAll(const std::filesystem::path& inPath, const Reading
 TEST(SplitterRealStreams, DeliverWhatFfmpegExtracts) {
     for (const auto& path : StreamPaths()) {
         SCOPED_TRACE(path);
-        const TemporaryFolder folder;
-        const std::vector<Delivery> all = ReadAll(path, {0, kLargeCapacity, BlockReader::kLeastBlockSize});
+        const PlatformFolder folder;
+        const std::vector<Delivery> all =
+            ReadDeliveries(path, {0, kLargeCapacity, BlockReader::kLeastBlockSize});
         EXPECT_EQ(all.back().status, ReadStatus::EndOfData);
         EXPECT_TRUE(Joined(all) == Join({ElementaryStream(path, folder), Bytes(4, 0)}));
         std::size_t largest = 0;
@@ -76,7 +70,7 @@ TEST(SplitterRealStreams, DeliverWhatFfmpegExtracts) {
         const auto tight = static_cast<std::uint32_t>(std::max(largest, all.back().bytes.size())) + 8193;
         for (const Reading& reading :
              {Reading{0, tight, 4096}, Reading{1, tight, 4099}, Reading{1, kLargeCapacity, 65537}}) {
-            EXPECT_TRUE(ReadAll(path, reading) == all) << "blocks of " << reading.blockSize;
+            EXPECT_TRUE(ReadDeliveries(path, reading) == all) << "blocks of " << reading.blockSize;
         }
     }
 }

@@ -52,7 +52,7 @@ class Source {
 
   private:
     CountingHost mHost;
-    TemporaryFolder mFolder;
+    PlatformFolder mFolder;
     PictureSource mSource;
 };
 

@@ -3,12 +3,10 @@
 
 #include <cstring>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
-#include <vector>
 
 #include "Support/ExactHost.h"
+#include "Support/TestFiles.h"
 #include "Vexmora/Vexmora.h"
 
 namespace Vexmora::Test {
@@ -78,15 +76,5 @@ class FolderHost {
     inline static Failure sFailure;
     inline static std::string sGuid;
 };
-
-inline std::vector<std::uint8_t> ReadAll(const std::filesystem::path& inPath) {
-    std::ifstream file(inPath, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
-inline void WriteAll(const std::filesystem::path& inPath, const std::vector<std::uint8_t>& inBytes) {
-    std::ofstream file(inPath, std::ios::binary | std::ios::trunc);
-    file.write(reinterpret_cast<const char*>(inBytes.data()), static_cast<std::streamsize>(inBytes.size()));
-}
 
 }  // namespace Vexmora::Test

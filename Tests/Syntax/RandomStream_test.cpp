@@ -30,16 +30,10 @@ class RandomStreams : public testing::TestWithParam<StreamPlan> {
         Features features;
         mStream = MakeRandomStream(GetParam(), SyntaxSeed(), features);
         mLayout = {mStream.sequence.width, mStream.sequence.height};
-        std::string folder = (fs::temp_directory_path() / "vexmora_syntax_XXXXXX").string();
-        mFolder = mkdtemp(folder.data());
-        mMedia = mFolder / "random.m2v";
         WriteAll(mMedia, mStream.All());
         Vexmora_Startup();
     }
-    void TearDown() override {
-        Vexmora_Shutdown();
-        fs::remove_all(mFolder);
-    }
+    void TearDown() override { Vexmora_Shutdown(); }
 
     struct References {
         FramePlanes forward{};
@@ -77,8 +71,8 @@ class RandomStreams : public testing::TestWithParam<StreamPlan> {
     const ExactHost mHost;
     RandomStream mStream;
     FrameLayout mLayout;
-    fs::path mFolder;
-    fs::path mMedia;
+    const TemporaryFolder mFolder;
+    const fs::path mMedia = mFolder / "random.m2v";
 };
 
 void RandomStreams::CompareEach(const Samples& inFrames, const Decode& inDecode) {

@@ -1,0 +1,47 @@
+// Files and folders of the tests.
+#pragma once
+
+#include <stdlib.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+namespace Vexmora::Test {
+
+/// An empty folder that is removed with everything in it.
+class TemporaryFolder {
+  public:
+    TemporaryFolder() {
+        std::string path = (std::filesystem::temp_directory_path() / "vexmora-test-XXXXXX").native();
+        if (mkdtemp(path.data()) == nullptr) throw std::filesystem::filesystem_error("mkdtemp", {});
+        mPath = path;
+    }
+    ~TemporaryFolder() {
+        std::error_code ignored;
+        std::filesystem::remove_all(mPath, ignored);
+    }
+    TemporaryFolder(const TemporaryFolder&) = delete;
+    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+
+    std::filesystem::path operator/(const std::filesystem::path& inName) const { return mPath / inName; }
+    const std::filesystem::path& Path() const { return mPath; }
+
+  private:
+    std::filesystem::path mPath;
+};
+
+inline std::vector<std::uint8_t> ReadAll(const std::filesystem::path& inPath) {
+    std::ifstream file(inPath, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+inline void WriteAll(const std::filesystem::path& inPath, const std::vector<std::uint8_t>& inBytes) {
+    std::ofstream file(inPath, std::ios::binary | std::ios::trunc);
+    file.write(reinterpret_cast<const char*>(inBytes.data()), static_cast<std::streamsize>(inBytes.size()));
+}
+
+}  // namespace Vexmora::Test
