@@ -1,10 +1,8 @@
-// Frames of movies of real encoders' streams: the same in any order, at every scale, with any cache; damage
-// is told, and told to those who are predicted from it.
+// Frames of movies of real encoders' streams: damage is told, and told to those who are predicted from it.
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <array>
-#include <numeric>
 #include <random>
 #include <set>
 
@@ -17,13 +15,6 @@ namespace {
 
 namespace fs = std::filesystem;
 const fs::path kStreamFolder = VEXMORA_STREAM_DIR;
-
-std::vector<std::uint32_t> RandomOrder(std::uint32_t inCount, std::uint32_t inSeed) {
-    std::vector<std::uint32_t> order(inCount);
-    std::iota(order.begin(), order.end(), 0u);
-    std::shuffle(order.begin(), order.end(), std::mt19937(inSeed));
-    return order;
-}
 
 // Leaves the caches of the process as they were, and empty.
 class Frames : public testing::Test {
@@ -42,44 +33,6 @@ class Frames : public testing::Test {
 
     TemporaryFolder mFolder;
 };
-
-TEST_F(Frames, AreThoseOfTheExportsInAnyOrderAtEveryScaleWithAnyBudget) {
-    constexpr std::size_t kNone = 0;
-    constexpr std::size_t kTwoSmallOrNone = 40000;
-    struct Row {
-        const char* name;
-        std::vector<std::size_t> budgets;
-    };
-    for (const Row& row :
-         {Row{"b3-100x76.ts", {kNone, kTwoSmallOrNone, kDefaultFrameCacheBytes}},
-          Row{"small-100x76.mpg", {kTwoSmallOrNone}}, Row{"started-open.m2v", {kDefaultFrameCacheBytes}},
-          Row{"enc-bottom-352x256.m2v", {kDefaultFrameCacheBytes}}}) {
-        SCOPED_TRACE(row.name);
-        Movie movie = Open(kStreamFolder / row.name);
-        IndexedFile plain(kStreamFolder / row.name);
-        const MovieInfo& info = movie.Info();
-        const std::uint32_t count = std::min(info.frameCount, 48u);
-        std::vector<std::uint32_t> forward(count);
-        std::iota(forward.begin(), forward.end(), 0u);
-        const std::vector<std::uint32_t> reverse(forward.rbegin(), forward.rend());
-        for (const std::size_t budget : row.budgets) {
-            ProcessFrameCache().SetBudget(budget);
-            for (const auto& order : {forward, reverse, RandomOrder(count, 3)}) {
-                ProcessFrameCache().Clear();
-                for (const std::uint32_t frame : order) {
-                    for (const Scale scale : kScales) {
-                        const SharedPicture picture = movie.Frame(frame, scale);
-                        const auto record = static_cast<std::int32_t>(info.firstFrame + frame);
-                        ASSERT_TRUE(SamplesOf(*picture) == plain.Plain(record, scale)) << frame;
-                        ASSERT_EQ(picture->frame, frame);
-                        ASSERT_EQ(picture->scale, scale);
-                    }
-                }
-                EXPECT_LE(ProcessFrameCache().Bytes(), budget);
-            }
-        }
-    }
-}
 
 TEST_F(Frames, OfIntactStreamsAreUndamaged) {
     int streams = 0;

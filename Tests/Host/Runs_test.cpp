@@ -1,8 +1,13 @@
-// Runs of frames, decoded ahead on several threads: the pictures and the damage of one frame after the other.
+// Every way of asking for frames gives the same pictures and tells the same damage: in any order, with any
+// cache, decoded ahead on several threads, by several movies at once.
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <numeric>
 #include <random>
+#include <thread>
+#include <tuple>
+#include <vector>
 
 #include "Host/HostTestSupport.h"
 #include "PlainDecode.h"
@@ -32,7 +37,7 @@ struct Seen {
     PictureDamage damage;
 };
 
-// Without a frame cache, so that every run decodes; leaves the caches as they were, and empty.
+// Leaves the caches as they were, and empty.
 class Runs : public testing::Test {
   protected:
     Runs() { ProcessFrameCache().SetBudget(0); }
@@ -42,42 +47,94 @@ class Runs : public testing::Test {
     }
     Movie Open(const fs::path& inPath) const { return Movie::Open(inPath, {.indexDir = mFolder / "store"}); }
 
-    // The frames from inFirst on, one by one and by runs of several threads.
-    static std::vector<Seen> ExpectTheSame(Movie& ioMovie, std::uint32_t inFirst, Scale inScale) {
-        std::vector<Seen> expected;
-        const std::uint32_t count = std::min(ioMovie.Info().frameCount - inFirst, 48u);
-        for (std::uint32_t i = 0; i < count; ++i) expected.emplace_back(*ioMovie.Frame(inFirst + i, inScale));
-        for (const unsigned threads : {1u, 2u, 5u}) {
-            FrameRun run = ioMovie.Run(inFirst, count, inScale, threads);
-            for (std::uint32_t i = 0; i < count; ++i) {
-                EXPECT_TRUE(Seen(*run.Next()) == expected[i]) << inFirst + i << ", " << threads << " threads";
-            }
-            EXPECT_EQ(run.Next(), nullptr);
-        }
-        return expected;
-    }
-
     TemporaryFolder mFolder;
 };
 
-TEST_F(Runs, GiveThePicturesOfFrames) {
-    struct Row {
-        const char* name;
-        std::vector<Scale> scales;
-    };
-    for (const Row& row : {Row{"b3-100x76.ts", {Scale::Full, Scale::HalfWidth, Scale::Quarter}},
-                           Row{"small-100x76.mpg", {Scale::Full}}, Row{"started-open.m2v", {Scale::Quarter}},
-                           Row{"b3-closed-352x240.m2v", {Scale::Quarter}}, Row{"ip-64x48.m2v", {Scale::Full}},
-                           Row{"intra-176x144.m2v", {Scale::HalfWidth}}}) {
-        SCOPED_TRACE(row.name);
-        Movie movie = Open(kStreams / row.name);
-        for (const Scale scale : row.scales) {
-            for (const std::uint32_t first : {0u, 7u}) ExpectTheSame(movie, first, scale);
+// All ways of asking for the frames of a file at one scale, held against one by one without a cache.
+class WaysOfAsking : public Runs {
+  protected:
+    void Ask(const fs::path& inMedia, Scale inScale, bool inIsSound) {
+        Movie movie = Open(inMedia);
+        mCount = std::min(movie.Info().frameCount, 48u);
+        mExpected.clear();
+        ProcessFrameCache().SetBudget(0);
+        for (std::uint32_t frame = 0; frame < mCount; ++frame) {
+            mExpected.emplace_back(*movie.Frame(frame, inScale));
         }
+        if (inIsSound) AreThoseOfTheExports(inMedia, movie.Info().firstFrame, inScale);
+        for (const unsigned threads : {1u, 2u, 5u}) {
+            for (const std::uint32_t first : {0u, 7u}) AskByRun(movie, first, inScale, threads);
+        }
+        for (const std::size_t budget : {std::size_t{0}, std::size_t{40000}, kDefaultFrameCacheBytes}) {
+            ProcessFrameCache().SetBudget(budget);
+            for (const unsigned seed : {kForward, kReverse, 2u, 3u}) AskInOrder(movie, inScale, seed);
+            EXPECT_LE(ProcessFrameCache().Bytes(), budget);
+        }
+        std::vector<std::thread> threads;  // movies of one file, with caches that they share
+        for (unsigned seed = kForward; seed < 4; ++seed) {
+            threads.emplace_back([&, seed] {
+                Movie own = Open(inMedia);
+                AskInOrder(own, inScale, seed, true);
+            });
+        }
+        for (std::thread& thread : threads) thread.join();
+        ProcessFrameCache().Clear();
+    }
+
+    std::vector<Seen> mExpected;
+
+  private:
+    static constexpr unsigned kForward = 0;
+    static constexpr unsigned kReverse = 1;  // what is more seeds a random order
+
+    void AreThoseOfTheExports(const fs::path& inMedia, std::uint32_t inFirstFrame, Scale inScale) {
+        IndexedFile plain(inMedia);
+        for (std::uint32_t frame = 0; frame < mCount; ++frame) {
+            EXPECT_TRUE(mExpected[frame].damage.None()) << frame;
+            EXPECT_EQ(mExpected[frame].frame, frame);
+            const auto record = static_cast<std::int32_t>(inFirstFrame + frame);
+            EXPECT_TRUE(mExpected[frame].samples == plain.Plain(record, inScale)) << frame;
+        }
+    }
+
+    void AskByRun(Movie& ioMovie, std::uint32_t inFirst, Scale inScale, unsigned inThreads) const {
+        FrameRun run = ioMovie.Run(inFirst, mCount - inFirst, inScale, inThreads);
+        for (std::uint32_t frame = inFirst; frame < mCount; ++frame) {
+            EXPECT_TRUE(Seen(*run.Next()) == mExpected[frame]) << frame << ", " << inThreads << " threads";
+        }
+        EXPECT_EQ(run.Next(), nullptr);
+    }
+
+    void AskInOrder(Movie& ioMovie, Scale inScale, unsigned inSeed, bool inChangesBudget = false) const {
+        std::vector<std::uint32_t> order(mCount);
+        std::iota(order.begin(), order.end(), 0u);
+        if (inSeed == kReverse) std::reverse(order.begin(), order.end());
+        if (inSeed > kReverse) std::shuffle(order.begin(), order.end(), std::mt19937(inSeed));
+        for (const std::uint32_t frame : order) {
+            EXPECT_TRUE(Seen(*ioMovie.Frame(frame, inScale)) == mExpected[frame]) << frame << ", " << inSeed;
+            if (inChangesBudget && frame % 16 == 0) ProcessFrameCache().SetBudget(frame % 32 * 6000);
+        }
+    }
+
+    std::uint32_t mCount = 0;
+};
+
+TEST_F(WaysOfAsking, GiveTheSamePictures) {
+    const std::pair<const char*, std::vector<Scale>> rows[] = {
+        {"b3-100x76.ts", {Scale::Full, Scale::HalfWidth, Scale::Quarter}},
+        {"small-100x76.mpg", {Scale::Full, Scale::Quarter}},
+        {"started-open.m2v", {Scale::Quarter}},
+        {"enc-bottom-352x256.m2v", {Scale::Full}},
+        {"b3-closed-352x240.m2v", {Scale::Quarter}},
+        {"ip-64x48.m2v", {Scale::Full}},
+        {"intra-176x144.m2v", {Scale::HalfWidth}}};
+    for (const auto& [name, scales] : rows) {
+        SCOPED_TRACE(name);
+        for (const Scale scale : scales) Ask(kStreams / name, scale, true);
     }
 }
 
-TEST_F(Runs, TellTheDamageThatFramesTell) {
+TEST_F(WaysOfAsking, TellTheSameDamage) {
     std::mt19937 random(3);
     std::uint32_t damaged = 0;
     std::uint32_t missing = 0;
@@ -96,8 +153,8 @@ TEST_F(Runs, TellTheDamageThatFramesTell) {
                 }
             });
             SCOPED_TRACE(media);
-            Movie movie = Open(media);
-            for (const Seen& seen : ExpectTheSame(movie, 0, Scale::Full)) {
+            Ask(media, Scale::Full, false);
+            for (const Seen& seen : mExpected) {
                 damaged += seen.damage.macroblocks > 0 ? 1 : 0;
                 missing += seen.damage.standsIn || seen.damage.status != Vexmora_Ok ? 1 : 0;
             }
