@@ -76,7 +76,7 @@ stream bottom-720x480.m2v      encode testsrc2=s=720x480:r=30000/1001 2 -g 15 -b
 # An odd number of macroblock rows, in which an interlaced sequence codes one row more, moving both ways.
 stream odd-up-352x240.m2v      encode "testsrc2=s=352x480:r=50,scroll=v=0.013,crop=352:240:0:100" 1 -g 12 -bf 2 -flags +ildct+ilme+bitexact -top 1 -q:v 4
 stream odd-down-720x496.m2v    encode "testsrc2=s=720x1000:r=50,scroll=v=-0.02,crop=720:496:0:100" 0.6 -g 12 -bf 2 -flags +ildct+ilme+bitexact -top 0 -q:v 5
-stream hd-1920x1080.m2v        encode testsrc2=s=1920x1080:r=24000/1001 2 -g 12 -bf 2 -q:v 6
+stream hd-1920x1080.m2v        encode testsrc2=s=1920x1080:r=24000/1001 0.6 -g 12 -bf 2 -q:v 6
 stream jumps-320x180.m2v       encode "life=s=320x180:r=24:seed=5:ratio=0.3" 3 -g 24 -bf 2 -b_strategy 1 -q:v 6
 # The colour in which the decoder paints what it cannot decode.
 stream red-96x80.m2v           encode color=s=96x80:r=25,format=yuv420p,lutyuv=81:90:239 1 -g 12 -bf 2 -flags +ildct+ilme+bitexact -top 1
