@@ -155,6 +155,42 @@ DecodeStatus MotionCompensation<kScale>::CopySkipped(const MacroblockPosition& i
                               isUnpredicted);
 }
 
+// False if the block would begin before its plane.
+template <DecodeScale kScale>
+bool MotionCompensation<kScale>::MoveInside(const Place& inMost, std::ptrdiff_t inStep, bool inIsBottomField,
+                                            HalfSamplePoint& ioPoint) {
+    const std::ptrdiff_t firstLine = inIsBottomField ? inStep / 2 : 0;
+    if (firstLine + (ioPoint.y >> 1) * inStep + (ioPoint.x >> 1) < 0) return false;
+    ioPoint.x = std::clamp(ioPoint.x, 0, inMost.x);
+    ioPoint.y = std::clamp(ioPoint.y, 0, inMost.y);
+    return true;
+}
+
+// Finds what the blocks at inPlace are predicted from. False if one of them would begin before its plane. At
+// the last position no half sample is left, so that nothing behind it is read.
+template <DecodeScale kScale>
+template <std::int32_t kPartHeight>
+[[gnu::always_inline]] inline bool MotionCompensation<kScale>::Locate(const Source& inSource,
+                                                                      const Place& inPlace,
+                                                                      References& outReferences) {
+    const Surface& surface = *inSource.surface;
+    const MotionVector vector = ScaleVector<kScale>(inSource.vector);
+    HalfSamplePoint luma{inPlace.x * 2 + vector.x, inPlace.y * 2 + vector.y};
+    HalfSamplePoint chroma{inPlace.x + vector.x / 2, inPlace.y + vector.y / 2};
+    const Place most{(surface.width - kWidth) * 2, (surface.height - kPartHeight) * 2};
+    // A vector that stays inside in luma does so in chroma, where all is half as large.
+    if ((luma.x | luma.y | (most.x - luma.x) | (most.y - luma.y)) < 0) [[unlikely]] {
+        if (!MoveInside(most, surface.lumaStep, surface.isBottomField, luma) ||
+            !MoveInside({most.x / 2, most.y / 2}, surface.chromaStep, surface.isBottomField, chroma)) {
+            return false;
+        }
+    }
+    outReferences = {BlockAt(surface.samples[0], surface.lumaStep, luma.x, luma.y),
+                     BlockAt(surface.samples[1], surface.chromaStep, chroma.x, chroma.y),
+                     BlockAt(surface.samples[2], surface.chromaStep, chroma.x, chroma.y)};
+    return true;
+}
+
 template <DecodeScale kScale>
 DecodeStatus MotionCompensation<kScale>::PredictWhole(const Surface& inTarget, const Place& inPlace,
                                                       const Sources& inSources,
@@ -199,7 +235,7 @@ DecodeStatus MotionCompensation<kScale>::PredictFrom(const Surface& inTarget, co
     }
     outIsUnpredicted = false;
     const std::ptrdiff_t lumaOffset = inPlace.y * inTarget.lumaStep + inPlace.x;
-    const std::ptrdiff_t chromaOffset = inPlace.y / 2 * inTarget.chromaStep + inPlace.x / 2;
+    const std::ptrdiff_t chromaOffset = (inPlace.y >> 1) * inTarget.chromaStep + (inPlace.x >> 1);
     const std::array<PixelBlock, kComponents> targets{
         PixelBlock{inTarget.samples[0] + lumaOffset, inTarget.lumaStep},
         PixelBlock{inTarget.samples[1] + chromaOffset, inTarget.chromaStep},
@@ -223,41 +259,6 @@ DecodeStatus MotionCompensation<kScale>::PredictFrom(const Surface& inTarget, co
     constexpr BlockSize kChromaSize = kIsHalf ? Traits::kHalfChroma : Traits::kWholeChroma;
     const bool isWritten = predict(0, kLumaSize) && predict(1, kChromaSize) && predict(2, kChromaSize);
     return isWritten ? DecodeStatus::Ok : DecodeStatus::Failed;
-}
-
-// Finds what the blocks at inPlace are predicted from. False if one of them would begin before its plane. At
-// the last position no half sample is left, so that nothing behind it is read.
-template <DecodeScale kScale>
-template <std::int32_t kPartHeight>
-bool MotionCompensation<kScale>::Locate(const Source& inSource, const Place& inPlace,
-                                        References& outReferences) {
-    const Surface& surface = *inSource.surface;
-    const MotionVector vector = ScaleVector<kScale>(inSource.vector);
-    HalfSamplePoint luma{inPlace.x * 2 + vector.x, inPlace.y * 2 + vector.y};
-    HalfSamplePoint chroma{inPlace.x + vector.x / 2, inPlace.y + vector.y / 2};
-    const Place most{(surface.width - kWidth) * 2, (surface.height - kPartHeight) * 2};
-    // A vector that stays inside in luma does so in chroma, where all is half as large.
-    if ((luma.x | luma.y | (most.x - luma.x) | (most.y - luma.y)) < 0) [[unlikely]] {
-        if (!MoveInside(most, surface.lumaStep, surface.isBottomField, luma) ||
-            !MoveInside({most.x / 2, most.y / 2}, surface.chromaStep, surface.isBottomField, chroma)) {
-            return false;
-        }
-    }
-    outReferences = {BlockAt(surface.samples[0], surface.lumaStep, luma.x, luma.y),
-                     BlockAt(surface.samples[1], surface.chromaStep, chroma.x, chroma.y),
-                     BlockAt(surface.samples[2], surface.chromaStep, chroma.x, chroma.y)};
-    return true;
-}
-
-// False if the block would begin before its plane.
-template <DecodeScale kScale>
-bool MotionCompensation<kScale>::MoveInside(const Place& inMost, std::ptrdiff_t inStep, bool inIsBottomField,
-                                            HalfSamplePoint& ioPoint) {
-    const std::ptrdiff_t firstLine = inIsBottomField ? inStep / 2 : 0;
-    if (firstLine + (ioPoint.y >> 1) * inStep + (ioPoint.x >> 1) < 0) return false;
-    ioPoint.x = std::clamp(ioPoint.x, 0, inMost.x);
-    ioPoint.y = std::clamp(ioPoint.y, 0, inMost.y);
-    return true;
 }
 
 template <DecodeScale kScale>

@@ -79,20 +79,36 @@ struct RowsOfTwo {
     std::ptrdiff_t other;
 };
 
-/// The average of four samples each.
+/// The average of four samples each, for rows that are asked for one after the other: the upper samples of a
+/// row are the lower ones of the row before it.
 template <std::size_t kWidth>
 struct RowsOfFour {
     explicit RowsOfFour(const ReferenceBlock& inReference)
-        : samples(inReference.samples), step(inReference.step) {}
-
-    __m128i operator()(std::ptrdiff_t inRow) const {
-        const std::uint8_t* const from = samples + inRow * step;
-        const auto load = [this](const std::uint8_t* in) { return LoadRows<kWidth>(in, step); };
-        return AverageFour(load(from), load(from + 1), load(from + step), load(from + step + 1));
+        : next(inReference.samples), step(inReference.step) {
+        if constexpr (kIsKept) left = Load(next), right = Load(next + 1);
     }
 
-    const std::uint8_t* samples;
+    __m128i operator()(std::ptrdiff_t) {
+        const std::uint8_t* const from = next;
+        next += static_cast<std::ptrdiff_t>(kRowsAtOnce<kWidth>) * step;
+        if constexpr (kIsKept) {
+            const __m128i upperLeft = left;
+            const __m128i upperRight = right;
+            left = Load(next);
+            right = Load(next + 1);
+            return AverageFour(upperLeft, upperRight, left, right);
+        } else {
+            return AverageFour(Load(from), Load(from + 1), Load(from + step), Load(from + step + 1));
+        }
+    }
+
+    __m128i Load(const std::uint8_t* inFrom) const { return LoadRows<kWidth>(inFrom, step); }
+
+    static constexpr bool kIsKept = kRowsAtOnce<kWidth> == 1;
+    const std::uint8_t* next;
     std::ptrdiff_t step;
+    __m128i left{};
+    __m128i right{};
 };
 
 /// Calls inWork with the way in which rows of a prediction from inReference are made.
@@ -105,13 +121,13 @@ inline void WithRowsOf(const ReferenceBlock& inReference, Work inWork) {
     }
 }
 
-/// Writes the rows that inRowsAt makes.
+/// Writes the rows that ioRowsAt makes, from the first one on.
 template <std::size_t kWidth, std::size_t kHeight, typename RowsAt>
-inline void FillRows(const PixelBlock& outPixels, RowsAt inRowsAt) {
+inline void FillRows(const PixelBlock& outPixels, RowsAt& ioRowsAt) {
     std::uint8_t* to = outPixels.samples;
     const std::ptrdiff_t step = outPixels.step;
     for (std::size_t y = 0; y < kHeight; y += kRowsAtOnce<kWidth>) {
-        StoreRows<kWidth>(inRowsAt(static_cast<std::ptrdiff_t>(y)), to, step);
+        StoreRows<kWidth>(ioRowsAt(static_cast<std::ptrdiff_t>(y)), to, step);
         to += static_cast<std::ptrdiff_t>(kRowsAtOnce<kWidth>) * step;
     }
 }
@@ -147,7 +163,7 @@ template <std::size_t kWidth, std::size_t kHeight>
 inline PrimitiveStatus PredictFromOne(const ReferenceBlock& inReference, const ResidualBlock& inResidual,
                                       const PixelBlock& outPixels) {
     if (inReference.samples == nullptr || outPixels.samples == nullptr) return PrimitiveStatus::NullPointer;
-    WithRowsOf<kWidth>(inReference, [&](auto inRows) { FillRows<kWidth, kHeight>(outPixels, inRows); });
+    WithRowsOf<kWidth>(inReference, [&](auto ioRows) { FillRows<kWidth, kHeight>(outPixels, ioRows); });
     if (inResidual.samples != nullptr) AddResidual<kWidth, kHeight>(inResidual, outPixels);
     return PrimitiveStatus::Ok;
 }
@@ -158,11 +174,12 @@ inline PrimitiveStatus PredictFromTwo(const ReferenceBlock& inFirst, const Refer
     if (inFirst.samples == nullptr || inSecond.samples == nullptr || outPixels.samples == nullptr) {
         return PrimitiveStatus::NullPointer;
     }
-    WithRowsOf<kWidth>(inFirst, [&](auto inFirstRows) {
-        WithRowsOf<kWidth>(inSecond, [&](auto inSecondRows) {
-            FillRows<kWidth, kHeight>(outPixels, [&](std::ptrdiff_t inRow) {
-                return _mm_avg_epu8(inFirstRows(inRow), inSecondRows(inRow));
-            });
+    WithRowsOf<kWidth>(inFirst, [&](auto ioFirstRows) {
+        WithRowsOf<kWidth>(inSecond, [&](auto ioSecondRows) {
+            const auto both = [&](std::ptrdiff_t inRow) {
+                return _mm_avg_epu8(ioFirstRows(inRow), ioSecondRows(inRow));
+            };
+            FillRows<kWidth, kHeight>(outPixels, both);
         });
     });
     if (inResidual.samples != nullptr) AddResidual<kWidth, kHeight>(inResidual, outPixels);

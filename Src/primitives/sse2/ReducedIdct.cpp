@@ -77,8 +77,8 @@ void TransformColumns(const __m128i (&x)[kRows], __m128i (&outRows)[kRows]) {
     }
 }
 
-/// Rows of four samples, in the lower halves.
-void ReducedIdct(const CoefficientBlock& inBlock, __m128i (&outRows)[kRows]) {
+/// Rows of four samples, in the lower halves. In its callers, so that the rows stay in registers.
+[[gnu::always_inline]] inline void ReducedIdct(const CoefficientBlock& inBlock, __m128i (&outRows)[kRows]) {
     const std::int16_t* const values = inBlock.values;
     const __m128i x[kColumns] = {Load(values), Load(values + 8), Load(values + 16), Load(values + 24)};
     const __m128i others =
