@@ -10,11 +10,11 @@ namespace {
 // bits.
 // clang-format off
 constexpr std::array kFirstBegin{
-    16, 2, 9, 8,
+    16, 2, 11, 6,
     1, 0b1, 0, 1,
     0};
 constexpr std::array kBegin{
-    16, 2, 9, 8,
+    16, 2, 11, 6,
     0,
     2, 0b11, 0, 1, 0b10, kRunEndOfBlock, 0};
 

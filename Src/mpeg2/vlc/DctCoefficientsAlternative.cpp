@@ -9,7 +9,7 @@ namespace {
 // bits.
 // clang-format off
 constexpr std::array kBegin{
-    16, 2, 9, 8,
+    16, 2, 11, 6,
     0,
     1, 0b10, 0, 1,
     2, 0b110, 0, 2, 0b010, 1, 1,

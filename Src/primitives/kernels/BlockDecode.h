@@ -19,10 +19,6 @@ constexpr std::int32_t kMaximum = 2047;
 constexpr std::int32_t kMinimum = -2048;
 constexpr unsigned kCoefficients = 64;
 
-/// What every table of coefficients looks at first: codes of up to 8 bits with their sign, nearly all that
-/// occur. Known here, it spares a register.
-constexpr unsigned kFirstStageBits = 9;
-
 inline void Clear(CoefficientBlock& outBlock) {
     // In registers, since a call and a string instruction are both slow to start.
     using Sixteen [[gnu::vector_size(32), gnu::may_alias]] = std::int16_t;
@@ -62,7 +58,7 @@ RunLevelEntry FollowLink(RunLevelEntry inLink, const RunLevelEntry* inEntries,
 }
 
 /// Decodes run-level codes up to the end of the block, which is clear but for the DC coefficient of an
-/// intra one. Tables have two stages at most, of which the first looks at 9 bits, so that three codes fit
+/// intra one. Tables have two stages at most, of which the first looks at 11 bits, so that two codes fit
 /// between two refills, behind a DC coefficient one.
 template <Kind kKind, Words kWords>
 [[gnu::always_inline]] inline PrimitiveStatus DecodeRunLevels(BitCursor<kWords>& ioBits,
@@ -78,7 +74,7 @@ template <Kind kKind, Words kWords>
     const auto show = [&](const RunLevelEntry* inEntries) __attribute__((always_inline)) {
         return inEntries[ioBits.Bits() >> (64 - kFirstStageBits)];
     };
-    // Takes one code; false where the block ends. Bits are valid as before, less 9.
+    // Takes one code; false where the block ends. Bits are valid as before, less 11.
     const auto take = [&](RunLevelEntry inEntry) __attribute__((always_inline)) {
         RunLevelEntry entry = inEntry;
         std::int32_t level = static_cast<std::int32_t>(entry) >> 16;
@@ -90,31 +86,32 @@ template <Kind kKind, Words kWords>
             return false;
         } else {
             ioBits.Refill();
-            std::uint32_t length = entry & 0xFF;
             if (RunOf(entry) == kRunLink) {
                 entry = FollowLink(entry, entries, ioBits);
                 level = static_cast<std::int32_t>(entry) >> 16;
                 index = next + RunOf(entry);
-                length = entry & 0xFF;
             }
-            // 6 bits of run, 12 of level. Levels 0 and -2048 are forbidden, but do no harm; other decoders
-            // take them, too.
-            const bool isEscape = RunOf(entry) == kRunEscape;
-            if (isEscape) {
+            if (index < kCoefficients) [[likely]] {
+                ioBits.Skip(entry);
+            } else if (RunOf(entry) == kRunEscape) {
+                // 6 bits of run, 12 of level. Levels 0 and -2048 are forbidden, but do no harm; other
+                // decoders take them, too.
+                const std::uint32_t length = entry & 0xFF;
                 index = next + ioBits.Show(length, 6);
                 level = static_cast<std::int32_t>(ioBits.Show(length + 6, 12) << 20) >> 20;
-                length += 6 + 12;
-            }
-            if (RunOf(entry) == kRunNoCode) status = PrimitiveStatus::BadCode;
-            ioBits.Skip(length);
-            if (RunOf(entry) == kRunEndOfBlock || status != PrimitiveStatus::Ok) return false;
-            if (index >= kCoefficients) {
-                status = PrimitiveStatus::TooManyCoefficients;
+                ioBits.Skip(length + 6 + 12);
+                if (index >= kCoefficients) {
+                    status = PrimitiveStatus::TooManyCoefficients;
+                    return false;
+                }
+                if (level == 0) {
+                    next = index + 1;
+                    return true;
+                }
+            } else {
+                status = RunOf(entry) == kRunNoCode ? PrimitiveStatus::BadCode
+                                                    : PrimitiveStatus::TooManyCoefficients;
                 return false;
-            }
-            if (isEscape && level == 0) {
-                next = index + 1;
-                return true;
             }
         }
         next = index + 1;
@@ -129,7 +126,6 @@ template <Kind kKind, Words kWords>
         entry = FollowLink(entry, inCoding.firstEntries, ioBits);
     while (take(entry)) {
         ioBits.Refill();
-        if (!take(show(entries))) break;
         if (!take(show(entries))) break;
         entry = show(entries);
     }
@@ -242,6 +238,7 @@ inline PrimitiveStatus DecodeIntraBlock(BitWindow& ioBits, const IntraBlockCodin
         inCoding.acTable.entries == nullptr || inCoding.scan == nullptr || inCoding.weights == nullptr) {
         return PrimitiveStatus::NullPointer;
     }
+    if (inCoding.acTable.firstBits != kFirstStageBits) return PrimitiveStatus::BadTable;
     ScaledPositions positions;
     MakeScaledPositions(inCoding.scan, inCoding.weights, inCoding.quantiserScale, positions);
     BitCursor<Words::MayEnd> bits(ioBits);
@@ -262,6 +259,8 @@ inline PrimitiveStatus DecodeNonIntraBlock(BitWindow& ioBits, const NonIntraBloc
         inCoding.acTable.entries == nullptr || inCoding.scan == nullptr) {
         return PrimitiveStatus::NullPointer;
     }
+    if (inCoding.firstTable.firstBits != kFirstStageBits || inCoding.acTable.firstBits != kFirstStageBits)
+        return PrimitiveStatus::BadTable;
     ScaledPositions positions;
     MakeScaledPositions(inCoding.scan, inCoding.weights, inCoding.quantiserScale, positions);
     BitCursor<Words::MayEnd> bits(ioBits);
