@@ -79,24 +79,15 @@ class IndexedFile {
     Vexmora::Test::Picture420& PlainPicture(std::int32_t inRecord, Scale inScale) {
         const auto key = std::pair(inRecord, inScale);
         if (const auto found = mPlain.find(key); found != mPlain.end()) return found->second;
-        std::array<std::int32_t, 2> records{};
-        EXPECT_EQ(Vexmora_GetFrameDependancies(mHandle, inRecord, &records[0], &records[1]), Vexmora_Ok);
-        std::array<Vexmora::FramePlanes, 2> references{};
-        for (const std::size_t i : {0u, 1u}) {
-            if (records[i] == Vexmora::Test::DecodeChain::kNone) continue;
-            references[i] = PlainPicture(records[i], inScale).Planes();
-        }
         // Planes of the host's layout, each without a byte to spare.
         const PictureLayout layout = LayoutOf(mInfo, {}, inScale);
-        const auto lumaBytes = static_cast<std::uint32_t>(layout.cbOffset);
-        const auto chromaBytes = static_cast<std::uint32_t>(layout.crOffset - layout.cbOffset);
-        auto& picture = mPlain.emplace(key, Vexmora::Test::Picture420(lumaBytes, chromaBytes)).first->second;
-        const Vexmora::FramePlanes output = picture.Planes();
-        const auto& scale = kTestScales[static_cast<std::size_t>(inScale)];
-        EXPECT_EQ(Vexmora_GetFrame(mHandle, inRecord, references.data(), references.data() + 1, &output,
-                                   scale.mode, scale.subMode),
-                  Vexmora_Ok);
-        return picture;
+        Vexmora::Test::Picture420 picture(static_cast<std::uint32_t>(layout.cbOffset),
+                                          static_cast<std::uint32_t>(layout.crOffset - layout.cbOffset));
+        const auto planesOf = [&](std::int32_t in) { return PlainPicture(in, inScale).Planes(); };
+        EXPECT_EQ(
+            DecodeFrame(mHandle, inRecord, kTestScales[static_cast<std::size_t>(inScale)], planesOf, picture),
+            Vexmora_Ok);
+        return mPlain.emplace(key, std::move(picture)).first->second;
     }
 
     Library mLibrary;

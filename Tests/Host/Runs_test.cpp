@@ -43,6 +43,10 @@ class Runs : public testing::Test {
     Runs() { ProcessFrameCache().SetBudget(0); }
     ~Runs() override {
         ProcessFrameCache().SetBudget(kDefaultFrameCacheBytes);
+        ClearCaches();
+    }
+    static void ClearCaches() {
+        ProcessFrameCache().Clear();
         ProcessBlockCache().Clear();
     }
     Movie Open(const fs::path& inPath) const { return Movie::Open(inPath, {.indexDir = mFolder / "store"}); }
@@ -73,7 +77,9 @@ class WaysOfAsking : public Runs {
         std::vector<std::thread> threads;  // movies of one file, with caches that they share
         for (unsigned seed = kForward; seed < 4; ++seed) {
             threads.emplace_back([&, seed] {
-                Movie own = Open(inMedia);
+                // Two of them index it in another folder, at the same time.
+                const auto store = mFolder / (seed < 2 ? "store" : "other");
+                Movie own = Movie::Open(inMedia, {.indexDir = store});
                 AskInOrder(own, inScale, seed, true);
             });
         }
@@ -140,18 +146,15 @@ TEST_F(WaysOfAsking, TellTheSameDamage) {
     std::uint32_t missing = 0;
     for (const char* const name : {"b2-open-352x288.m2v", "b3-100x76.ts", "ip-64x48.m2v"}) {
         for (int copy = 0; copy < 3; ++copy) {
-            const fs::path media = mFolder / (std::to_string(copy) + name);
-            fs::copy_file(kStreams / name, media);
-            Tamper(media, [&](std::string& ioBytes) {
-                constexpr std::size_t kStart = 8000;
-                for (std::size_t hits = ioBytes.size() / 10000; hits > 0; --hits) {
-                    const std::size_t at = kStart + random() % (ioBytes.size() - kStart);
-                    const std::size_t end = std::min(at + random() % 200, ioBytes.size());
-                    const unsigned least = random() % 4 == 0 ? 0 : 1;  // with and without start codes
-                    for (std::size_t i = at; i < end; ++i)
-                        ioBytes[i] = static_cast<char>(least + random() % 255);
-                }
-            });
+            std::string bytes = ReadFile(kStreams / name);
+            constexpr std::size_t kStart = 8000;
+            for (std::size_t hits = bytes.size() / 10000; hits > 0; --hits) {
+                const std::size_t at = kStart + random() % (bytes.size() - kStart);
+                const std::size_t end = std::min(at + random() % 200, bytes.size());
+                const unsigned least = random() % 4 == 0 ? 0 : 1;  // with and without start codes
+                for (std::size_t i = at; i < end; ++i) bytes[i] = static_cast<char>(least + random() % 255);
+            }
+            const fs::path media = WriteFile(mFolder / (std::to_string(copy) + name), bytes);
             SCOPED_TRACE(media);
             Ask(media, Scale::Full, false);
             for (const Seen& seen : mExpected) {
@@ -247,6 +250,37 @@ TEST_F(Runs, TakeWhatTheCacheHasAndGoOnPastFramesWithoutPicture) {
     EXPECT_EQ(lost.Next(), nullptr);
     EXPECT_EQ(lost.Next(), nullptr);
     EXPECT_EQ(lost.Left(), 0u);
+}
+
+TEST_F(WaysOfAsking, SharePicturesThatOutliveTheirMovies) {
+    ProcessFrameCache().SetBudget(kDefaultFrameCacheBytes);
+    ClearCaches();
+    const std::size_t before = ProcessMemory().LiveBlocks();
+    SharedPicture held;
+    {
+        Movie first = Open(kStreams / "b2-open-352x288.m2v");
+        Movie second = Open(first.Path());
+        held = first.Frame(20);
+        EXPECT_EQ(second.Frame(20), held);
+        EXPECT_NE(second.Frame(20, Scale::Quarter), held);
+        EXPECT_EQ(held->luma.width, 352u);
+        EXPECT_EQ(held->cr.height, 144u);
+        EXPECT_EQ(held->macroblocks, 22u * 18);
+        try {
+            static_cast<void>(first.Frame(first.Info().frameCount));
+            FAIL();
+        } catch (const Error& error) {
+            EXPECT_EQ(error.Status(), Vexmora_NoSuchFrame);
+            EXPECT_EQ(error.Path(), first.Path());
+        }
+    }
+    const Samples samples = SamplesOf(*held);
+    ClearCaches();
+    EXPECT_TRUE(SamplesOf(*held) == samples);
+    EXPECT_EQ(ProcessMemory().LiveBlocks(), before + 1);
+    held.reset();
+    ClearCaches();
+    EXPECT_EQ(ProcessMemory().LiveBlocks(), before);
 }
 
 }  // namespace
