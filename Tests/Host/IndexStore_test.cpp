@@ -278,18 +278,15 @@ void PublishInProcesses(const fs::path& inFolder) {
     EXPECT_TRUE(fs::is_empty(inFolder / "writing"));
 }
 
-TEST(IndexStore, ProcessesMakeAndFillOneRegistryAtOnce) {
-    const TemporaryFolder folder;
-    PublishInProcesses(folder.Path());
-    EXPECT_FALSE(fs::exists(folder / "registry.sqlite3.damaged"));
-}
-
-TEST(IndexStore, ProcessesRepairOneDamagedRegistryAtOnce) {
-    const TemporaryFolder folder;
-    WriteFile(folder / "registry.sqlite3", std::string(8192, 'x'));
-    PublishInProcesses(folder.Path());
-    EXPECT_EQ(ReadFile(folder / "registry.sqlite3.damaged"), std::string(8192, 'x'))
-        << "nobody moved the new one aside";
+TEST(IndexStore, ProcessesMakeOrRepairAndFillOneRegistryAtOnce) {
+    for (const std::string& damaged : {std::string(), std::string(8192, 'x')}) {
+        const TemporaryFolder folder;
+        if (!damaged.empty()) WriteFile(folder / "registry.sqlite3", damaged);
+        PublishInProcesses(folder.Path());
+        ASSERT_EQ(fs::exists(folder / "registry.sqlite3.damaged"), !damaged.empty());
+        EXPECT_TRUE(damaged.empty() || ReadFile(folder / "registry.sqlite3.damaged") == damaged)
+            << "nobody moved the new one aside";
+    }
 }
 
 }  // namespace

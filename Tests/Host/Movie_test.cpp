@@ -13,6 +13,7 @@
 #include <csignal>
 #include <set>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "Host/HostTestSupport.h"
@@ -47,7 +48,7 @@ bool HoldsNoIndex(const fs::path& inStore) {
     return fs::is_empty(inStore / "writing");
 }
 
-TEST(Movie, EveryStreamIsIndexedOnceAndSharesItsBlocks) {
+TEST(Movie, EveryStreamIsIndexedOnceUnlessAskedFor) {
     const TemporaryFolder folder;
     const std::size_t blocksBefore = ProcessMemory().LiveBlocks();
     std::set<std::string> kinds;
@@ -59,23 +60,23 @@ TEST(Movie, EveryStreamIsIndexedOnceAndSharesItsBlocks) {
         SCOPED_TRACE(path);
         kinds.insert(extension);
         const Movie movie = Movie::Open(path, {.indexDir = folder.Path()});
-        const Movie again = Movie::Open(path, {.indexDir = folder.Path()});
         EXPECT_TRUE(movie.WasIndexed());
-        EXPECT_FALSE(again.WasIndexed());
-        EXPECT_EQ(again.IndexPath(), movie.IndexPath());
-
         auto expected = IndexInMemory(path);
         expected.header.identity = IdentifyMedia(path);
-        for (const Movie* opened : {&movie, &again}) {
-            const MovieInfo& info = opened->Info();
+        for (const bool isForced : {false, true}) {
+            const Movie again = Movie::Open(path, {.indexDir = folder.Path(), .forceReindex = isForced});
+            EXPECT_EQ(again.WasIndexed(), isForced);
+            EXPECT_EQ(again.IndexPath(), movie.IndexPath());
+            const MovieInfo& info = again.Info();
             EXPECT_EQ(info.index, expected.header);
-            EXPECT_EQ(opened->Records(), expected.records);
+            EXPECT_EQ(again.Records(), expected.records);
             EXPECT_EQ(info.streamKind, extension == ".m2v"  ? StreamKind::Elementary
                                        : extension == ".ts" ? StreamKind::Transport
                                                             : StreamKind::Program);
             EXPECT_EQ(info.firstFrame, expected.header.firstFrame);
             EXPECT_EQ(info.frameCount, info.file.frameCount);
             EXPECT_EQ(info.file.width, expected.header.width);
+            EXPECT_EQ(movie.Records(), expected.records);
         }
     }
     EXPECT_EQ(kinds.size(), 4u);
@@ -123,35 +124,21 @@ TEST_F(MovieOfManyReads, TellsItsProgressAndCanBeCancelledAtEveryStep) {
 }
 
 TEST_F(MovieOfManyReads, IsNotIndexedWhileSomethingWritesToIt) {
-    mOptions.progress = [&](std::uint64_t inDone, std::uint64_t) {
-        if (inDone > 0) fs::last_write_time(mMedia, fs::last_write_time(mMedia) + std::chrono::seconds(1));
-        return true;
-    };
-    EXPECT_NE(FailureOf(mMedia, mOptions, Vexmora_Failure).find("changed while"), std::string::npos);
-    EXPECT_TRUE(HoldsNoIndex(mOptions.indexDir));
-}
-
-TEST(Movie, AnIndexThatIsNotItsOwnIsBuiltAnew) {
-    const TemporaryFolder folder;
-    const fs::path media = folder / "a.ts";
-    fs::copy_file(kStreams / "mp2-720x576.ts", media);
-    OpenOptions options{.indexDir = folder / "store"};
-    const Movie first = Movie::Open(media, options);
-    const auto expectNew = [&](const char* inWhy) {
-        const Movie movie = Movie::Open(media, options);
-        EXPECT_TRUE(movie.WasIndexed()) << inWhy;
-        EXPECT_EQ(movie.Records(), first.Records()) << inWhy;
-        EXPECT_FALSE(Movie::Open(media, {.indexDir = options.indexDir}).WasIndexed()) << inWhy;
-    };
-    Tamper(first.IndexPath(), [](std::string& ioBytes) { ioBytes[88] ^= 1; });
-    expectNew("tampered with");
-    WriteFile(options.indexDir / "registry.sqlite3", "no database");
-    expectNew("unlisted");
-    fs::last_write_time(media, fs::last_write_time(media) + std::chrono::seconds(1));
-    expectNew("outdated");
-    EXPECT_FALSE(fs::exists(first.IndexPath()));
-    options.forceReindex = true;
-    expectNew("asked for");
+    const auto time = fs::last_write_time(mMedia);
+    const fs::path copy = mFolder / "copy";
+    for (const bool isPutBack : {false, true}) {  // the old file, under its name
+        fs::last_write_time(mMedia, time);
+        bool isChanged = false;
+        mOptions.progress = [&](std::uint64_t inDone, std::uint64_t) {
+            if (inDone == 0 || std::exchange(isChanged, true)) return true;
+            if (isPutBack) fs::copy_file(mMedia, copy);
+            fs::last_write_time(mMedia, time + std::chrono::seconds(1));
+            if (isPutBack) fs::last_write_time(copy, time), fs::rename(copy, mMedia);
+            return true;
+        };
+        EXPECT_NE(FailureOf(mMedia, mOptions, Vexmora_Failure).find("changed while"), std::string::npos);
+        EXPECT_TRUE(HoldsNoIndex(mOptions.indexDir));
+    }
 }
 
 TEST(Movie, OpensFilesOfAnyNameAndTime) {
@@ -229,21 +216,6 @@ TEST(Movie, LeavesNothingOpenOfAFileThatTookItsPlace) {
     EXPECT_EQ(OpenDescriptors(), before);
     ProcessBlockCache().Clear();
     EXPECT_LE(ProcessMemory().LiveBlocks(), blocks);
-}
-
-TEST(Movie, IndexesInSeveralFoldersAtOnce) {
-    const TemporaryFolder folder;
-    std::vector<std::thread> threads;
-    threads.reserve(4);
-    for (int thread = 0; thread < 4; ++thread) {
-        threads.emplace_back([&folder, thread] {
-            const OpenOptions options{.indexDir = folder / ("store" + std::to_string(thread / 2))};
-            const Movie movie = Movie::Open(kStreams / "dvd-720x576.vob", options);
-            EXPECT_EQ(movie.IndexPath().parent_path(), options.indexDir);
-            EXPECT_EQ(movie.Records().size(), movie.Info().index.recordCount);
-        });
-    }
-    for (std::thread& thread : threads) thread.join();
 }
 
 TEST(Movie, SaysWhatIsNotSupportedAndWhatCannotBeOpened) {
