@@ -13,10 +13,8 @@ struct Outcome {
     bool hasSequence;
     bool hasPicture;
     std::int32_t nextCode;
-    std::uint32_t height;
+    SequenceParameters inForce;
     std::array<std::array<std::uint32_t, 2>, 2> fCode;
-    QuantiserMatrix intra;
-    QuantiserMatrix chromaNonIntra;
     friend bool operator==(const Outcome&, const Outcome&) = default;
 };
 
@@ -40,14 +38,12 @@ Outcome Parse(const Bytes& inBytes, std::size_t inSpareBytes) {
     static_cast<void>(reader.NextStartCode());
     outcome.hasSequence = ParseSequenceHeader(reader, parameters) == Vexmora_Ok;
     static_cast<void>(reader.NextStartCode());
-    parameters.picture.temporalReference = reader.GetBits(10);
-    parameters.picture.pictureCodingType = reader.GetBits(3);
+    ReadPictureIdentity(reader, parameters.picture);
     outcome.hasPicture = ParsePictureHeader(reader, parameters) == Vexmora_Ok;
     outcome.nextCode = reader.NextStartCode();
-    outcome.height = parameters.sequence.displayHeight;
+    parameters.matrices.Load(parameters.loads);
+    outcome.inForce = parameters;
     outcome.fCode = parameters.picture.fCode;
-    outcome.intra = parameters.matrices.loadedIntra;
-    outcome.chromaNonIntra = parameters.matrices.loadedChromaNonIntra;
     return outcome;
 }
 

@@ -3,11 +3,14 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "CodedPicture/CodedPictureBuffer.h"
 #include "Decoder/IndexFileProgress.h"
+#include "Decoder/ParametersByPosition.h"
 #include "Decoder/PictureRequest.h"
+#include "Decoder/PlaneSizes.h"
 #include "Splitter/Splitter.h"
 #include "Vexmora/FileInfo.h"
 #include "Vexmora/HostServices.h"
@@ -47,12 +50,8 @@ class Decoder {
     [[nodiscard]] Vexmora_Status GetFileInfo(FileInfo& outInfo);
     std::uint32_t GetVideoFrameOffset() const { return mIndex.header.firstFrame; }
 
-    /// Bytes of the planes of a picture; 0 and 0 while no sequence header is known.
-    struct FrameSizes {
-        std::uint32_t luma;
-        std::uint32_t chroma;
-    };
-    FrameSizes GetFrameSizes();
+    /// 0 and 0 while no sequence header is known.
+    PlaneSizes GetFrameSizes();
 
     /// The rules of frame numbers, which are display indices; see the exports of the same names.
     bool IsFrameValid(std::int32_t inFrame) const;
@@ -75,9 +74,14 @@ class Decoder {
     bool IsBufferInstance() const { return static_cast<bool>(mBuffer); }
     [[nodiscard]] Vexmora_Status EnsureSequenceHeader();
     [[nodiscard]] Vexmora_Status FindSequenceHeader();
-    bool FindSequenceHeaderInBuffer();
-    DecodeStatus DecodePicture(const CountedRef<CodedPictureBuffer>& inBuffer, BitReader& ioReader,
-                               const PictureRequest& inRequest);
+    Vexmora_Status DecodeInFile(const CountedRef<CodedPictureBuffer>& inBuffer,
+                                const SequenceParameters& inParameters, PictureRequest inRequest) const;
+    bool TakeHeadersFromBuffer();
+    void TakeSequenceHeaders(BitReader& ioReader);
+    bool CompletesFrame(const PictureHeader& inPicture) const;
+    DecodeStatus DecodePicture(const CountedRef<CodedPictureBuffer>& inBuffer,
+                               DecodingParameters& ioParameters, BitReader& ioReader,
+                               const PictureRequest& inRequest) const;
     CountedRef<CodedPictureBuffer> MakeCodedPictureBuffer(std::uint32_t inBytes);
 
     const UTF16String mPath;
@@ -87,7 +91,9 @@ class Decoder {
     /// Keeps the process's decoding tables.
     const DecodingTables mTables;
     StartCodeTable mStartCodes;
-    DecodingParameters mParameters;
+    /// Of a file: those of its first sequence header, which say what planes the host has. Of a buffer
+    /// instance: those in force.
+    SequenceParameters mParameters;
     /// The sequence header was looked for, found or not.
     bool mSequenceHeaderRead = false;
 
@@ -95,11 +101,18 @@ class Decoder {
     /// Records that frame access may address: none until an index with records is loaded, then all of them.
     std::int32_t mFrameCount = 0;
     IndexFileProgress mIndexing;
+    /// Made by the first request for a frame, because it looks at all records.
+    std::optional<ParametersByPosition> mByPosition;
 
     /// Capacity of each buffer that a picture is read into.
     std::uint32_t mReadBufferSize = 1024 * 1024;
     /// Of a buffer instance: the buffer that the host writes into.
     CountedRef<CodedPictureBuffer> mBuffer;
+    /// Of a buffer instance: the sequence that the host's planes are made for, the first one or the one of
+    /// which it has last asked the sizes. Damaged headers must not make pictures larger than planes.
+    SequenceHeader mPlanes;
+    /// Of a buffer instance: the field that began a frame which no other has completed yet.
+    std::optional<PictureHeader> mFirstField;
 };
 
 }  // namespace Vexmora

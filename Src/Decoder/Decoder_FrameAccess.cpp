@@ -2,15 +2,13 @@
 #include "Contract/Contract.h"
 #include "Decoder/Decoder.h"
 #include "Decoder/PictureDriver.h"
+#include "Decoder/PictureSearch.h"
 #include "Splitter/Splitter_Buffer.h"
 #include "mpeg2/BitReader.h"
 #include "mpeg2/Headers.h"
 
 namespace Vexmora {
 namespace {
-
-// The picture is sought in this many, from its record's offset on.
-constexpr int kMostDeliveries = 16;
 
 // What the host is told of a reading or decoding status. A picture that was decoded in part is shown.
 Vexmora_Status FrameStatus(std::int32_t inStatus) {
@@ -28,55 +26,48 @@ Vexmora_Status FrameStatus(std::int32_t inStatus) {
     }
 }
 
-// Whether a delivery is to be decoded: it is complete, or the last one of the data.
-bool HasPicture(ReadStatus inStatus, const CodedPictureBuffer& inBuffer) {
-    return inStatus == ReadStatus::Ok || (inStatus == ReadStatus::EndOfData && inBuffer.Size() != 0);
+Vexmora_Status FrameStatus(ReadStatus inStatus) {
+    return FrameStatus(static_cast<std::int32_t>(inStatus));
 }
-
-// Reads up to where ParsePictureHeader goes on.
-void ReadPictureIdentity(BitReader& ioReader, PictureHeader& outPicture) {
-    outPicture.temporalReference = ioReader.GetBits(10);
-    outPicture.pictureCodingType = ioReader.GetBits(3);
-}
-
-// Whether the picture is the other field of the frame that was begun. Where a field was damaged or left out,
-// the next frame must not be taken for the rest of this one.
-bool CompletesFrame(const DecodingParameters& inParameters) {
-    const PictureHeader& first = inParameters.firstField;
-    const PictureHeader& picture = inParameters.picture;
-    return picture.pictureStructure != kFramePicture && picture.pictureStructure != first.pictureStructure &&
-           picture.temporalReference == first.temporalReference;
+Vexmora_Status FrameStatus(DecodeStatus inStatus) {
+    return FrameStatus(static_cast<std::int32_t>(inStatus));
 }
 
 }  // namespace
 
 Vexmora_Status Decoder::GetFrame(std::int32_t inFrame, const PictureRequest& inRequest) {
     if (inFrame < 0 || inFrame >= mFrameCount) return Vexmora_NoSuchFrame;
-    const FrameRecord& record = mIndex.records[static_cast<std::size_t>(inFrame)];
+    const auto frame = static_cast<std::uint32_t>(inFrame);
+    const FrameRecord& record = mIndex.records[frame];
     if (PictureCodingType(record) == 0) return Vexmora_NoCodedPicture;
     if (record.size == 0) return Vexmora_EmptyRecord;
 
-    const CountedRef<CodedPictureBuffer> buffer = MakeCodedPictureBuffer(mReadBufferSize);
-    mSplitter->Seek(static_cast<std::int64_t>(record.offset), *buffer);
-    ReadStatus read = mSplitter->ReadPicture(*buffer);  // up to the picture start code
-    if (read != ReadStatus::Ok) return FrameStatus(static_cast<std::int32_t>(read));
-    for (int delivery = 0; delivery < kMostDeliveries; ++delivery) {
-        read = mSplitter->ReadPicture(*buffer);
-        if (!HasPicture(read, *buffer)) return FrameStatus(static_cast<std::int32_t>(read));
-        BitReader reader(*buffer);
-        PictureHeader identity;
-        ReadPictureIdentity(reader, identity);
-        if (identity.temporalReference != TemporalReference(record) ||
-            identity.pictureCodingType != PictureCodingType(record)) {
-            continue;
-        }
-        mParameters.picture.temporalReference = identity.temporalReference;
-        mParameters.picture.pictureCodingType = identity.pictureCodingType;
-        PictureRequest request = inRequest;
-        if (request.forward.planes[0] == nullptr) request.forward = request.output;
-        return FrameStatus(static_cast<std::int32_t>(DecodePicture(buffer, reader, request)));
+    if (!mByPosition) {
+        const auto cacheId = static_cast<std::uint32_t>(mServices.cacheId);
+        mByPosition.emplace(*mSplitter, mParameters, cacheId, mIndex.records);
     }
-    return Vexmora_NoSuchFrame;
+    const CountedRef<CodedPictureBuffer> buffer = MakeCodedPictureBuffer(mReadBufferSize);
+    const std::size_t rank = mByPosition->Order().RankOf(frame, record);
+    SequenceParameters parameters;
+    const ReadStatus read = mByPosition->Find(rank, *buffer, parameters);
+    if (read != ReadStatus::Ok) return FrameStatus(read);
+    const PictureSearch search = FindPicture(*mSplitter, record, *buffer);
+    if (!search.isFound)
+        return search.status == ReadStatus::Ok ? Vexmora_NoSuchFrame : FrameStatus(search.status);
+    const Vexmora_Status status = DecodeInFile(buffer, parameters, inRequest);
+    if (search.status == ReadStatus::Ok) mByPosition->Learn(rank, *buffer);
+    return status;
+}
+
+// The host's planes are those of the first sequence header.
+Vexmora_Status Decoder::DecodeInFile(const CountedRef<CodedPictureBuffer>& inBuffer,
+                                     const SequenceParameters& inParameters, PictureRequest inRequest) const {
+    if (!FitsPlanesOf(mParameters.sequence, inParameters.sequence)) return Vexmora_Unsupported;
+    DecodingParameters parameters{inParameters, {}};
+    BitReader reader(*inBuffer);
+    ReadPictureIdentity(reader, parameters.picture);
+    if (inRequest.forward.planes[0] == nullptr) inRequest.forward = inRequest.output;
+    return FrameStatus(DecodePicture(inBuffer, parameters, reader, inRequest));
 }
 
 Vexmora_Status Decoder::GetFrameFromBuffer(std::uint32_t inDataSize, std::uint32_t inPictureType,
@@ -86,56 +77,76 @@ Vexmora_Status Decoder::GetFrameFromBuffer(std::uint32_t inDataSize, std::uint32
     if (splitter == nullptr) return Vexmora_Unsupported;
     splitter->SetBufferSize(inDataSize);
     mBuffer->ClearCarry();  // the host has overwritten what the last request left
-    const bool isFirst = !mSequenceHeaderRead;
-    if (isFirst) {
-        if (!FindSequenceHeaderInBuffer()) mParameters = {};
-        mSequenceHeaderRead = true;  // not before: a search that ran out of memory is made again
+    const bool hasPicture = TakeHeadersFromBuffer();
+    mSequenceHeaderRead = true;  // not before: a request that ran out of memory has read nothing
+    if (mPlanes == SequenceHeader{}) mPlanes = mParameters.sequence;
+    if (!hasPicture || mParameters.sequence.chromaBlocks != kChromaBlocks420 ||
+        !FitsPlanesOf(mPlanes, mParameters.sequence)) {
+        return Vexmora_NoSuchFrame;
     }
-    if (mParameters.sequence.chromaBlocks != kChromaBlocks420) return Vexmora_NoSuchFrame;
-    if (!isFirst && mSplitter->ReadPicture(*mBuffer) != ReadStatus::Ok) return Vexmora_NoSuchFrame;
-    if (!HasPicture(mSplitter->ReadPicture(*mBuffer), *mBuffer)) return Vexmora_NoSuchFrame;
 
+    if (mSplitter->ReadPicture(*mBuffer) != ReadStatus::Ok) return Vexmora_NoSuchFrame;
+    DecodingParameters parameters{mParameters, {}};
     BitReader reader(*mBuffer);
-    ReadPictureIdentity(reader, mParameters.picture);
-    const bool isWanted = mParameters.picture.pictureCodingType == inPictureType;
-    mParameters.picture.pictureCodingType = inPictureType;
-    if (!isWanted) return Vexmora_NoSuchFrame;
-    const DecodeStatus status = DecodePicture(mBuffer, reader, inRequest);
+    ReadPictureIdentity(reader, parameters.picture);
+    if (parameters.picture.pictureCodingType != inPictureType) return Vexmora_NoSuchFrame;
+    const DecodeStatus status = DecodePicture(mBuffer, parameters, reader, inRequest);
+    mParameters.matrices = parameters.matrices;
+    if (const PictureHeader& picture = parameters.picture; picture.pictureStructure != 0) {
+        const bool isFirstField = picture.pictureStructure != kFramePicture && !parameters.secondField;
+        mFirstField = isFirstField ? std::optional(picture) : std::nullopt;
+    }
+    BitReader behind(*mBuffer);
+    TakeSequenceHeaders(behind);
     return status == DecodeStatus::Ok ? Vexmora_Ok : Vexmora_NoSuchFrame;
 }
 
-// Looks through what the host has written, once. The header's delivery ends with the picture start code.
-bool Decoder::FindSequenceHeaderInBuffer() {
+// Takes what the host has written up to the picture start code. False if there is nothing behind one.
+bool Decoder::TakeHeadersFromBuffer() {
     do {
         if (mSplitter->ReadPicture(*mBuffer) != ReadStatus::Ok) return false;
         BitReader reader(*mBuffer);
-        if (Vexmora::FindSequenceHeader(reader))
-            return ParseSequenceHeader(reader, mParameters) == Vexmora_Ok;
-    } while (mBuffer->CarrySize() != 0);
-    return false;
+        TakeSequenceHeaders(reader);
+    } while (!EndsAtPicture(*mBuffer) && mBuffer->CarrySize() != 0);
+    return mBuffer->CarrySize() != 0;
 }
 
-// ioReader stands behind picture_coding_type, which is in the parameters.
-DecodeStatus Decoder::DecodePicture(const CountedRef<CodedPictureBuffer>& inBuffer, BitReader& ioReader,
-                                    const PictureRequest& inRequest) {
-    const SequenceHeader& sequence = mParameters.sequence;
+// A host may repeat the header with every field.
+void Decoder::TakeSequenceHeaders(BitReader& ioReader) {
+    const auto last = LastSequenceHeader(ioReader);
+    if (!last) return;
+    if (last->sequence != mParameters.sequence) mFirstField.reset();
+    mParameters = *last;
+}
+
+// Whether the picture is the other field of the frame that was begun. Where a field was damaged or left out,
+// the next frame must not be taken for the rest of this one.
+bool Decoder::CompletesFrame(const PictureHeader& inPicture) const {
+    return mFirstField && inPicture.pictureStructure != kFramePicture &&
+           inPicture.pictureStructure != mFirstField->pictureStructure &&
+           inPicture.temporalReference == mFirstField->temporalReference;
+}
+
+// ioReader stands behind picture_coding_type, which is in the parameters; afterwards they have what the
+// picture itself says.
+DecodeStatus Decoder::DecodePicture(const CountedRef<CodedPictureBuffer>& inBuffer,
+                                    DecodingParameters& ioParameters, BitReader& ioReader,
+                                    const PictureRequest& inRequest) const {
     const PictureContext picture{
-        .parameters = mParameters,
+        .parameters = ioParameters,
         .tables = *mTables,
         .primitives = SelectedPrimitives(),
         .scale = inRequest.scale,
-        .forward = YV12Frame(sequence, inRequest.forward),
-        .backward = YV12Frame(sequence, inRequest.backward),
-        .output = YV12Frame(sequence, inRequest.output),
+        .forward = YV12Frame(ioParameters.sequence, inRequest.forward),
+        .backward = YV12Frame(ioParameters.sequence, inRequest.backward),
+        .output = YV12Frame(ioParameters.sequence, inRequest.output),
     };
     if (!picture.output.HasPlanes()) return DecodeStatus::NoOutput;
-    if (ParsePictureHeader(ioReader, mParameters) != Vexmora_Ok) return DecodeStatus::InvalidData;
-    mParameters.secondField = mParameters.secondField && CompletesFrame(mParameters);
+    if (ParsePictureHeader(ioReader, ioParameters) != Vexmora_Ok) return DecodeStatus::InvalidData;
+    ioParameters.matrices.Load(ioParameters.loads);
+    ioParameters.secondField = CompletesFrame(ioParameters.picture);
     if (picture.IsFrame()) return DecodeFramePicture(picture, inBuffer, ioReader);
-    const DecodeStatus status = DecodeFieldPicture(picture, inBuffer, ioReader);
-    if (!mParameters.secondField) mParameters.firstField = mParameters.picture;
-    mParameters.secondField = !mParameters.secondField;
-    return status;
+    return DecodeFieldPicture(picture, inBuffer, ioReader);
 }
 
 }  // namespace Vexmora

@@ -1,8 +1,5 @@
 // What a host may ask of an opened source beside its pictures.
-#include <algorithm>
-
 #include "Decoder/Decoder.h"
-#include "mpeg2/YV12Frame.h"
 
 namespace Vexmora {
 namespace {
@@ -60,16 +57,10 @@ Vexmora_Status Decoder::IndexFile(float& outProgress, bool inIndexFlag) {
     return mIndexing.Advance(mPath, mServices.indexLocation, inIndexFlag, outProgress);
 }
 
-// The usual sizes leave 128 lines to spare; narrow and small pictures need more, because rows are padded and
-// macroblocks are written whole.
-Decoder::FrameSizes Decoder::GetFrameSizes() {
+PlaneSizes Decoder::GetFrameSizes() {
     static_cast<void>(EnsureSequenceHeader());  // without one the sizes are 0
-    const SequenceHeader& sequence = mParameters.sequence;
-    if (sequence.horizontalSize == 0 || sequence.verticalSize == 0) return {0, 0};
-    const std::uint32_t usual = sequence.horizontalSize * (sequence.verticalSize + 128);
-    const std::uint32_t rows = PlaneMacroblockRows(sequence);
-    const PlanePitches pitches = PitchesAt(DecodeScale::Full, sequence.lumaStride);
-    return {std::max(usual, pitches.luma * rows * 16), std::max(usual / 4, pitches.chroma * rows * 8)};
+    mPlanes = mParameters.sequence;
+    return PlaneSizesOf(mPlanes);
 }
 
 }  // namespace Vexmora

@@ -106,7 +106,7 @@ Vexmora_Status Vexmora_GetVideoFrameOffset(Vexmora_Handle inHandle, std::uint32_
 Vexmora_Status Vexmora_GetFrameSizes(Vexmora_Handle inHandle, std::uint32_t* outLumaSize,
                                      std::uint32_t* outChromaSize) {
     return BehindBarrier([&] {
-        const Decoder::FrameSizes sizes = FromHandle(inHandle).GetFrameSizes();
+        const auto sizes = FromHandle(inHandle).GetFrameSizes();
         *outLumaSize = sizes.luma;
         *outChromaSize = sizes.chroma;
         return Vexmora_Ok;

@@ -13,18 +13,20 @@ namespace Vexmora {
 
 /// Parses a sequence header, the sequence extension that must follow it, and the extensions and user data
 /// behind that. ioReader stands behind the sequence_header_code; afterwards the start code behind these
-/// headers is its next one (without any, the last start code there is). Vexmora_Unsupported for a header that
-/// is not valid, for video that is not MPEG-2, and for pictures wider or taller than 4095; what was parsed up
-/// to there is then in ioParameters.
-[[nodiscard]] Vexmora_Status ParseSequenceHeader(BitReader& ioReader, DecodingParameters& ioParameters);
+/// headers is its next one (without any, the last start code there is). Vexmora_Unsupported, with nothing
+/// written, for a header that is not valid, for video that is not MPEG-2, and for pictures wider or taller
+/// than 4095.
+[[nodiscard]] Vexmora_Status ParseSequenceHeader(BitReader& ioReader, SequenceParameters& outParameters);
 
-/// Parses the rest of a picture header, the picture coding extension, and the extensions and user data behind
-/// it. ioReader stands behind picture_coding_type, which is already in ioParameters, as is
-/// temporal_reference; afterwards it stands at the first start code behind these headers, which is its next
-/// one. Fields that only the coding extension sets keep their values without one, save that the picture is
-/// then a frame with frame prediction. Vexmora_Unsupported for a header that is not valid; what was parsed up
-/// to there is then in ioParameters.
-[[nodiscard]] Vexmora_Status ParsePictureHeader(BitReader& ioReader, DecodingParameters& ioParameters);
+/// Reads up to where ParsePictureHeader goes on: temporal_reference and picture_coding_type. ioReader stands
+/// behind the picture start code.
+void ReadPictureIdentity(BitReader& ioReader, PictureHeader& outPicture);
+
+/// Parses the rest of a picture header, the picture coding extension that must follow it, and the extensions
+/// and user data behind that. ioReader stands behind picture_coding_type; afterwards it stands at the first
+/// start code behind these headers, which is its next one. Vexmora_Unsupported, with nothing written, for
+/// headers that are not valid.
+[[nodiscard]] Vexmora_Status ParsePictureHeader(BitReader& ioReader, PictureParameters& ioParameters);
 
 /// Reads 64 weights, transmitted in zigzag order.
 void ReadQuantiserMatrix(BitReader& ioReader, QuantiserMatrix& outMatrix);

@@ -1,4 +1,4 @@
-// The default matrix, and finding the matrix in use.
+// The default matrix, loading matrices, and finding the one in use.
 #include "mpeg2/Parameters.h"
 
 namespace Vexmora {
@@ -35,6 +35,25 @@ const QuantiserMatrix* QuantiserMatrices::Find(MatrixSource inSource) const {
             return &loadedChromaNonIntra;
     }
     return nullptr;
+}
+
+void QuantiserMatrices::Load(const MatrixLoads& inLoads) {
+    if (inLoads.intra) {
+        loadedIntra = *inLoads.intra;
+        intraLuma = intraChroma = MatrixSource::LoadedIntra;
+    }
+    if (inLoads.nonIntra) {
+        loadedNonIntra = *inLoads.nonIntra;
+        nonIntraLuma = nonIntraChroma = MatrixSource::LoadedNonIntra;
+    }
+    if (inLoads.chromaIntra) {
+        loadedChromaIntra = *inLoads.chromaIntra;
+        intraChroma = MatrixSource::LoadedChromaIntra;
+    }
+    if (inLoads.chromaNonIntra) {
+        loadedChromaNonIntra = *inLoads.chromaNonIntra;
+        nonIntraChroma = MatrixSource::LoadedChromaNonIntra;
+    }
 }
 
 }  // namespace Vexmora

@@ -1,8 +1,9 @@
-// What the headers of a video sequence and of a picture say, in one record that every later stage reads.
+// What the headers of a video sequence and of a picture say, in records that every later stage reads.
 #pragma once
 
 #include <array>
 #include <cstdint>
+#include <optional>
 
 #include "mpeg_system/VideoSyntax.h"
 
@@ -22,12 +23,6 @@ struct SequenceHeader {
     std::uint32_t aspectRatioInformation = 0;
     /// Seconds per frame.
     double framePeriod = 0;
-    std::uint32_t bitRateValue = 0;
-    /// The load flags last read, here or in a quantiser matrix extension.
-    std::uint32_t loadIntraMatrix = 0;
-    std::uint32_t loadNonIntraMatrix = 0;
-    std::uint32_t loadChromaIntraMatrix = 0;
-    std::uint32_t loadChromaNonIntraMatrix = 0;
     std::uint32_t mbWidth = 0;
     std::uint32_t mbHeight = 0;
     std::uint32_t progressiveSequence = 0;
@@ -38,6 +33,8 @@ struct SequenceHeader {
     std::uint32_t displayWidth = 0;
     /// verticalSize, unless a sequence display extension says otherwise.
     std::uint32_t displayHeight = 0;
+
+    friend bool operator==(const SequenceHeader&, const SequenceHeader&) = default;
 };
 
 /// From the picture header and the picture coding extension (6.3.9 and 6.3.10).
@@ -56,7 +53,6 @@ struct PictureHeader {
     std::uint32_t qScaleType = 0;
     std::uint32_t alternateScan = 0;
     std::uint32_t repeatFirstField = 0;
-    std::uint32_t chroma420Type = 0;
     std::uint32_t progressiveFrame = 0;
 };
 
@@ -84,6 +80,17 @@ enum class MatrixSource : std::uint8_t {
     LoadedChromaNonIntra,
 };
 
+/// The matrices that the quantiser matrix extensions of a picture load (6.2.3.2). Those of chroma come last:
+/// a luma matrix of a later extension takes their place.
+struct MatrixLoads {
+    bool IsNone() const { return !intra && !nonIntra && !chromaIntra && !chromaNonIntra; }
+
+    std::optional<QuantiserMatrix> intra;
+    std::optional<QuantiserMatrix> nonIntra;
+    std::optional<QuantiserMatrix> chromaIntra;
+    std::optional<QuantiserMatrix> chromaNonIntra;
+};
+
 /// The matrices that were transmitted, and which of them are in use.
 struct QuantiserMatrices {
     QuantiserMatrix loadedIntra{};
@@ -98,21 +105,32 @@ struct QuantiserMatrices {
 
     /// The matrix that inSource names, null for MatrixSource::Flat. It lives as long as this record.
     const QuantiserMatrix* Find(MatrixSource inSource) const;
+    /// A matrix of luma is that of 4:2:0 chroma, too (6.3.11).
+    void Load(const MatrixLoads& inLoads);
+
+    friend bool operator==(const QuantiserMatrices&, const QuantiserMatrices&) = default;
 };
 
-/// Everything that slices are decoded with. The instance owns one; header parsing writes it, slices read it.
-/// Sequence parameters and matrices stay until the next header that sets them.
-struct DecodingParameters {
+/// What stays in force from picture to picture, in coded order: the sequence header last read, with its
+/// extensions, and the matrices loaded since.
+struct SequenceParameters {
     SequenceHeader sequence;
-    /// chromaBlocks and the four blocks of luma.
-    std::uint32_t blocksPerMacroblock = 0;
+    QuantiserMatrices matrices;
+
+    friend bool operator==(const SequenceParameters&, const SequenceParameters&) = default;
+};
+
+/// What a picture says of itself.
+struct PictureParameters {
     PictureHeader picture;
     PictureConstants constants;
-    QuantiserMatrices matrices;
-    /// The next field picture is the second one of its frame, if it fits to firstField.
+    MatrixLoads loads;
+};
+
+/// Everything that slices are decoded with; they only read it.
+struct DecodingParameters : SequenceParameters, PictureParameters {
+    /// The picture is the second field of its frame.
     bool secondField = false;
-    /// The field picture that was decoded last as the first one of its frame.
-    PictureHeader firstField;
 };
 
 }  // namespace Vexmora

@@ -8,20 +8,20 @@ namespace {
 
 constexpr std::uint32_t kPictureTypeD = 4;
 
-/// full_pel vector flag, which MPEG-2 video does not use, and the f_code of one direction. False if it is 0.
-bool ReadHeaderFCode(BitReader& ioReader, std::array<std::uint32_t, 2>& outFCode) {
+/// full_pel vector flag, which MPEG-2 video does not use, and the f_code of one direction, for which the
+/// coding extension has others. False if it is 0.
+bool PassHeaderFCode(BitReader& ioReader) {
     ioReader.SkipBits(1);
-    outFCode[0] = outFCode[1] = ioReader.GetBits(3);
-    return outFCode[0] != 0;
+    return ioReader.GetBits(3) != 0;
 }
 
 /// From behind vbv_delay. What follows the f_codes in the header serves nothing.
-Vexmora_Status ParseHeaderFCodes(BitReader& ioReader, PictureHeader& ioPicture) {
-    const std::uint32_t type = ioPicture.pictureCodingType;
+Vexmora_Status ParseHeaderFCodes(BitReader& ioReader, const PictureHeader& inPicture) {
+    const std::uint32_t type = inPicture.pictureCodingType;
     if (type < kPictureTypeI || type > kPictureTypeD) return Vexmora_Unsupported;
     const bool hasForward = type == kPictureTypeP || type == kPictureTypeB;
-    if (hasForward && !ReadHeaderFCode(ioReader, ioPicture.fCode[0])) return Vexmora_Unsupported;
-    if (type == kPictureTypeB && !ReadHeaderFCode(ioReader, ioPicture.fCode[1])) return Vexmora_Unsupported;
+    if (hasForward && !PassHeaderFCode(ioReader)) return Vexmora_Unsupported;
+    if (type == kPictureTypeB && !PassHeaderFCode(ioReader)) return Vexmora_Unsupported;
     return Vexmora_Ok;
 }
 
@@ -36,10 +36,9 @@ bool IsValid(const PictureHeader& inPicture) {
            (inPicture.framePredFrameDct == 0 && inPicture.repeatFirstField == 0);
 }
 
-/// Its identifier is not looked at: this is the extension that comes first.
-Vexmora_Status ParsePictureCodingExtension(BitReader& ioReader, DecodingParameters& ioParameters) {
-    PictureHeader& picture = ioParameters.picture;
-    ioReader.SkipBits(4);
+Vexmora_Status ParsePictureCodingExtension(BitReader& ioReader, PictureParameters& ioParameters) {
+    if (ioReader.GetBits(4) != kPictureCodingExtensionId) return Vexmora_Unsupported;
+    PictureHeader picture = ioParameters.picture;
     for (auto& direction : picture.fCode) {
         for (std::uint32_t& f_code : direction) f_code = ioReader.GetBits(4);
     }
@@ -52,66 +51,61 @@ Vexmora_Status ParsePictureCodingExtension(BitReader& ioReader, DecodingParamete
     const std::uint32_t intra_vlc_format = ioReader.GetBits(1);
     picture.alternateScan = ioReader.GetBits(1);
     picture.repeatFirstField = ioReader.GetBits(1);
-    picture.chroma420Type = ioReader.GetBits(1);
-    if (!IsValid(picture)) return Vexmora_Unsupported;
-    ioParameters.constants.intraTableB15 = intra_vlc_format != 0;
+    ioReader.SkipBits(1);  // chroma_420_type
     picture.progressiveFrame = ioReader.GetBits(1);
-    if (ioParameters.sequence.chromaBlocks == 2) picture.chroma420Type = picture.progressiveFrame;
+    if (!IsValid(picture)) return Vexmora_Unsupported;
+    ioParameters.picture = picture;
+    ioParameters.constants = {
+        .dcShift = static_cast<std::int32_t>(3 - picture.intraDcPrecision),
+        .dcReset = 128 << picture.intraDcPrecision,
+        .intraTableB15 = intra_vlc_format != 0,
+    };
     return Vexmora_Ok;
 }
 
 /// From behind the identifier.
-void ParseQuantMatrixExtension(BitReader& ioReader, DecodingParameters& ioParameters) {
-    SequenceHeader& sequence = ioParameters.sequence;
-    QuantiserMatrices& matrices = ioParameters.matrices;
-    const auto load = [&ioReader](std::uint32_t& outFlag, QuantiserMatrix& outMatrix, MatrixSource& outInUse,
-                                  MatrixSource inLoaded) {
-        outFlag = ioReader.GetBits(1);
-        if (outFlag == 0) return;
-        ReadQuantiserMatrix(ioReader, outMatrix);
-        outInUse = inLoaded;
+void ParseQuantMatrixExtension(BitReader& ioReader, MatrixLoads& ioLoads) {
+    const auto load = [&ioReader](std::optional<QuantiserMatrix>& outMatrix) {
+        if (ioReader.GetBits(1) == 0) return false;
+        ReadQuantiserMatrix(ioReader, outMatrix.emplace());
+        return true;
     };
-    load(sequence.loadIntraMatrix, matrices.loadedIntra, matrices.intraLuma, MatrixSource::LoadedIntra);
-    load(sequence.loadNonIntraMatrix, matrices.loadedNonIntra, matrices.nonIntraLuma,
-         MatrixSource::LoadedNonIntra);
-    load(sequence.loadChromaIntraMatrix, matrices.loadedChromaIntra, matrices.intraChroma,
-         MatrixSource::LoadedChromaIntra);
-    load(sequence.loadChromaNonIntraMatrix, matrices.loadedChromaNonIntra, matrices.nonIntraChroma,
-         MatrixSource::LoadedChromaNonIntra);
+    if (load(ioLoads.intra)) ioLoads.chromaIntra.reset();
+    if (load(ioLoads.nonIntra)) ioLoads.chromaNonIntra.reset();
+    load(ioLoads.chromaIntra);
+    load(ioLoads.chromaNonIntra);
 }
 
 /// Goes over extensions and user data to the start code behind them. Only quantiser matrices matter; the
 /// start-code table tells where each of the others ends.
-void ParseFurtherExtensions(BitReader& ioReader, DecodingParameters& ioParameters) {
+void ParseFurtherExtensions(BitReader& ioReader, MatrixLoads& outLoads) {
     for (;;) {
         const std::uint32_t code = ioReader.PeekStartCode();
         if (code != kExtensionStartCode && code != kUserDataStartCode) return;
         ioReader.ConsumeStartCode();
         if (code == kExtensionStartCode && ioReader.GetBits(4) == kQuantMatrixExtensionId) {
-            ParseQuantMatrixExtension(ioReader, ioParameters);
+            ParseQuantMatrixExtension(ioReader, outLoads);
         }
     }
 }
 
 }  // namespace
 
-Vexmora_Status ParsePictureHeader(BitReader& ioReader, DecodingParameters& ioParameters) {
-    PictureHeader& picture = ioParameters.picture;
-    ioReader.SkipBits(16);  // vbv_delay
-    Vexmora_Status status = ParseHeaderFCodes(ioReader, picture);
-    if (status != Vexmora_Ok) return status;
+void ReadPictureIdentity(BitReader& ioReader, PictureHeader& outPicture) {
+    outPicture.temporalReference = ioReader.GetBits(10);
+    outPicture.pictureCodingType = ioReader.GetBits(3);
+}
 
-    picture.pictureStructure = kFramePicture;
-    picture.framePredFrameDct = 1;
-    ioParameters.constants.intraTableB15 = false;
-    if (ioReader.PeekStartCode() == kExtensionStartCode) {
-        ioReader.ConsumeStartCode();
-        status = ParsePictureCodingExtension(ioReader, ioParameters);
-        if (status != Vexmora_Ok) return status;
-    }
-    ParseFurtherExtensions(ioReader, ioParameters);
-    ioParameters.constants.dcShift = static_cast<std::int32_t>(3 - picture.intraDcPrecision);
-    ioParameters.constants.dcReset = 128 << picture.intraDcPrecision;
+Vexmora_Status ParsePictureHeader(BitReader& ioReader, PictureParameters& ioParameters) {
+    ioReader.SkipBits(16);  // vbv_delay
+    Vexmora_Status status = ParseHeaderFCodes(ioReader, ioParameters.picture);
+    if (status != Vexmora_Ok) return status;
+    if (ioReader.PeekStartCode() != kExtensionStartCode) return Vexmora_Unsupported;
+    ioReader.ConsumeStartCode();
+    status = ParsePictureCodingExtension(ioReader, ioParameters);
+    if (status != Vexmora_Ok) return status;
+    ioParameters.loads = {};
+    ParseFurtherExtensions(ioReader, ioParameters.loads);
     return Vexmora_Ok;
 }
 

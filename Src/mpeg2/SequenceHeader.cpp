@@ -30,19 +30,12 @@ void SetSize(SequenceHeader& ioSequence, std::uint32_t inWidth, std::uint32_t in
     ioSequence.mbHeight = (inHeight + 15) >> 4;
 }
 
-/// From behind the two load flags; the second one comes only behind an intra matrix.
-void ReadMatrices(BitReader& ioReader, SequenceHeader& ioSequence, QuantiserMatrices& ioMatrices) {
-    ioMatrices.intraLuma = ioMatrices.intraChroma = MatrixSource::DefaultIntra;
-    ioMatrices.nonIntraLuma = ioMatrices.nonIntraChroma = MatrixSource::Flat;
-    if (ioSequence.loadIntraMatrix != 0) {
-        ReadQuantiserMatrix(ioReader, ioMatrices.loadedIntra);
-        ioMatrices.intraLuma = ioMatrices.intraChroma = MatrixSource::LoadedIntra;
-    }
-    ioSequence.loadNonIntraMatrix = ioReader.GetBits(1);
-    if (ioSequence.loadNonIntraMatrix != 0) {
-        ReadQuantiserMatrix(ioReader, ioMatrices.loadedNonIntra);
-        ioMatrices.nonIntraLuma = ioMatrices.nonIntraChroma = MatrixSource::LoadedNonIntra;
-    }
+/// From the first of the two load flags on.
+void ReadMatrices(BitReader& ioReader, QuantiserMatrices& ioMatrices) {
+    MatrixLoads loads;
+    if (ioReader.GetBits(1) != 0) ReadQuantiserMatrix(ioReader, loads.intra.emplace());
+    if (ioReader.GetBits(1) != 0) ReadQuantiserMatrix(ioReader, loads.nonIntra.emplace());
+    ioMatrices.Load(loads);
 }
 
 Vexmora_Status ParseSequenceExtension(BitReader& ioReader, SequenceHeader& ioSequence) {
@@ -99,24 +92,22 @@ bool FindSequenceHeader(BitReader& ioReader) {
     }
 }
 
-Vexmora_Status ParseSequenceHeader(BitReader& ioReader, DecodingParameters& ioParameters) {
-    SequenceHeader& sequence = ioParameters.sequence;
-    ioParameters.secondField = false;
-
+Vexmora_Status ParseSequenceHeader(BitReader& ioReader, SequenceParameters& outParameters) {
+    SequenceParameters parameters;
+    SequenceHeader& sequence = parameters.sequence;
     const std::uint32_t horizontal_size_value = ioReader.GetBits(12);
     const std::uint32_t vertical_size_value = ioReader.GetBits(12);
     SetSize(sequence, horizontal_size_value, vertical_size_value);
     sequence.aspectRatioInformation = ioReader.GetBits(4);
     const std::uint32_t frame_rate_code = ioReader.GetBits(4);
-    sequence.bitRateValue = ioReader.GetBits(18);
+    ioReader.SkipBits(18);  // bit_rate_value
     const std::uint32_t marker_bit = ioReader.GetBits(1);
     ioReader.SkipBits(10 + 1);  // vbv_buffer_size_value, constrained_parameters_flag
-    sequence.loadIntraMatrix = ioReader.GetBits(1);
     if (sequence.aspectRatioInformation == kForbiddenAspectRatio ||
         sequence.aspectRatioInformation == kReservedAspectRatio || marker_bit == 0) {
         return Vexmora_Unsupported;
     }
-    ReadMatrices(ioReader, sequence, ioParameters.matrices);
+    ReadMatrices(ioReader, parameters.matrices);
 
     if (ioReader.PeekStartCode() != kExtensionStartCode) return Vexmora_Unsupported;  // MPEG-1 video
     ioReader.SkipBits(32);
@@ -124,8 +115,8 @@ Vexmora_Status ParseSequenceHeader(BitReader& ioReader, DecodingParameters& ioPa
     if (status != Vexmora_Ok) return status;
     sequence.framePeriod = BaseFramePeriod(frame_rate_code) * (sequence.frameRateExtensionD + 1) /
                            (sequence.frameRateExtensionN + 1);
-    ioParameters.blocksPerMacroblock = sequence.chromaBlocks + 4;
     ParseFurtherExtensions(ioReader, sequence);
+    outParameters = parameters;
     return Vexmora_Ok;
 }
 

@@ -185,6 +185,7 @@ void BufferInstance::ReadHeaders(const CodedVideo& inVideo) {
     const Bytes data = Join({inVideo.headers, unit.bytes});
     constexpr FramePlanes kNone{};
     EXPECT_EQ(Decode(data, unit.picture_coding_type, kNone, kNone, kNone), Vexmora_NoSuchFrame);
+    static_cast<void>(NewPicture());
 }
 
 Vexmora_Status BufferInstance::Decode(const Bytes& inBytes, unsigned inType, const FramePlanes& inForward,

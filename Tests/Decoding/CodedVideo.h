@@ -39,7 +39,7 @@ class BufferInstance {
     BufferInstance(const BufferInstance&) = delete;
     BufferInstance& operator=(const BufferInstance&) = delete;
 
-    /// Lets the instance know the sequence, without decoding a picture.
+    /// Lets the instance know the sequence, and what planes there will be, without decoding a picture.
     void ReadHeaders(const CodedVideo& inVideo);
     /// Decodes inBytes, a picture with or without headers, as one of inType.
     Vexmora_Status Decode(const Bytes& inBytes, unsigned inType, const FramePlanes& inForward,

@@ -171,7 +171,7 @@ TEST_F(FrameAccess, ABufferInstanceTakesAPictureAtATime) {
     Vexmora_CloseFile(mHandle);
     ASSERT_EQ(Vexmora_OpenBufferInstance(mHost.Services(), 65536, &mHandle, &buffer), Vexmora_Ok);
     EXPECT_EQ(get(intra, 1, kNoPlanes), Vexmora_NoSuchFrame) << "no sequence header";
-    EXPECT_EQ(get(Join({VideoHeaders(), intra}), 1, kNoPlanes), Vexmora_NoSuchFrame) << "looked for once";
+    EXPECT_EQ(get(Join({VideoHeaders(), intra}), 1, kNoPlanes), Vexmora_Ok) << "in any request";
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// Picture headers: every field, every refusal, the extensions behind, and what stays from picture to picture.
+// Picture headers: every field, every refusal, and the extensions behind.
 #include <gtest/gtest.h>
 
 #include <functional>
@@ -27,7 +27,7 @@ Bytes CodingExtension(const Coding& inCoding) {
 }
 
 constexpr unsigned kTopFieldFirst = 0x80, kFramePredFrameDct = 0x40, kConcealment = 0x20, kQScaleType = 0x10;
-constexpr unsigned kIntraVlcFormat = 8, kAlternateScanFlag = 4, kRepeatFirstField = 2, kChroma420 = 1;
+constexpr unsigned kIntraVlcFormat = 8, kAlternateScanFlag = 4, kRepeatFirstField = 2;
 
 /// The rest of a picture header behind picture_coding_type, as the buffer begins: temporal_reference and type
 /// come first and are read by the caller.
@@ -39,12 +39,11 @@ Bytes PictureHeaderBytes(unsigned inType, unsigned inForward = 3, unsigned inBac
     return writer.Put(1, 1).Put(8, 0xFF).Put(1, 0).Take();
 }
 
-Vexmora_Status ParsePicture(const Bytes& inBytes, DecodingParameters& ioParameters,
+Vexmora_Status ParsePicture(const Bytes& inBytes, PictureParameters& ioParameters,
                             std::uint32_t inNext = 0x101) {
     const CodedBytes coded(inBytes);
     BitReader reader = coded.Reader();
-    ioParameters.picture.temporalReference = reader.GetBits(10);
-    ioParameters.picture.pictureCodingType = reader.GetBits(3);
+    ReadPictureIdentity(reader, ioParameters.picture);
     const Vexmora_Status status = ParsePictureHeader(reader, ioParameters);
     if (status == Vexmora_Ok) {
         EXPECT_EQ(reader.ShowBits(32), inNext);
@@ -53,7 +52,7 @@ Vexmora_Status ParsePicture(const Bytes& inBytes, DecodingParameters& ioParamete
     return status;
 }
 
-Vexmora_Status ParseWith(const Coding& inCoding, DecodingParameters& ioParameters) {
+Vexmora_Status ParseWith(const Coding& inCoding, PictureParameters& ioParameters) {
     return ParsePicture(Join({PictureHeaderBytes(1), CodingExtension(inCoding), kSlice}), ioParameters);
 }
 
@@ -61,15 +60,10 @@ TEST(PictureHeader, ReadsEveryFieldOfTheCodingExtension) {
     // One flag at a time, so that none stands for another.
     using Header = Vexmora::PictureHeader;
     const std::pair<unsigned, std::uint32_t Header::*> flags[] = {
-        {kTopFieldFirst, &Header::topFieldFirst},
-        {kFramePredFrameDct, &Header::framePredFrameDct},
-        {kConcealment, &Header::concealmentMotionVectors},
-        {kQScaleType, &Header::qScaleType},
-        {kAlternateScanFlag, &Header::alternateScan},
-        {kRepeatFirstField, &Header::repeatFirstField},
-        {kChroma420, &Header::chroma420Type}};
-    DecodingParameters parameters;
-    parameters.sequence.chromaBlocks = 4;
+        {kTopFieldFirst, &Header::topFieldFirst},          {kFramePredFrameDct, &Header::framePredFrameDct},
+        {kConcealment, &Header::concealmentMotionVectors}, {kQScaleType, &Header::qScaleType},
+        {kAlternateScanFlag, &Header::alternateScan},      {kRepeatFirstField, &Header::repeatFirstField}};
+    PictureParameters parameters;
     for (const auto& [bit, field] : flags) {
         ASSERT_EQ(ParseWith({.flags = bit}, parameters), Vexmora_Ok);
         for (const auto& [otherBit, other] : flags) {
@@ -85,17 +79,13 @@ TEST(PictureHeader, ReadsEveryFieldOfTheCodingExtension) {
     EXPECT_EQ(picture.pictureStructure, 3u);
     EXPECT_EQ(picture.progressiveFrame, 0u);
 
-    parameters.sequence.chromaBlocks = 2;  // 4:2:0: chroma_420_type is progressive_frame
-    ASSERT_EQ(ParseWith({.picture_structure = 2, .flags = kChroma420}, parameters), Vexmora_Ok);
-    EXPECT_EQ(picture.chroma420Type, 0u);
+    ASSERT_EQ(ParseWith({.picture_structure = 2, .progressive_frame = 1}, parameters), Vexmora_Ok);
     EXPECT_EQ(picture.pictureStructure, 2u);
-    ASSERT_EQ(ParseWith({.progressive_frame = 1}, parameters), Vexmora_Ok);
-    EXPECT_EQ(picture.chroma420Type, 1u);
     EXPECT_EQ(picture.progressiveFrame, 1u);
 }
 
 TEST(PictureHeader, DerivesTheConstantsOfSlices) {
-    DecodingParameters parameters;
+    PictureParameters parameters;
     for (unsigned precision = 0; precision < 4; ++precision) {
         ASSERT_EQ(ParseWith({.intra_dc_precision = precision, .flags = kIntraVlcFormat}, parameters),
                   Vexmora_Ok);
@@ -107,28 +97,8 @@ TEST(PictureHeader, DerivesTheConstantsOfSlices) {
     EXPECT_FALSE(parameters.constants.intraTableB15);
 }
 
-TEST(PictureHeader, TakesDefaultsWithoutACodingExtension) {
-    DecodingParameters parameters;
-    ASSERT_EQ(ParseWith({.picture_structure = 1, .flags = kIntraVlcFormat | kQScaleType}, parameters),
-              Vexmora_Ok);
-    ASSERT_EQ(ParsePicture(Join({PictureHeaderBytes(3), kSlice}), parameters), Vexmora_Ok);
-    EXPECT_EQ(parameters.picture.pictureStructure, 3u);
-    EXPECT_EQ(parameters.picture.framePredFrameDct, 1u);
-    EXPECT_FALSE(parameters.constants.intraTableB15);
-    EXPECT_EQ(parameters.picture.fCode[0], (std::array<std::uint32_t, 2>{3, 3}));
-    EXPECT_EQ(parameters.picture.fCode[1], (std::array<std::uint32_t, 2>{5, 5}));
-    EXPECT_EQ(parameters.picture.qScaleType, 1u) << "stays";
-    EXPECT_EQ(parameters.constants.dcReset, 512) << "stays";
-    // An extension behind user data is a further one: it does not make the coding parameters.
-    ASSERT_EQ(ParsePicture(Join({PictureHeaderBytes(4), kUser, CodingExtension({.picture_structure = 1}),
-                                 kUser, kSlice}),
-                           parameters),
-              Vexmora_Ok);
-    EXPECT_EQ(parameters.picture.pictureStructure, 3u);
-}
-
 TEST(PictureHeader, RefusesWhatIsNotValid) {
-    DecodingParameters parameters;
+    PictureParameters parameters;
     for (const unsigned type : {0u, 5u, 6u, 7u}) {
         EXPECT_EQ(ParsePicture(Join({PictureHeaderBytes(type), kSlice}), parameters), Vexmora_Unsupported)
             << type;
@@ -145,6 +115,13 @@ TEST(PictureHeader, RefusesWhatIsNotValid) {
         }
     }
     EXPECT_EQ(ParseWith({.picture_structure = 0}, parameters), Vexmora_Unsupported);
+    const Bytes coding = CodingExtension({});
+    const Bytes pan = BitWriter().Put(32, 0x1B5).Put(4, 7).Put(34, 0).Take();
+    for (const Bytes& extensions : {Bytes{}, pan, Join({pan, coding}), Join({kUser, coding})}) {
+        EXPECT_EQ(ParsePicture(Join({PictureHeaderBytes(1), extensions, kSlice}), parameters),
+                  Vexmora_Unsupported)
+            << "the coding extension does not come first";
+    }
     for (const unsigned structure : {1u, 2u}) {
         EXPECT_EQ(ParseWith({.picture_structure = structure, .flags = kFramePredFrameDct}, parameters),
                   Vexmora_Unsupported);
@@ -164,33 +141,31 @@ Bytes MatrixExtension(unsigned inFlags, unsigned inWeight) {
 }
 
 TEST(PictureHeader, LoadsMatricesAmongOtherExtensions) {
-    DecodingParameters parameters;
-    QuantiserMatrices& matrices = parameters.matrices;
-    matrices.intraChroma = MatrixSource::LoadedIntra;  // as a sequence header leaves it
+    SequenceParameters inForce;
+    QuantiserMatrices& matrices = inForce.matrices;
     const Bytes pan = BitWriter().Put(32, 0x1B5).Put(4, 7).Put(34, 0).Put(34, 0).Take();
-    const auto parse = [&](unsigned inFlags, unsigned inWeight) {
-        return ParsePicture(Join({PictureHeaderBytes(1),
-                                  CodingExtension({}),
-                                  pan,
-                                  kUser,
-                                  MatrixExtension(inFlags, inWeight),
-                                  pan,
-                                  kUser,
-                                  {0, 0, 1, 2, 9}}),
-                            parameters, 0x102);
+    const auto load = [&](const Bytes& inExtensions) {
+        PictureParameters parameters;
+        const Bytes picture = Join({PictureHeaderBytes(1), CodingExtension({}), pan, kUser, inExtensions, pan,
+                                    kUser, Bytes{0, 0, 1, 2, 9}});
+        EXPECT_EQ(ParsePicture(picture, parameters, 0x102), Vexmora_Ok);
+        EXPECT_EQ(parameters.loads.IsNone(), inExtensions.empty());
+        matrices.Load(parameters.loads);
     };
-    ASSERT_EQ(parse(8, 40), Vexmora_Ok);
+    load(MatrixExtension(8, 40));
     EXPECT_EQ(matrices.intraLuma, MatrixSource::LoadedIntra);
-    EXPECT_EQ((*matrices.Find(matrices.intraChroma))[0], 40) << "follows the luma matrix";
-    EXPECT_EQ(matrices.nonIntraLuma, MatrixSource::Flat);
-    ASSERT_EQ(parse(7, 50), Vexmora_Ok);
+    EXPECT_EQ(matrices.intraChroma, MatrixSource::LoadedIntra) << "applies to 4:2:0 chroma, too";
+    EXPECT_EQ(matrices.nonIntraChroma, MatrixSource::Flat);
+    load(MatrixExtension(7, 50));
     EXPECT_EQ((*matrices.Find(matrices.intraLuma))[1], 41) << "stays";
-    EXPECT_EQ(matrices.nonIntraLuma, MatrixSource::LoadedNonIntra);
+    EXPECT_EQ((*matrices.Find(matrices.nonIntraLuma))[0], 50);
     EXPECT_EQ(matrices.intraChroma, MatrixSource::LoadedChromaIntra);
-    EXPECT_EQ(matrices.nonIntraChroma, MatrixSource::LoadedChromaNonIntra);
     EXPECT_EQ((*matrices.Find(matrices.nonIntraChroma))[1], 51);
-    EXPECT_EQ(parameters.sequence.loadIntraMatrix, 0u);
-    EXPECT_EQ(parameters.sequence.loadChromaNonIntraMatrix, 1u);
+    load({});
+    EXPECT_EQ(matrices.nonIntraChroma, MatrixSource::LoadedChromaNonIntra);
+    load(Join({MatrixExtension(3, 60), MatrixExtension(12, 70)}));
+    EXPECT_EQ((*matrices.Find(matrices.intraChroma))[0], 70) << "the last extension counts";
+    EXPECT_EQ((*matrices.Find(matrices.nonIntraChroma))[0], 70);
 }
 
 }  // namespace

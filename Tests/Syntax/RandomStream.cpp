@@ -46,7 +46,7 @@ class StreamMaker {
   private:
     // The matrices take the place of the two flags at the end.
     void WriteHeaders() {
-        LoadWeights(mWeights, 1);
+        LoadWeights(mWeights, mPlan.loadsIntra, mPlan.loadsNonIntra);
         const Bytes plain = SequenceHeader(mStream.sequence);
         BitWriter header;
         for (std::size_t i = 0; i + 1 < plain.size(); ++i) header.Put(8, plain[i]);
@@ -92,7 +92,8 @@ class StreamMaker {
             picture.progressive_frame = picture.frame_pred_frame_dct && mRandom.OneIn(2);
         }
         ChooseFCodes(picture, count);
-        LoadWeights(picture.loaded, 3);
+        const bool loads = mPlan.loadsIntra || mPlan.loadsNonIntra;
+        LoadWeights(picture.loaded, loads && mRandom.OneIn(3), loads && mRandom.OneIn(3));
         if (picture.loaded.intra) mWeights.intra = picture.loaded.intra;
         if (picture.loaded.nonIntra) mWeights.nonIntra = picture.loaded.nonIntra;
         CountWeights("extension", picture.loaded);
@@ -116,16 +117,15 @@ class StreamMaker {
         }
     }
 
-    // A picture loads only what the sequence header has loaded before it. In 4:2:0 the matrices of an
-    // extension are meant for chrominance, too (6.3.11), and the other decoders take them so; here
-    // chrominance follows only where the sequence header made both use the same matrix.
-    void LoadWeights(WeightsInUse& outWeights, int inOneIn) {
-        if (mPlan.loadsIntra && mRandom.OneIn(inOneIn)) {
+    // A picture may load what the sequence header has not: in 4:2:0 a matrix of luma is that of chroma, too
+    // (ISO/IEC 13818-2, 6.3.11).
+    void LoadWeights(WeightsInUse& outWeights, bool inIntra, bool inNonIntra) {
+        if (inIntra) {
             outWeights.intra = RandomWeights(255);
             (*outWeights.intra)[0] = 8;
         }
         // With a larger weight even a level of 1 might leave the range.
-        if (mPlan.loadsNonIntra && mRandom.OneIn(inOneIn)) outWeights.nonIntra = RandomWeights(190);
+        if (inNonIntra) outWeights.nonIntra = RandomWeights(190);
     }
 
     Weights RandomWeights(int inLargest) {

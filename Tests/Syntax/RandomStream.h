@@ -19,7 +19,7 @@ struct StreamPlan {
     bool isSparse = false;
     /// Coefficients leave their range.
     bool saturates = false;
-    /// Matrices in the sequence header, and in some of the pictures.
+    /// Matrices in the sequence header; with either, both kinds in some of the pictures.
     bool loadsIntra = false;
     bool loadsNonIntra = false;
 

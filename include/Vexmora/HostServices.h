@@ -110,7 +110,8 @@ struct HostServices {
     void* reserved3;
     const IndexLocationTable* indexLocation;
     void* reserved5;
-    /// Low 32 bits: the identifier under which the file's blocks are cached; 0 means no block cache.
+    /// Low 32 bits: the identifier under which the file's blocks are cached; 0 means no block cache. Handles
+    /// with the same one, and the same index, also share what they find out about the file.
     std::uint64_t cacheId;
 };
 

@@ -126,28 +126,35 @@ VEXMORA_API std::int32_t Vexmora_GetLastGoodFrame(Vexmora_Handle inHandle, std::
 // ---- Decoding ---------------------------------------------------------------------------------------------
 
 /// Decodes one frame of an indexed file into the host's planes, on all processors, and returns when it is
-/// complete.
+/// complete. The picture is that of a decoder which reads the video from the sequence header on that governs
+/// the frame: whatever was requested before, on whatever handle.
 /// @param inFrame         display index.
 /// @param inForward       the decoded past reference (only read); null planes when there is none.
 /// @param inBackward      the decoded future reference (only read); null planes when there is none.
 /// @param outPicture      the planes to write, sized by Vexmora_GetFrameSizes.
 /// @param inDecodeMode    0 full size, else reduced.
 /// @param inDecodeSubMode when reduced: 1 quarter size (half width and height), else half width.
-/// @return Vexmora_Ok, Vexmora_Failure, Vexmora_Unsupported, Vexmora_NoSequenceHeader (reading or decoding
-///         failed), Vexmora_NoSuchFrame, Vexmora_NoCodedPicture, Vexmora_EmptyRecord.
+/// @return Vexmora_Ok (also for a picture that is damaged: what could not be decoded is not written),
+///         Vexmora_Failure, Vexmora_Unsupported (also: the frame's sequence header has another size or chroma
+///         format than the first of the file; nothing is written), Vexmora_NoSequenceHeader (reading or
+///         decoding failed), Vexmora_NoSuchFrame, Vexmora_NoCodedPicture, Vexmora_EmptyRecord.
 VEXMORA_API Vexmora_Status Vexmora_GetFrame(Vexmora_Handle inHandle, std::int32_t inFrame,
                                             const Vexmora::FramePlanes* inForward,
                                             const Vexmora::FramePlanes* inBackward,
                                             const Vexmora::FramePlanes* outPicture,
                                             std::uint32_t inDecodeMode, std::uint32_t inDecodeSubMode);
 
-/// Decodes the picture that the host wrote into a buffer instance's buffer.
+/// Decodes the picture that the host wrote into a buffer instance's buffer. Quantiser matrices stay in force
+/// for the pictures of later requests, and the first field of a frame waits for the second. A sequence header
+/// in any request takes effect, unless it does not parse: Vexmora_GetFileInfo and Vexmora_GetFrameSizes then
+/// tell of it. Where it calls for other planes than the header before, no picture is decoded until
+/// Vexmora_GetFrameSizes was called; then the same data can be passed again.
 /// @param inDataSize    bytes written: headers (needed once, before the first picture), a picture start code
 ///                      and one picture. At least 4 bytes of the buffer stay free behind them.
 /// @param inPictureType picture_coding_type of that picture.
 /// The other parameters are those of Vexmora_GetFrame.
 /// @return Vexmora_Ok, Vexmora_Failure, Vexmora_Unsupported (not a buffer instance), Vexmora_NoSuchFrame
-///         (another type of picture, or reading or decoding failed).
+///         (another type of picture, planes for another sequence, or reading or decoding failed).
 VEXMORA_API Vexmora_Status Vexmora_GetFrameFromBuffer(
     Vexmora_Handle inHandle, std::uint32_t inDataSize, std::uint32_t inPictureType,
     const Vexmora::FramePlanes* inForward, const Vexmora::FramePlanes* inBackward,
