@@ -12,7 +12,6 @@
 #include "Vexmora/PathText.h"
 #include "frames/FrameDecoder.h"
 #include "frames/FrameWorkers.h"
-#include "frames/QuantMatrixProbe.h"
 #include "index/IndexBuilder.h"
 #include "index/IndexStore.h"
 #include "index/MediaFile.h"
@@ -228,8 +227,7 @@ SharedPicture Movie::Frame(std::uint32_t inFrame, Scale inScale) {
 FrameRun Movie::Run(std::uint32_t inFirst, std::uint32_t inCount, Scale inScale, unsigned inThreads) {
     if (inCount > 0) CheckFrame(inFirst);
     if (inCount > 0 && inCount > mInfo.frameCount - inFirst) CheckFrame(mInfo.frameCount);
-    unsigned threads = inThreads > 0 ? inThreads : Posix::ProcessorCount();
-    if (threads > 1 && inCount > 1 && !MayUseHandles(inFirst)) threads = 1;
+    const unsigned threads = inThreads > 0 ? inThreads : Posix::ProcessorCount();
     return {mPath,
             std::make_unique<FrameRun::Workers>(mInsides->Source(*this), FrameSpan{inFirst, inCount}, inScale,
                                                 threads, [this] { return mInsides->OpenAgain(*this); })};
@@ -239,15 +237,6 @@ void Movie::CheckFrame(std::uint32_t inFrame) const {
     if (inFrame < mInfo.frameCount) return;
     throw Error(Vexmora_NoSuchFrame, mPath, "has no frame " + std::to_string(inFrame),
                 "it has " + std::to_string(mInfo.frameCount) + ", counted from 0");
-}
-
-// Whether pictures may be decoded with one handle or another.
-bool Movie::MayUseHandles(std::uint32_t inFirst) const {
-    try {
-        return !HasPictureMatrices(mPath, mRecords[mInfo.firstFrame + inFirst].offset);
-    } catch (const Error&) {
-        return false;  // no other handle could read it either
-    }
 }
 
 FrameSource Movie::Insides::Source(const Movie& inMovie) {

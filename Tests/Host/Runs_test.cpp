@@ -167,36 +167,6 @@ TEST_F(WaysOfAsking, TellTheSameDamage) {
     EXPECT_GT(missing, 0u);
 }
 
-// Loads one of two flat intra matrices, of 32 and 44, with every third picture; they stay in force for the
-// two behind.
-void AddMatrices(std::string& ioBytes) {
-    constexpr std::string_view kStartCode("\0\0\1\xB5", 4);
-    int pictures = 0;
-    for (std::size_t at = 0; (at = ioBytes.find(kStartCode, at)) != std::string::npos; ++at) {
-        const bool isPicture = static_cast<unsigned char>(ioBytes[at + 4]) >> 4 == 8;
-        if (!isPicture || ++pictures % 3 != 0) continue;
-        const int lowBits = pictures % 2 == 0 ? 12 << 3 : 0;
-        std::string extension = std::string(kStartCode) + '\x39';
-        extension.append(63, static_cast<char>(lowBits + 1)).push_back(static_cast<char>(lowBits));
-        ioBytes.insert(at + 9, extension);
-    }
-}
-
-TEST_F(Runs, KeepToOneHandleWhereMatricesStayInForce) {
-    const fs::path media = mFolder / "matrices.m2v";
-    fs::copy_file(kStreams / "b2-open-352x288.m2v", media);
-    Tamper(media, AddMatrices);
-    ProcessFrameCache().SetBudget(kDefaultFrameCacheBytes);  // no picture twice
-    Movie movie = Open(media);
-    std::vector<Seen> expected;
-    for (std::uint32_t frame = 0; frame < 40; ++frame) expected.emplace_back(*movie.Frame(frame));
-    EXPECT_FALSE(expected[24] == Seen(*Open(kStreams / "b2-open-352x288.m2v").Frame(24)));
-    ProcessFrameCache().Clear();
-    Movie other = Open(media);
-    FrameRun run = other.Run(0, 40, Scale::Full, 4);
-    for (const Seen& seen : expected) EXPECT_TRUE(Seen(*run.Next()) == seen);
-}
-
 TEST_F(Runs, MayBeLeftAtAnyFrameAndGoOnBesideOthers) {
     ProcessBlockCache().Clear();
     const std::size_t before = ProcessMemory().LiveBlocks();

@@ -84,9 +84,7 @@ class Movie {
 
     /// The pictures of inCount frames in display order, from inFirst on, decoded on several processors some
     /// frames ahead: four for each thread, and where each is predicted from the one before up to 32 or 64 MiB
-    /// of them. They come from the frame cache where it has them, but are not added to it. One thread decodes
-    /// a stream whose pictures bring quantiser matrices along (each picture on all processors, as Frame
-    /// does).
+    /// of them. They come from the frame cache where it has them, but are not added to it.
     /// @param inThreads that decode, the calling one among them; 0 for one on each processor that the calling
     ///                  thread may use.
     /// The movie stays where it is and outlives the run. Throws Error with Vexmora_NoSuchFrame when one of
@@ -111,7 +109,6 @@ class Movie {
     Movie();
 
     void CheckFrame(std::uint32_t inFrame) const;
-    bool MayUseHandles(std::uint32_t inFirst) const;
 
     Library mLibrary;  // first: started up for as long as the file is open
     std::filesystem::path mPath;
