@@ -124,7 +124,7 @@ TEST_P(Exactness, OneStepAndWholeChain) {
 
 INSTANTIATE_TEST_SUITE_P(Streams, Exactness,
                          testing::Values("gop", "quant", "motion", "field", "size", "enc", "encfield",
-                                         "same"),
+                                         "joined", "same"),
                          [](const auto& inInfo) { return inInfo.param; });
 
 }  // namespace

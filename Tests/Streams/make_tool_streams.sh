@@ -137,6 +137,12 @@ enc_field dots       tff "$(dots 176x160 50)" -R 2 -q 6 -G 6 -c
 enc_field matrices   tff "$(grain 176x160 50)" -R 2 -q 2 -K tmpgenc -D 9
 enc_field dvd        tff "$(card 352x288 50)" -f 8 -n p -R 2 -q 6
 
+# Encodes with other matrices, one behind the other, as a recording has them before and after an advertisement.
+joined() { (cd "$out" && cat "${@:1:$# - 1}") >"${@: -1}"; }
+stream joined-ffmpeg     joined quant-matrices.m2v quant-b14.m2v quant-flat.m2v quant-matrices.m2v
+stream joined-mpeg2enc   joined enc-matrices-{kvcd,tmpgenc,file,default,hi-res}.m2v
+stream joined-both       joined enc-matrices-kvcd.m2v quant-matrices.m2v enc-matrices-file.m2v quant-flat.m2v enc-b1.m2v
+
 # One video in every packaging: any of them, in any order, must give the same pictures.
 packaged same-rows.ts    encode "$(rush 128x96)" $half -g 6 -bf 2 -q:v 6 -f mpegts
 packaged same-fields.ts  encode "$(fields "$(rush 128x96 50)")" $half -g 6 -bf 2 -flags +ildct+ilme+bitexact -q:v 6 -f mpegts
