@@ -10,6 +10,7 @@
 
 #include "Orvet/File.h"
 #include "Platform/PlatformFolder.h"
+#include "Support/Options.h"
 
 using namespace Orvet::PathUtils;
 
@@ -33,9 +34,7 @@ TEST(PathUtils, EveryByteStringRoundTrips) {
             ASSERT_EQ(bytes, ToNative(FromNative(bytes))) << first << ' ' << second;
         }
     }
-    const auto seed = static_cast<unsigned>(GTEST_FLAG_GET(random_seed));
-    SCOPED_TRACE(testing::Message() << "--gtest_random_seed=" << seed);
-    std::mt19937 random(seed);
+    std::mt19937 random(Vexmora::Test::Option("VEXMORA_SEED", 1));
     // Bytes at the borders of the encoding's ranges meet more often than uniform ones would.
     constexpr std::array<unsigned, 24> kBorders = {0x00, 0x2F, 0x41, 0x7F, 0x80, 0x8F, 0x90, 0x9F,
                                                    0xA0, 0xBF, 0xC0, 0xC1, 0xC2, 0xDF, 0xE0, 0xED,
