@@ -36,10 +36,10 @@ Outcome Parse(const Bytes& inBytes, std::size_t inSpareBytes) {
     DecodingParameters parameters;
     Outcome outcome{};
     static_cast<void>(reader.NextStartCode());
-    outcome.hasSequence = ParseSequenceHeader(reader, parameters) == Vexmora_Ok;
+    outcome.hasSequence = ParseSequenceHeader(reader, parameters) == DecodeStatus::Ok;
     static_cast<void>(reader.NextStartCode());
     ReadPictureIdentity(reader, parameters.picture);
-    outcome.hasPicture = ParsePictureHeader(reader, parameters) == Vexmora_Ok;
+    outcome.hasPicture = ParsePictureHeader(reader, parameters) == DecodeStatus::Ok;
     outcome.nextCode = reader.NextStartCode();
     parameters.matrices.Load(parameters.loads);
     outcome.inForce = parameters;

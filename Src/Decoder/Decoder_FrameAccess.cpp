@@ -1,6 +1,7 @@
 // Decoding one picture: found through the index, or delivered by the host in the buffer.
 #include "Contract/Contract.h"
 #include "Decoder/Decoder.h"
+#include "Decoder/ExportedStatus.h"
 #include "Decoder/PictureDriver.h"
 #include "Decoder/PictureSearch.h"
 #include "Splitter/Splitter_Buffer.h"
@@ -8,32 +9,6 @@
 #include "mpeg2/Headers.h"
 
 namespace Vexmora {
-namespace {
-
-// What the host is told of a reading or decoding status. A picture that was decoded in part is shown.
-Vexmora_Status FrameStatus(std::int32_t inStatus) {
-    switch (inStatus) {
-        case static_cast<std::int32_t>(DecodeStatus::Ok):
-        case static_cast<std::int32_t>(DecodeStatus::Failed):
-        case static_cast<std::int32_t>(DecodeStatus::InvalidData):
-            return Vexmora_Ok;
-        case static_cast<std::int32_t>(ReadStatus::UnsupportedFormat):
-            return Vexmora_Unsupported;
-        case static_cast<std::int32_t>(ReadStatus::LostSync):
-            return Vexmora_NoSuchFrame;
-        default:
-            return Vexmora_NoSequenceHeader;
-    }
-}
-
-Vexmora_Status FrameStatus(ReadStatus inStatus) {
-    return FrameStatus(static_cast<std::int32_t>(inStatus));
-}
-Vexmora_Status FrameStatus(DecodeStatus inStatus) {
-    return FrameStatus(static_cast<std::int32_t>(inStatus));
-}
-
-}  // namespace
 
 Vexmora_Status Decoder::GetFrame(std::int32_t inFrame, const PictureRequest& inRequest) {
     if (inFrame < 0 || inFrame >= mFrameCount) return Vexmora_NoSuchFrame;
@@ -50,10 +25,10 @@ Vexmora_Status Decoder::GetFrame(std::int32_t inFrame, const PictureRequest& inR
     const std::size_t rank = mByPosition->Order().RankOf(frame, record);
     SequenceParameters parameters;
     const ReadStatus read = mByPosition->Find(rank, *buffer, parameters);
-    if (read != ReadStatus::Ok) return FrameStatus(read);
+    if (read != ReadStatus::Ok) return ToExported(read);
     const PictureSearch search = FindPicture(*mSplitter, record, *buffer);
     if (!search.isFound)
-        return search.status == ReadStatus::Ok ? Vexmora_NoSuchFrame : FrameStatus(search.status);
+        return search.status == ReadStatus::Ok ? Vexmora_NoSuchFrame : ToExported(search.status);
     const Vexmora_Status status = DecodeInFile(buffer, parameters, inRequest);
     if (search.status == ReadStatus::Ok) mByPosition->Learn(rank, *buffer);
     return status;
@@ -67,7 +42,7 @@ Vexmora_Status Decoder::DecodeInFile(const CountedRef<CodedPictureBuffer>& inBuf
     BitReader reader(*inBuffer);
     ReadPictureIdentity(reader, parameters.picture);
     if (inRequest.forward.planes[0] == nullptr) inRequest.forward = inRequest.output;
-    return FrameStatus(DecodePicture(inBuffer, parameters, reader, inRequest));
+    return ToExported(DecodePicture(inBuffer, parameters, reader, inRequest));
 }
 
 Vexmora_Status Decoder::GetFrameFromBuffer(std::uint32_t inDataSize, std::uint32_t inPictureType,
@@ -142,7 +117,7 @@ DecodeStatus Decoder::DecodePicture(const CountedRef<CodedPictureBuffer>& inBuff
         .output = YV12Frame(ioParameters.sequence, inRequest.output),
     };
     if (!picture.output.HasPlanes()) return DecodeStatus::NoOutput;
-    if (ParsePictureHeader(ioReader, ioParameters) != Vexmora_Ok) return DecodeStatus::InvalidData;
+    if (ParsePictureHeader(ioReader, ioParameters) != DecodeStatus::Ok) return DecodeStatus::InvalidData;
     ioParameters.matrices.Load(ioParameters.loads);
     ioParameters.secondField = CompletesFrame(ioParameters.picture);
     if (picture.IsFrame()) return DecodeFramePicture(picture, inBuffer, ioReader);

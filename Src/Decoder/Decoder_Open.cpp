@@ -120,7 +120,7 @@ Vexmora_Status Decoder::FindSequenceHeader() {
     while ((read = mSplitter->ReadPicture(*buffer)) == ReadStatus::Ok) {
         BitReader reader(*buffer);
         if (!Vexmora::FindSequenceHeader(reader)) continue;
-        if (ParseSequenceHeader(reader, mParameters) != Vexmora_Ok) return Vexmora_NoSequenceHeader;
+        if (ParseSequenceHeader(reader, mParameters) != DecodeStatus::Ok) return Vexmora_NoSequenceHeader;
         return mParameters.sequence.chromaBlocks == kChromaBlocks420 ? Vexmora_Ok : Vexmora_Unsupported;
     }
     return read == ReadStatus::ServiceFailed ? Vexmora_Failure : Vexmora_NoSequenceHeader;

@@ -4,9 +4,9 @@
 #include <algorithm>
 #include <vector>
 
+#include "Decoder/ExportedStatus.h"
 #include "Indexer/Indexer_MediaType.h"
 #include "Orvet/DiskUtils.h"
-#include "index_file/IndexFile_Location.h"
 
 namespace Vexmora {
 
@@ -92,7 +92,7 @@ Vexmora_Status IndexFileProgress::Finish(const UTF16String& inPath, const IndexL
     mBytesScanned = mFileSize;
     const WriteIndexStatus written = WriteIndexFile(inLocation, inPath, header, records, inIndexFlag);
     if (!isIndexed) return Vexmora_Unsupported;
-    return written == WriteIndexStatus::Written ? Vexmora_Ok : Vexmora_IndexNotWritten;
+    return ToExported(written);
 }
 
 void IndexFileProgress::Release() {

@@ -1,8 +1,8 @@
 // Parsing the headers above the slices.
 #pragma once
 
-#include "Vexmora/Status.h"
 #include "mpeg2/BitReader.h"
+#include "mpeg2/DecodeStatus.h"
 #include "mpeg2/Parameters.h"
 #include "mpeg_system/VideoSyntax.h"
 
@@ -13,10 +13,10 @@ namespace Vexmora {
 
 /// Parses a sequence header, the sequence extension that must follow it, and the extensions and user data
 /// behind that. ioReader stands behind the sequence_header_code; afterwards the start code behind these
-/// headers is its next one (without any, the last start code there is). Vexmora_Unsupported, with nothing
+/// headers is its next one (without any, the last start code there is). InvalidData, with nothing
 /// written, for a header that is not valid, for video that is not MPEG-2, and for pictures wider or taller
 /// than 4095.
-[[nodiscard]] Vexmora_Status ParseSequenceHeader(BitReader& ioReader, SequenceParameters& outParameters);
+DecodeStatus ParseSequenceHeader(BitReader& ioReader, SequenceParameters& outParameters);
 
 /// Reads up to where ParsePictureHeader goes on: temporal_reference and picture_coding_type. ioReader stands
 /// behind the picture start code.
@@ -24,9 +24,9 @@ void ReadPictureIdentity(BitReader& ioReader, PictureHeader& outPicture);
 
 /// Parses the rest of a picture header, the picture coding extension that must follow it, and the extensions
 /// and user data behind that. ioReader stands behind picture_coding_type; afterwards it stands at the first
-/// start code behind these headers, which is its next one. Vexmora_Unsupported, with nothing written, for
+/// start code behind these headers, which is its next one. InvalidData, with nothing written, for
 /// headers that are not valid.
-[[nodiscard]] Vexmora_Status ParsePictureHeader(BitReader& ioReader, PictureParameters& ioParameters);
+DecodeStatus ParsePictureHeader(BitReader& ioReader, PictureParameters& ioParameters);
 
 /// Reads 64 weights, transmitted in zigzag order.
 void ReadQuantiserMatrix(BitReader& ioReader, QuantiserMatrix& outMatrix);

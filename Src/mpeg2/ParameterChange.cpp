@@ -9,7 +9,8 @@ void ParameterChange::Add(const CodedPictureBuffer& inDelivery) {
     BitReader reader(inDelivery);
     PictureParameters picture;
     ReadPictureIdentity(reader, picture.picture);
-    if (ParsePictureHeader(reader, picture) == Vexmora_Ok && !picture.loads.IsNone()) loads = picture.loads;
+    if (ParsePictureHeader(reader, picture) == DecodeStatus::Ok && !picture.loads.IsNone())
+        loads = picture.loads;
     BitReader headers(inDelivery);
     if (const auto last = LastSequenceHeader(headers)) sequence = last;
 }
@@ -26,7 +27,7 @@ std::optional<SequenceParameters> LastSequenceHeader(BitReader& ioReader) {
     std::optional<SequenceParameters> last;
     SequenceParameters parameters;
     while (FindSequenceHeader(ioReader)) {
-        if (ParseSequenceHeader(ioReader, parameters) == Vexmora_Ok) last = parameters;
+        if (ParseSequenceHeader(ioReader, parameters) == DecodeStatus::Ok) last = parameters;
     }
     return last;
 }

@@ -16,13 +16,13 @@ bool PassHeaderFCode(BitReader& ioReader) {
 }
 
 /// From behind vbv_delay. What follows the f_codes in the header serves nothing.
-Vexmora_Status ParseHeaderFCodes(BitReader& ioReader, const PictureHeader& inPicture) {
+DecodeStatus ParseHeaderFCodes(BitReader& ioReader, const PictureHeader& inPicture) {
     const std::uint32_t type = inPicture.pictureCodingType;
-    if (type < kPictureTypeI || type > kPictureTypeD) return Vexmora_Unsupported;
+    if (type < kPictureTypeI || type > kPictureTypeD) return DecodeStatus::InvalidData;
     const bool hasForward = type == kPictureTypeP || type == kPictureTypeB;
-    if (hasForward && !PassHeaderFCode(ioReader)) return Vexmora_Unsupported;
-    if (type == kPictureTypeB && !PassHeaderFCode(ioReader)) return Vexmora_Unsupported;
-    return Vexmora_Ok;
+    if (hasForward && !PassHeaderFCode(ioReader)) return DecodeStatus::InvalidData;
+    if (type == kPictureTypeB && !PassHeaderFCode(ioReader)) return DecodeStatus::InvalidData;
+    return DecodeStatus::Ok;
 }
 
 bool IsValid(const PictureHeader& inPicture) {
@@ -36,8 +36,8 @@ bool IsValid(const PictureHeader& inPicture) {
            (inPicture.framePredFrameDct == 0 && inPicture.repeatFirstField == 0);
 }
 
-Vexmora_Status ParsePictureCodingExtension(BitReader& ioReader, PictureParameters& ioParameters) {
-    if (ioReader.GetBits(4) != kPictureCodingExtensionId) return Vexmora_Unsupported;
+DecodeStatus ParsePictureCodingExtension(BitReader& ioReader, PictureParameters& ioParameters) {
+    if (ioReader.GetBits(4) != kPictureCodingExtensionId) return DecodeStatus::InvalidData;
     PictureHeader picture = ioParameters.picture;
     for (auto& direction : picture.fCode) {
         for (std::uint32_t& f_code : direction) f_code = ioReader.GetBits(4);
@@ -53,14 +53,14 @@ Vexmora_Status ParsePictureCodingExtension(BitReader& ioReader, PictureParameter
     picture.repeatFirstField = ioReader.GetBits(1);
     ioReader.SkipBits(1);  // chroma_420_type
     picture.progressiveFrame = ioReader.GetBits(1);
-    if (!IsValid(picture)) return Vexmora_Unsupported;
+    if (!IsValid(picture)) return DecodeStatus::InvalidData;
     ioParameters.picture = picture;
     ioParameters.constants = {
         .dcShift = static_cast<std::int32_t>(3 - picture.intraDcPrecision),
         .dcReset = 128 << picture.intraDcPrecision,
         .intraTableB15 = intra_vlc_format != 0,
     };
-    return Vexmora_Ok;
+    return DecodeStatus::Ok;
 }
 
 /// From behind the identifier.
@@ -96,17 +96,17 @@ void ReadPictureIdentity(BitReader& ioReader, PictureHeader& outPicture) {
     outPicture.pictureCodingType = ioReader.GetBits(3);
 }
 
-Vexmora_Status ParsePictureHeader(BitReader& ioReader, PictureParameters& ioParameters) {
+DecodeStatus ParsePictureHeader(BitReader& ioReader, PictureParameters& ioParameters) {
     ioReader.SkipBits(16);  // vbv_delay
-    Vexmora_Status status = ParseHeaderFCodes(ioReader, ioParameters.picture);
-    if (status != Vexmora_Ok) return status;
-    if (ioReader.PeekStartCode() != kExtensionStartCode) return Vexmora_Unsupported;
+    DecodeStatus status = ParseHeaderFCodes(ioReader, ioParameters.picture);
+    if (status != DecodeStatus::Ok) return status;
+    if (ioReader.PeekStartCode() != kExtensionStartCode) return DecodeStatus::InvalidData;
     ioReader.ConsumeStartCode();
     status = ParsePictureCodingExtension(ioReader, ioParameters);
-    if (status != Vexmora_Ok) return status;
+    if (status != DecodeStatus::Ok) return status;
     ioParameters.loads = {};
     ParseFurtherExtensions(ioReader, ioParameters.loads);
-    return Vexmora_Ok;
+    return DecodeStatus::Ok;
 }
 
 }  // namespace Vexmora

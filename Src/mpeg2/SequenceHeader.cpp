@@ -38,20 +38,21 @@ void ReadMatrices(BitReader& ioReader, QuantiserMatrices& ioMatrices) {
     ioMatrices.Load(loads);
 }
 
-Vexmora_Status ParseSequenceExtension(BitReader& ioReader, SequenceHeader& ioSequence) {
-    if (ioReader.GetBits(4) != kSequenceExtensionId) return Vexmora_Unsupported;
+DecodeStatus ParseSequenceExtension(BitReader& ioReader, SequenceHeader& ioSequence) {
+    if (ioReader.GetBits(4) != kSequenceExtensionId) return DecodeStatus::InvalidData;
     const std::uint32_t profile_and_level_indication = ioReader.GetBits(8);
-    if ((profile_and_level_indication & 0x7F) == kUnsupportedProfileAndLevel) return Vexmora_Unsupported;
+    if ((profile_and_level_indication & 0x7F) == kUnsupportedProfileAndLevel)
+        return DecodeStatus::InvalidData;
     ioSequence.progressiveSequence = ioReader.GetBits(1);
     ioSequence.chromaBlocks = 1u << ioReader.GetBits(2);
     const std::uint32_t size_extensions = ioReader.GetBits(4);  // two bits each, horizontal and vertical
     ioReader.SkipBits(12);                                      // bit_rate_extension
     const std::uint32_t marker_bit = ioReader.GetBits(1);
-    if (size_extensions != 0 || marker_bit == 0) return Vexmora_Unsupported;
+    if (size_extensions != 0 || marker_bit == 0) return DecodeStatus::InvalidData;
     ioReader.SkipBits(9);  // vbv_buffer_size_extension, low_delay
     ioSequence.frameRateExtensionN = ioReader.GetBits(2);
     ioSequence.frameRateExtensionD = ioReader.GetBits(5);
-    return Vexmora_Ok;
+    return DecodeStatus::Ok;
 }
 
 void ParseSequenceDisplayExtension(BitReader& ioReader, SequenceHeader& ioSequence) {
@@ -92,7 +93,7 @@ bool FindSequenceHeader(BitReader& ioReader) {
     }
 }
 
-Vexmora_Status ParseSequenceHeader(BitReader& ioReader, SequenceParameters& outParameters) {
+DecodeStatus ParseSequenceHeader(BitReader& ioReader, SequenceParameters& outParameters) {
     SequenceParameters parameters;
     SequenceHeader& sequence = parameters.sequence;
     const std::uint32_t horizontal_size_value = ioReader.GetBits(12);
@@ -105,19 +106,19 @@ Vexmora_Status ParseSequenceHeader(BitReader& ioReader, SequenceParameters& outP
     ioReader.SkipBits(10 + 1);  // vbv_buffer_size_value, constrained_parameters_flag
     if (sequence.aspectRatioInformation == kForbiddenAspectRatio ||
         sequence.aspectRatioInformation == kReservedAspectRatio || marker_bit == 0) {
-        return Vexmora_Unsupported;
+        return DecodeStatus::InvalidData;
     }
     ReadMatrices(ioReader, parameters.matrices);
 
-    if (ioReader.PeekStartCode() != kExtensionStartCode) return Vexmora_Unsupported;  // MPEG-1 video
+    if (ioReader.PeekStartCode() != kExtensionStartCode) return DecodeStatus::InvalidData;  // MPEG-1 video
     ioReader.SkipBits(32);
-    const Vexmora_Status status = ParseSequenceExtension(ioReader, sequence);
-    if (status != Vexmora_Ok) return status;
+    const DecodeStatus status = ParseSequenceExtension(ioReader, sequence);
+    if (status != DecodeStatus::Ok) return status;
     sequence.framePeriod = BaseFramePeriod(frame_rate_code) * (sequence.frameRateExtensionD + 1) /
                            (sequence.frameRateExtensionN + 1);
     ParseFurtherExtensions(ioReader, sequence);
     outParameters = parameters;
-    return Vexmora_Ok;
+    return DecodeStatus::Ok;
 }
 
 }  // namespace Vexmora

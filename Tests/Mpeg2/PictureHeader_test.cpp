@@ -39,20 +39,20 @@ Bytes PictureHeaderBytes(unsigned inType, unsigned inForward = 3, unsigned inBac
     return writer.Put(1, 1).Put(8, 0xFF).Put(1, 0).Take();
 }
 
-Vexmora_Status ParsePicture(const Bytes& inBytes, PictureParameters& ioParameters,
-                            std::uint32_t inNext = 0x101) {
+DecodeStatus ParsePicture(const Bytes& inBytes, PictureParameters& ioParameters,
+                          std::uint32_t inNext = 0x101) {
     const CodedBytes coded(inBytes);
     BitReader reader = coded.Reader();
     ReadPictureIdentity(reader, ioParameters.picture);
-    const Vexmora_Status status = ParsePictureHeader(reader, ioParameters);
-    if (status == Vexmora_Ok) {
+    const DecodeStatus status = ParsePictureHeader(reader, ioParameters);
+    if (status == DecodeStatus::Ok) {
         EXPECT_EQ(reader.ShowBits(32), inNext);
         EXPECT_EQ(reader.ConsumeStartCode(), inNext);
     }
     return status;
 }
 
-Vexmora_Status ParseWith(const Coding& inCoding, PictureParameters& ioParameters) {
+DecodeStatus ParseWith(const Coding& inCoding, PictureParameters& ioParameters) {
     return ParsePicture(Join({PictureHeaderBytes(1), CodingExtension(inCoding), kSlice}), ioParameters);
 }
 
@@ -65,7 +65,7 @@ TEST(PictureHeader, ReadsEveryFieldOfTheCodingExtension) {
         {kAlternateScanFlag, &Header::alternateScan},      {kRepeatFirstField, &Header::repeatFirstField}};
     PictureParameters parameters;
     for (const auto& [bit, field] : flags) {
-        ASSERT_EQ(ParseWith({.flags = bit}, parameters), Vexmora_Ok);
+        ASSERT_EQ(ParseWith({.flags = bit}, parameters), DecodeStatus::Ok);
         for (const auto& [otherBit, other] : flags) {
             EXPECT_EQ(parameters.picture.*other, otherBit == bit ? 1u : 0u) << bit << " " << otherBit;
         }
@@ -79,7 +79,7 @@ TEST(PictureHeader, ReadsEveryFieldOfTheCodingExtension) {
     EXPECT_EQ(picture.pictureStructure, 3u);
     EXPECT_EQ(picture.progressiveFrame, 0u);
 
-    ASSERT_EQ(ParseWith({.picture_structure = 2, .progressive_frame = 1}, parameters), Vexmora_Ok);
+    ASSERT_EQ(ParseWith({.picture_structure = 2, .progressive_frame = 1}, parameters), DecodeStatus::Ok);
     EXPECT_EQ(picture.pictureStructure, 2u);
     EXPECT_EQ(picture.progressiveFrame, 1u);
 }
@@ -88,45 +88,48 @@ TEST(PictureHeader, DerivesTheConstantsOfSlices) {
     PictureParameters parameters;
     for (unsigned precision = 0; precision < 4; ++precision) {
         ASSERT_EQ(ParseWith({.intra_dc_precision = precision, .flags = kIntraVlcFormat}, parameters),
-                  Vexmora_Ok);
+                  DecodeStatus::Ok);
         EXPECT_EQ(8 >> precision, 1 << parameters.constants.dcShift);
         EXPECT_EQ(parameters.constants.dcReset, 128 << precision);
         EXPECT_TRUE(parameters.constants.intraTableB15);
     }
-    ASSERT_EQ(ParseWith(Coding{}, parameters), Vexmora_Ok);
+    ASSERT_EQ(ParseWith(Coding{}, parameters), DecodeStatus::Ok);
     EXPECT_FALSE(parameters.constants.intraTableB15);
 }
 
 TEST(PictureHeader, RefusesWhatIsNotValid) {
     PictureParameters parameters;
     for (const unsigned type : {0u, 5u, 6u, 7u}) {
-        EXPECT_EQ(ParsePicture(Join({PictureHeaderBytes(type), kSlice}), parameters), Vexmora_Unsupported)
+        EXPECT_EQ(ParsePicture(Join({PictureHeaderBytes(type), kSlice}), parameters),
+                  DecodeStatus::InvalidData)
             << type;
     }
-    EXPECT_EQ(ParsePicture(Join({PictureHeaderBytes(2, 0), kSlice}), parameters), Vexmora_Unsupported);
-    EXPECT_EQ(ParsePicture(Join({PictureHeaderBytes(3, 0, 1), kSlice}), parameters), Vexmora_Unsupported);
-    EXPECT_EQ(ParsePicture(Join({PictureHeaderBytes(3, 1, 0), kSlice}), parameters), Vexmora_Unsupported);
+    EXPECT_EQ(ParsePicture(Join({PictureHeaderBytes(2, 0), kSlice}), parameters), DecodeStatus::InvalidData);
+    EXPECT_EQ(ParsePicture(Join({PictureHeaderBytes(3, 0, 1), kSlice}), parameters),
+              DecodeStatus::InvalidData);
+    EXPECT_EQ(ParsePicture(Join({PictureHeaderBytes(3, 1, 0), kSlice}), parameters),
+              DecodeStatus::InvalidData);
     for (unsigned f_code = 0; f_code < 16; ++f_code) {
         const bool valid = (f_code >= 1 && f_code <= 9) || f_code == 15;
         for (const unsigned shift : {0u, 4u, 8u, 12u}) {
             EXPECT_EQ(ParseWith({.f_code = (0x1111u & ~(15u << shift)) | f_code << shift}, parameters),
-                      valid ? Vexmora_Ok : Vexmora_Unsupported)
+                      valid ? DecodeStatus::Ok : DecodeStatus::InvalidData)
                 << f_code << " << " << shift;
         }
     }
-    EXPECT_EQ(ParseWith({.picture_structure = 0}, parameters), Vexmora_Unsupported);
+    EXPECT_EQ(ParseWith({.picture_structure = 0}, parameters), DecodeStatus::InvalidData);
     const Bytes coding = CodingExtension({});
     const Bytes pan = BitWriter().Put(32, 0x1B5).Put(4, 7).Put(34, 0).Take();
     for (const Bytes& extensions : {Bytes{}, pan, Join({pan, coding}), Join({kUser, coding})}) {
         EXPECT_EQ(ParsePicture(Join({PictureHeaderBytes(1), extensions, kSlice}), parameters),
-                  Vexmora_Unsupported)
+                  DecodeStatus::InvalidData)
             << "the coding extension does not come first";
     }
     for (const unsigned structure : {1u, 2u}) {
         EXPECT_EQ(ParseWith({.picture_structure = structure, .flags = kFramePredFrameDct}, parameters),
-                  Vexmora_Unsupported);
+                  DecodeStatus::InvalidData);
         EXPECT_EQ(ParseWith({.picture_structure = structure, .flags = kRepeatFirstField}, parameters),
-                  Vexmora_Unsupported);
+                  DecodeStatus::InvalidData);
     }
 }
 
@@ -148,7 +151,7 @@ TEST(PictureHeader, LoadsMatricesAmongOtherExtensions) {
         PictureParameters parameters;
         const Bytes picture = Join({PictureHeaderBytes(1), CodingExtension({}), pan, kUser, inExtensions, pan,
                                     kUser, Bytes{0, 0, 1, 2, 9}});
-        EXPECT_EQ(ParsePicture(picture, parameters, 0x102), Vexmora_Ok);
+        EXPECT_EQ(ParsePicture(picture, parameters, 0x102), DecodeStatus::Ok);
         EXPECT_EQ(parameters.loads.IsNone(), inExtensions.empty());
         matrices.Load(parameters.loads);
     };

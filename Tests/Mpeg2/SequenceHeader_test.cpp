@@ -50,23 +50,24 @@ Bytes Extension(const Fields& inFields) {
 }
 
 /// Parses inBytes, which begin with a sequence header; what comes next goes to outNext.
-Vexmora_Status ParseSequence(const Bytes& inBytes, SequenceParameters& outParameters,
-                             std::int32_t* outNext = nullptr) {
+DecodeStatus ParseSequence(const Bytes& inBytes, SequenceParameters& outParameters,
+                           std::int32_t* outNext = nullptr) {
     const CodedBytes coded(inBytes);
     BitReader reader = coded.Reader();
     EXPECT_EQ(reader.NextStartCode(), 0x1B3);
-    const Vexmora_Status status = ParseSequenceHeader(reader, outParameters);
+    const DecodeStatus status = ParseSequenceHeader(reader, outParameters);
     if (outNext != nullptr) *outNext = reader.NextStartCode();
     return status;
 }
 
-Vexmora_Status ParseWith(const Fields& inFields, SequenceParameters& outParameters) {
+DecodeStatus ParseWith(const Fields& inFields, SequenceParameters& outParameters) {
     return ParseSequence(Join({Header(inFields), Extension(inFields)}), outParameters);
 }
 
 TEST(SequenceHeader, ReadsEveryField) {
     SequenceParameters parameters;
-    ASSERT_EQ(ParseWith({.frame_rate_extension_n = 2, .frame_rate_extension_d = 6}, parameters), Vexmora_Ok);
+    ASSERT_EQ(ParseWith({.frame_rate_extension_n = 2, .frame_rate_extension_d = 6}, parameters),
+              DecodeStatus::Ok);
     const Vexmora::SequenceHeader& sequence = parameters.sequence;
     EXPECT_EQ(sequence.horizontalSize, 720u);
     EXPECT_EQ(sequence.displayWidth, 720u);
@@ -84,7 +85,7 @@ TEST(SequenceHeader, ReadsEveryField) {
 
     ASSERT_EQ(
         ParseWith({.width = 1, .height = 4095, .progressive_sequence = 0, .chroma_format = 3}, parameters),
-        Vexmora_Ok);
+        DecodeStatus::Ok);
     EXPECT_EQ(sequence.lumaStride, 128u);
     EXPECT_EQ(sequence.mbWidth, 1u);
     EXPECT_EQ(sequence.mbHeight, 256u);
@@ -97,7 +98,7 @@ TEST(SequenceHeader, KnowsTheFrameRates) {
         30, 24000 / 1001.0, 24, 25, 30000 / 1001.0, 30, 50, 60000 / 1001.0, 60, 30, 30, 30, 30, 30, 30, 30};
     for (unsigned code = 0; code < 16; ++code) {
         SequenceParameters parameters;
-        ASSERT_EQ(ParseWith({.frame_rate_code = code}, parameters), Vexmora_Ok);
+        ASSERT_EQ(ParseWith({.frame_rate_code = code}, parameters), DecodeStatus::Ok);
         EXPECT_DOUBLE_EQ(parameters.sequence.framePeriod, 1 / rates[code]) << code;
     }
 }
@@ -116,21 +117,23 @@ TEST(SequenceHeader, RefusesWhatItCannotDecode) {
     };
     SequenceParameters parameters;
     for (const Fields& fields : refused) {
-        EXPECT_EQ(ParseWith(fields, parameters), Vexmora_Unsupported) << &fields - refused;
+        EXPECT_EQ(ParseWith(fields, parameters), DecodeStatus::InvalidData) << &fields - refused;
         EXPECT_EQ(parameters, SequenceParameters{}) << "nothing is written";
     }
     EXPECT_EQ(ParseWith({.aspect_ratio_information = 14, .profile_and_level_indication = 0x59}, parameters),
-              Vexmora_Ok);
-    EXPECT_EQ(ParseSequence(Header({}), parameters), Vexmora_Unsupported) << "MPEG-1: no extension at all";
-    EXPECT_EQ(ParseSequence(Join({Header({}), GopHeader(), Extension({})}), parameters), Vexmora_Unsupported);
+              DecodeStatus::Ok);
+    EXPECT_EQ(ParseSequence(Header({}), parameters), DecodeStatus::InvalidData)
+        << "MPEG-1: no extension at all";
+    EXPECT_EQ(ParseSequence(Join({Header({}), GopHeader(), Extension({})}), parameters),
+              DecodeStatus::InvalidData);
     EXPECT_EQ(ParseSequence(Join({Header({}), {0, 0, 1, 0xB2, 1}, Extension({})}), parameters),
-              Vexmora_Unsupported);
+              DecodeStatus::InvalidData);
 }
 
 TEST(SequenceHeader, LoadsMatricesInZigzagOrderAndResetsThem) {
     SequenceParameters parameters;
     const QuantiserMatrices& matrices = parameters.matrices;
-    ASSERT_EQ(ParseWith({.intraMatrix = true, .nonIntraMatrix = true}, parameters), Vexmora_Ok);
+    ASSERT_EQ(ParseWith({.intraMatrix = true, .nonIntraMatrix = true}, parameters), DecodeStatus::Ok);
     EXPECT_EQ(matrices.intraLuma, MatrixSource::LoadedIntra);
     EXPECT_EQ(matrices.intraChroma, MatrixSource::LoadedIntra);
     EXPECT_EQ(matrices.nonIntraLuma, MatrixSource::LoadedNonIntra);
@@ -144,10 +147,10 @@ TEST(SequenceHeader, LoadsMatricesInZigzagOrderAndResetsThem) {
     EXPECT_EQ(intra[7 * 8 + 7], 64);
     EXPECT_EQ((*matrices.Find(matrices.nonIntraLuma))[8], 103);
 
-    ASSERT_EQ(ParseWith({.nonIntraMatrix = true}, parameters), Vexmora_Ok);
+    ASSERT_EQ(ParseWith({.nonIntraMatrix = true}, parameters), DecodeStatus::Ok);
     EXPECT_EQ(matrices.intraLuma, MatrixSource::DefaultIntra);
     EXPECT_EQ(matrices.nonIntraChroma, MatrixSource::LoadedNonIntra);
-    ASSERT_EQ(ParseWith(Fields{}, parameters), Vexmora_Ok);
+    ASSERT_EQ(ParseWith(Fields{}, parameters), DecodeStatus::Ok);
     EXPECT_EQ(matrices.intraChroma, MatrixSource::DefaultIntra);
     EXPECT_EQ(matrices.Find(matrices.nonIntraLuma), nullptr);
     EXPECT_EQ(matrices.Find(matrices.nonIntraChroma), nullptr);
@@ -164,17 +167,18 @@ TEST(SequenceHeader, PassesOverWhatFollowsToTheNextStartCode) {
     std::int32_t next = 0;
     const Bytes display = SequenceDisplayExtension(1440, 1080);
     const Bytes colourful = SequenceDisplayExtension(1440, 0x1234, 5, ColourDescription{1, 2, 3});
-    ASSERT_EQ(ParseSequence(Join({header, user, display, user, GopHeader()}), parameters, &next), Vexmora_Ok);
+    ASSERT_EQ(ParseSequence(Join({header, user, display, user, GopHeader()}), parameters, &next),
+              DecodeStatus::Ok);
     EXPECT_EQ(parameters.sequence.displayHeight, 1080u);
     EXPECT_EQ(parameters.sequence.displayWidth, 720u);
     EXPECT_EQ(next, 0x1B8);
-    ASSERT_EQ(ParseSequence(Join({header, colourful, SequenceEnd()}), parameters, &next), Vexmora_Ok);
+    ASSERT_EQ(ParseSequence(Join({header, colourful, SequenceEnd()}), parameters, &next), DecodeStatus::Ok);
     EXPECT_EQ(parameters.sequence.displayHeight, 0x234u) << "its low 12 bits";
     EXPECT_EQ(next, 0x1B7);
-    ASSERT_EQ(ParseSequence(Join({header, GopHeader(), display}), parameters, &next), Vexmora_Ok);
+    ASSERT_EQ(ParseSequence(Join({header, GopHeader(), display}), parameters, &next), DecodeStatus::Ok);
     EXPECT_EQ(parameters.sequence.displayHeight, 1088u);
     EXPECT_EQ(next, 0x1B8);
-    ASSERT_EQ(ParseSequence(Join({header, user}), parameters, &next), Vexmora_Ok);
+    ASSERT_EQ(ParseSequence(Join({header, user}), parameters, &next), DecodeStatus::Ok);
     EXPECT_EQ(next, 0x1B2) << "the last start code is met again";
 }
 
