@@ -2,7 +2,6 @@
 // forward again over the matrices met on the way.
 #include "Decoder/ParametersByPosition.h"
 
-#include <ranges>
 #include <utility>
 
 #include "Decoder/PictureSearch.h"
@@ -41,7 +40,8 @@ ReadStatus ParametersByPosition::Find(std::size_t inRank, CodedPictureBuffer& io
             loads.emplace_back(rank, change.loads);
         }
     }
-    for (const auto& [loading, matrices] : std::views::reverse(loads)) {
+    for (auto load = loads.rbegin(); load != loads.rend(); ++load) {
+        const auto& [loading, matrices] = *load;
         if (isCertain) mKnown->Note(rank, loading, *parameters);
         parameters->matrices.Load(matrices);
         rank = loading + 1;
