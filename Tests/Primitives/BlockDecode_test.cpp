@@ -7,45 +7,36 @@
 #include <numeric>
 
 #include "Primitives/PrimitiveSupport.h"
-#include "mpeg2/vlc/VlcLists.h"
 
 namespace Vexmora::Test {
 namespace {
+
+struct RunLevel {
+    int run;
+    int level;
+};
+using RunLevels = std::vector<RunLevel>;
 
 /// A coefficient list turned into an encoder.
 class RunLevelEncoder {
   public:
     explicit RunLevelEncoder(VlcList inList) {
-        std::size_t at = 2 + static_cast<std::size_t>(inList[1]);
-        for (unsigned length = 1; length <= static_cast<unsigned>(inList[0]); ++length) {
-            for (std::int32_t count = inList[at++]; count > 0; --count, at += 3) {
-                mCodes[{inList[at + 1], inList[at + 2]}] = {length, static_cast<unsigned>(inList[at])};
-            }
-        }
+        for (const ListedCode& code : CodesOf(inList, 2)) mCodes[{code.values[0], code.values[1]}] = code;
     }
-    void Put(BitWriter& ioWriter, int inRun, int inLevel) const {
-        const auto found = mCodes.find({inRun, std::abs(inLevel)});
-        const Code code = found != mCodes.end() ? found->second : mCodes.at({kRunEscape, 0});
+    void Put(BitWriter& ioWriter, RunLevel inCode) const {
+        const auto [run, level] = inCode;
+        const auto found = mCodes.find({run, std::abs(level)});
+        const ListedCode& code = found != mCodes.end() ? found->second : mCodes.at({kRunEscape, 0});
         ioWriter.Put(code.length, code.bits);
         if (found == mCodes.end()) {
-            ioWriter.Put(6, static_cast<unsigned>(inRun)).Put(12, static_cast<unsigned>(inLevel) & 0xFFF);
-        } else if (inRun != kRunEndOfBlock) {
-            ioWriter.Put(1, inLevel < 0 ? 1U : 0U);
+            ioWriter.Put(6, static_cast<unsigned>(run)).Put(12, static_cast<unsigned>(level) & 0xFFF);
+        } else if (run != kRunEndOfBlock) {
+            ioWriter.Put(1, level < 0 ? 1U : 0U);
         }
     }
-    void PutEndOfBlock(BitWriter& ioWriter) const { Put(ioWriter, kRunEndOfBlock, 0); }
 
   private:
-    struct Code {
-        unsigned length;
-        unsigned bits;
-    };
-    std::map<std::pair<int, int>, Code> mCodes;
-};
-
-struct RunLevel {
-    int run;
-    int level;
+    std::map<std::pair<int, int>, ListedCode> mCodes;
 };
 
 /// Tables, encoders and the parameters of blocks.
@@ -60,17 +51,42 @@ class BlockDecode : public ::testing::Test {
         mWeights.fill(16);
     }
 
-    IntraBlockCoding Intra(bool inAlternative = false) const {
-        return {
-            ViewOf(mDcSize), ViewOf(inAlternative ? mAlternative : mAc), mScan.data(), mWeights.data(), 2, 3};
+    IntraBlockCoding Intra() const {
+        return {ViewOf(mDcSize), ViewOf(mAc), mScan.data(), mWeights.data(), mScale, 3};
     }
     NonIntraBlockCoding NonIntra() const {
-        return {ViewOf(mFirst), ViewOf(mAc), mScan.data(), mWeights.data(), 2};
+        return {ViewOf(mFirst), ViewOf(mAc), mScan.data(), mWeights.data(), mScale};
     }
 
-    /// The coefficients of a block by the formulas of 7.4, given its DC coefficient if it is an intra block.
-    std::array<int, 64> Reconstruct(const std::vector<RunLevel>& inCodes, std::optional<int> inDc,
-                                    int inScale) const {
+    void PutNonIntra(BitWriter& ioWriter, const RunLevels& inCodes) const {
+        for (std::size_t i = 0; i < inCodes.size(); ++i) {
+            (i == 0 ? mFirstEncoder : mAcEncoder).Put(ioWriter, inCodes[i]);
+        }
+        mAcEncoder.Put(ioWriter, {kRunEndOfBlock, 0});
+    }
+    /// With a DC differential of 0.
+    static void PutIntra(BitWriter& ioWriter, const RunLevelEncoder& inEncoder, RunLevel inCode) {
+        inEncoder.Put(ioWriter.Put(3, 0b100), inCode);
+        inEncoder.Put(ioWriter, {kRunEndOfBlock, 0});
+    }
+
+    /// Both with the place at the next block.
+    CoefficientBlock DecodeIntra(BitWindow& ioPosition, const IntraBlockCoding& inCoding) const {
+        CoefficientBlock block;
+        std::int16_t predictor = 9;
+        EXPECT_EQ(mPrimitives.decodeIntraBlock(ioPosition, inCoding, predictor, block), PrimitiveStatus::Ok);
+        return block;
+    }
+    CoefficientBlock DecodeNonIntra(BitWindow& ioPosition, const NonIntraBlockCoding& inCoding) const {
+        CoefficientBlock block;
+        EXPECT_EQ(mPrimitives.decodeNonIntraBlock(ioPosition, inCoding, block), PrimitiveStatus::Ok);
+        return block;
+    }
+
+    /// Compares with the coefficients by the formulas of 7.4, given the DC coefficient if it is an intra
+    /// block.
+    void ExpectBlock(const CoefficientBlock& inBlock, const RunLevels& inCodes,
+                     std::optional<int> inDc) const {
         std::array<int, 64> values{};
         int sum = 0;
         int index = inDc ? 0 : -1;
@@ -82,20 +98,17 @@ class BlockDecode : public ::testing::Test {
             index += code.run + 1;
             const int doubled = 2 * code.level + (inDc ? 0 : code.level < 0 ? -1 : 1);
             const int weight = mWeights[static_cast<std::size_t>(index)];
-            set(index, static_cast<int>(static_cast<std::int64_t>(doubled) * weight * inScale / 32));
+            set(index, static_cast<int>(static_cast<std::int64_t>(doubled) * weight * mScale / 32));
         }
         if (sum % 2 == 0) values[63] += values[63] % 2 == 0 ? 1 : -1;
-        return values;
-    }
-
-    static void ExpectBlock(const CoefficientBlock& inBlock, const std::array<int, 64>& inExpected) {
         for (std::size_t p = 0; p < 64; ++p) {
-            ASSERT_EQ(inBlock.values[p], inExpected[p]) << "position " << p;
-            ASSERT_TRUE(inBlock.reach != 0 || p == 0 || inExpected[p] == 0 || (p == 63 && inExpected[p] == 1))
+            ASSERT_EQ(inBlock.values[p], values[p]) << "position " << p;
+            ASSERT_TRUE(inBlock.reach != 0 || p == 0 || values[p] == 0 || (p == 63 && values[p] == 1))
                 << "position " << p;
         }
     }
 
+    const PrimitiveTable& mPrimitives = PortablePrimitives();
     const RunLevelEncoder mFirstEncoder{kDctFirstCoefficientList};
     const RunLevelEncoder mAcEncoder{kDctCoefficientList};
     const RunLevelEncoder mAlternativeEncoder{kDctCoefficientAlternativeList};
@@ -103,87 +116,70 @@ class BlockDecode : public ::testing::Test {
     RunLevelTable mFirst, mAc, mAlternative;
     std::array<std::uint8_t, 64> mScan;
     std::array<std::uint16_t, 64> mWeights;
+    int mScale = 2;
 };
 
 TEST_F(BlockDecode, EveryRunAndLevelInEveryTable) {
     std::vector<int> levels(48);
     std::iota(levels.begin(), levels.end(), 1);
     levels.insert(levels.end(), {127, 128, 1023, 2046, 2047});
-    const auto all = RunnableTables();
+    IntraBlockCoding alternative = Intra();
+    alternative.acTable = ViewOf(mAlternative);
     unsigned before = 0;
     for (int run = 0; run < 63; ++run) {
         for (const int magnitude : levels) {
             for (const int level : {magnitude, -magnitude}) {
+                SCOPED_TRACE("run " + std::to_string(run) + ", level " + std::to_string(level));
                 before = (before + 1) % 32;
                 BitWriter writer;
-                writer.Put(before, 0);
-                mFirstEncoder.Put(writer, run, level);
-                mAcEncoder.PutEndOfBlock(writer);
-                for (const auto* encoder : {&mAcEncoder, &mAlternativeEncoder}) {
-                    writer.Put(3, 0b100);  // a DC differential of 0
-                    encoder->Put(writer, run, level);
-                    encoder->PutEndOfBlock(writer);
-                }
+                PutNonIntra(writer.Put(before, 0), {{run, level}});
+                PutIntra(writer, mAcEncoder, {run, level});
+                PutIntra(writer, mAlternativeEncoder, {run, level});
                 const Bytes words = ToWords(writer.Take());
-                for (const NamedTable& table : all) {
-                    SCOPED_TRACE(table.name + ", run " + std::to_string(run) + ", level " +
-                                 std::to_string(level));
-                    BitWindow position = PositionIn(words, before);
-                    CoefficientBlock block;
-                    ASSERT_EQ(table.primitives->decodeNonIntraBlock(position, NonIntra(), block),
-                              PrimitiveStatus::Ok);
-                    ExpectBlock(block, Reconstruct({{run, level}}, {}, 2));
-                    for (const bool alternative : {false, true}) {
-                        std::int16_t predictor = 9;
-                        ASSERT_EQ(table.primitives->decodeIntraBlock(position, Intra(alternative), predictor,
-                                                                     block),
-                                  PrimitiveStatus::Ok);
-                        ExpectBlock(block, Reconstruct({{run, level}}, 9 * 8, 2));
-                    }
-                    ASSERT_EQ((position.NextBit() + 31) / 32, position.wordCount);
-                }
+                BitWindow position = PositionIn(words, before);
+                ExpectBlock(DecodeNonIntra(position, NonIntra()), {{run, level}}, {});
+                ExpectBlock(DecodeIntra(position, Intra()), {{run, level}}, 9 * 8);
+                ExpectBlock(DecodeIntra(position, alternative), {{run, level}}, 9 * 8);
+                ASSERT_EQ((position.NextBit() + 31) / 32, position.wordCount);
             }
         }
     }
 }
 
-TEST_F(BlockDecode, RandomBlocksOneAfterTheOther) {
+TEST_F(BlockDecode, RandomMacroblocksInEveryVariant) {
     RandomNumbers random;
     for (int round = 0; round < 300; ++round) {
         std::shuffle(mScan.begin() + 1, mScan.end(),
                      std::mt19937(static_cast<unsigned>(random.Between(0, 1 << 20))));
         for (std::uint16_t& weight : mWeights) weight = static_cast<std::uint16_t>(random.Between(1, 255));
-        const int scale = random.Between(1, 112);
+        mScale = random.Between(1, 112);
         BitWriter writer;
-        std::vector<std::array<int, 64>> expected;
-        for (int block = 0; block < 8; ++block) {
-            std::vector<RunLevel> codes;
+        std::array<RunLevels, kBlocks> expected;
+        for (RunLevels& codes : expected) {
             int index = -1;
             while (true) {
                 const int run = random.Between(0, 5);
                 if ((index += run + 1) > 63) break;
-                const int highest = random.Between(0, 3) == 0 ? 2047 : 3;
-                const int level = random.Between(1, highest);
+                const int level = random.Between(1, random.Between(0, 3) == 0 ? 2047 : 3);
                 codes.push_back({run, random.Between(0, 1) == 0 ? level : -level});
             }
-            for (std::size_t i = 0; i < codes.size(); ++i) {
-                (i == 0 ? mFirstEncoder : mAcEncoder).Put(writer, codes[i].run, codes[i].level);
-            }
-            mAcEncoder.PutEndOfBlock(writer);
-            expected.push_back(Reconstruct(codes, {}, scale));
+            PutNonIntra(writer, codes);
         }
-        const Bytes words = ToWords(writer.Take());
-        for (const NamedTable& table : RunnableTables()) {
-            BitWindow position = PositionIn(words);
-            NonIntraBlockCoding coding = NonIntra();
-            coding.quantiserScale = scale;
-            for (const auto& values : expected) {
-                CoefficientBlock block;
-                ASSERT_EQ(table.primitives->decodeNonIntraBlock(position, coding, block),
-                          PrimitiveStatus::Ok);
-                ExpectBlock(block, values);
-            }
-            ASSERT_EQ((position.NextBit() + 31) / 32, position.wordCount);
+        Bytes words = ToWords(writer.Take());
+        const std::size_t word_count = words.size() / 4;
+        words.resize(words.size() + kZeroBytesBehindWords);
+        ScaledPositions positions;
+        MakeScaledPositions(mScan.data(), mWeights.data(), mScale, positions);
+        const NonIntraCoding coding{ViewOf(mFirst), ViewOf(mAc), {&positions, &positions}};
+        for (const PrimitiveTable* table : RunnableTables()) {
+            BitWindow position(words.data(), word_count, 0);
+            CoefficientBlocks blocks;
+            std::uint32_t decoded = 0;
+            ASSERT_EQ(table->decodeNonIntraBlocks(position, coding, 63, blocks, decoded),
+                      PrimitiveStatus::Ok);
+            for (std::size_t block = 0; block < kBlocks; ++block)
+                ExpectBlock(blocks[block], expected[block], {});
+            ASSERT_EQ((position.NextBit() + 31) / 32, word_count);
         }
     }
 }
@@ -209,19 +205,15 @@ TEST_F(BlockDecode, DcDifferentialsAddUpAndSaturate) {
     for (const auto& one : kCases) {
         const Bytes words =
             ToWords(BitWriter().Put(one.length, one.code).Put(one.size, one.bits).Put(2, 0b10).Take());
-        for (const NamedTable& table : RunnableTables()) {
-            BitWindow position = PositionIn(words);
-            IntraBlockCoding coding = Intra();
-            coding.dcShift = one.shift;
-            std::int16_t predictor = one.before;
-            CoefficientBlock block;
-            ASSERT_EQ(table.primitives->decodeIntraBlock(position, coding, predictor, block),
-                      PrimitiveStatus::Ok);
-            EXPECT_EQ(predictor, one.after);
-            EXPECT_EQ(block.values[0], one.coefficient);
-            EXPECT_EQ(block.values[63], one.coefficient % 2 == 0 ? 1 : 0);
-            EXPECT_EQ(position.NextBit(), one.length + one.size + 2);
-        }
+        BitWindow position = PositionIn(words);
+        IntraBlockCoding coding = Intra();
+        coding.dcShift = one.shift;
+        std::int16_t predictor = one.before;
+        CoefficientBlock block;
+        ASSERT_EQ(mPrimitives.decodeIntraBlock(position, coding, predictor, block), PrimitiveStatus::Ok);
+        EXPECT_EQ(predictor, one.after);
+        ExpectBlock(block, {}, one.coefficient);
+        EXPECT_EQ(position.NextBit(), one.length + one.size + 2);
     }
 }
 
@@ -242,48 +234,35 @@ TEST_F(BlockDecode, QuantisationDerivedByHand) {
                   {5, 19, 8, 47, 52}};  // 1520 / 32 = 47.5, 1672 / 32 = 52.25
     for (const auto& one : kCases) {
         mWeights[1] = one.weight;
+        mScale = one.scale;
         BitWriter writer;
-        writer.Put(3, 0b100);
-        mAcEncoder.Put(writer, 0, one.level);
-        mAcEncoder.PutEndOfBlock(writer);
-        mFirstEncoder.Put(writer, 1, one.level);
-        mAcEncoder.PutEndOfBlock(writer);
+        PutIntra(writer, mAcEncoder, {0, one.level});
+        PutNonIntra(writer, {{1, one.level}});
         const Bytes words = ToWords(writer.Take());
-        IntraBlockCoding intra = Intra();
-        NonIntraBlockCoding non_intra = NonIntra();
-        intra.quantiserScale = non_intra.quantiserScale = one.scale;
-        for (const NamedTable& table : RunnableTables()) {
-            BitWindow position = PositionIn(words);
-            std::int16_t predictor = 0;
-            CoefficientBlock block;
-            ASSERT_EQ(table.primitives->decodeIntraBlock(position, intra, predictor, block),
-                      PrimitiveStatus::Ok);
-            EXPECT_EQ(block.values[mScan[1]], one.intra);
-            EXPECT_EQ(block.values[63], one.intra % 2 == 0 ? 1 : 0);
-            ASSERT_EQ(table.primitives->decodeNonIntraBlock(position, non_intra, block), PrimitiveStatus::Ok);
-            EXPECT_EQ(block.values[mScan[1]], one.non_intra);
-            EXPECT_EQ(block.values[63], one.non_intra % 2 == 0 ? 1 : 0);
-        }
+        BitWindow position = PositionIn(words);
+        const CoefficientBlock intra = DecodeIntra(position, Intra());
+        EXPECT_EQ(intra.values[mScan[1]], one.intra);
+        EXPECT_EQ(intra.values[63], one.intra % 2 == 0 ? 1 : 0);
+        const CoefficientBlock non_intra = DecodeNonIntra(position, NonIntra());
+        EXPECT_EQ(non_intra.values[mScan[1]], one.non_intra);
+        EXPECT_EQ(non_intra.values[63], one.non_intra % 2 == 0 ? 1 : 0);
     }
     // No matrix means 16 everywhere: (2 * 3 + 1) * 16 * 4 / 32.
     BitWriter writer;
-    mFirstEncoder.Put(writer, 1, 3);
-    mAcEncoder.PutEndOfBlock(writer);
+    PutNonIntra(writer, {{1, 3}});
     const Bytes words = ToWords(writer.Take());
+    BitWindow position = PositionIn(words);
+    mScale = 4;
     NonIntraBlockCoding flat = NonIntra();
     flat.weights = nullptr;
-    flat.quantiserScale = 4;
-    BitWindow position = PositionIn(words);
-    CoefficientBlock block;
-    ASSERT_EQ(PortablePrimitives().decodeNonIntraBlock(position, flat, block), PrimitiveStatus::Ok);
-    EXPECT_EQ(block.values[mScan[1]], 14);
+    EXPECT_EQ(DecodeNonIntra(position, flat).values[mScan[1]], 14);
 }
 
 TEST_F(BlockDecode, BadDataIsRefusedAndMovesNothing) {
-    const auto put = [this](std::initializer_list<RunLevel> inCodes) {
+    const auto put = [this](const RunLevels& inCodes) {
         BitWriter writer;
         writer.Put(3, 0b100);
-        for (const RunLevel& code : inCodes) mAcEncoder.Put(writer, code.run, code.level);
+        for (const RunLevel& code : inCodes) mAcEncoder.Put(writer, code);
         return writer;
     };
     const struct {
@@ -298,56 +277,20 @@ TEST_F(BlockDecode, BadDataIsRefusedAndMovesNothing) {
                   {put({{2, 9}, {1, 1}}).Put(1, 1).Take(), PrimitiveStatus::OutOfData}};
     for (const auto& one : kCases) {
         const Bytes words = ToWords(one.bytes);
-        for (const NamedTable& table : RunnableTables()) {
-            BitWindow position = PositionIn(words);
-            std::int16_t predictor = 55;
-            CoefficientBlock block;
-            EXPECT_EQ(table.primitives->decodeIntraBlock(position, Intra(), predictor, block), one.status)
-                << ::testing::PrintToString(one.bytes);
-            EXPECT_EQ(position.NextBit(), 0U);
-            EXPECT_EQ(predictor, 55);
-        }
-    }
-}
-
-TEST_F(BlockDecode, MissingTablesAreRefused) {
-    const Bytes words = ToWords(Bytes(8, 0xFF));
-    const RunLevelTable empty;
-    for (const NamedTable& table : RunnableTables()) {
         BitWindow position = PositionIn(words);
-        std::int16_t predictor = 0;
+        std::int16_t predictor = 55;
         CoefficientBlock block;
-        IntraBlockCoding intra = Intra();
-        intra.weights = nullptr;
-        EXPECT_EQ(table.primitives->decodeIntraBlock(position, intra, predictor, block),
-                  PrimitiveStatus::NullPointer);
-        NonIntraBlockCoding non_intra = NonIntra();
-        non_intra.acTable = ViewOf(empty);
-        EXPECT_EQ(table.primitives->decodeNonIntraBlock(position, non_intra, block),
-                  PrimitiveStatus::NullPointer);
+        EXPECT_EQ(mPrimitives.decodeIntraBlock(position, Intra(), predictor, block), one.status)
+            << ::testing::PrintToString(one.bytes);
+        EXPECT_EQ(position.NextBit(), 0U);
+        EXPECT_EQ(predictor, 55);
     }
-}
-
-TEST_F(BlockDecode, RandomDataEndsWithinItsBlockAndMemory) {
-    RandomNumbers random;
-    for (int round = 0; round < 20000; ++round) {
-        Bytes bytes(static_cast<std::size_t>(random.Between(1, 80)));
-        for (std::uint8_t& byte : bytes) byte = random.Byte();
-        const Bytes words = ToWords(bytes);
-        const auto start =
-            static_cast<std::size_t>(random.Between(0, static_cast<int>(words.size()) * 8 + 40));
-        for (const NamedTable& table : RunnableTables()) {
-            BitWindow position = PositionIn(words, start);
-            CoefficientBlock block;
-            const auto status = table.primitives->decodeNonIntraBlock(position, NonIntra(), block);
-            if (status == PrimitiveStatus::Ok) {
-                EXPECT_GT(position.NextBit(), start);
-                EXPECT_LE(position.NextBit(), words.size() * 8);
-            } else {
-                EXPECT_EQ(position.NextBit(), start);
-            }
-        }
-    }
+    const Bytes words = ToWords(Bytes(8, 0xFF));
+    BitWindow position = PositionIn(words);
+    CoefficientBlock block;
+    NonIntraBlockCoding lacking = NonIntra();
+    lacking.acTable = {};
+    EXPECT_EQ(mPrimitives.decodeNonIntraBlock(position, lacking, block), PrimitiveStatus::NullPointer);
 }
 
 }  // namespace

@@ -159,39 +159,10 @@ TEST(InverseDct, RoundsTiesUpInAllVariants) {
     block.values[2 * 8 + 1] = 1;
     block.values[4 * 8 + 1] = block.values[6 * 8 + 5] = -1;
     block.reach = 63;
-    for (const NamedTable& table : RunnableTables()) {
+    for (const PrimitiveTable* table : RunnableTables()) {
         std::int16_t residual[64];
-        ASSERT_EQ(table.primitives->inverseDctToResidual(block, residual, 16), PrimitiveStatus::Ok);
-        EXPECT_EQ(residual[0], 1) << table.name;
-    }
-}
-
-TEST(ReducedIdct, EqualsEvenColumnsAndRowsOfTheFullTransform) {
-    Generator generator;
-    for (int i = 0; i < 5000; ++i) {
-        Matrix pixels;
-        for (auto& row : pixels) {
-            for (double& pixel : row) pixel = generator.Next(-255, 255);
-        }
-        Matrix coefficients = Transform(pixels, Direction::Forward);
-        for (auto& row : coefficients) std::fill(row.begin() + 4, row.end(), 0.0);
-        const CoefficientBlock block = ToCoefficients(coefficients);
-        const Matrix exact = ExactInverse(block);
-        std::int16_t reduced[8][4];
-        std::int16_t quarter[4][4];
-        std::uint8_t quarter_pixels[4][4];
-        const PrimitiveTable& portable = PortablePrimitives();
-        ASSERT_EQ(portable.reducedIdctToResidual(block, reduced[0], 8), PrimitiveStatus::Ok);
-        ASSERT_EQ(portable.quarterIdctToResidual(block, quarter[0], 8), PrimitiveStatus::Ok);
-        ASSERT_EQ(portable.quarterIdctToPixels(block, quarter_pixels[0], 4), PrimitiveStatus::Ok);
-        for (std::size_t y = 0; y < 8; ++y) {
-            for (std::size_t x = 0; x < 4; ++x) {
-                ASSERT_NEAR(reduced[y][x], std::floor(exact[y][2 * x] + 0.5), 1.0) << x << ", " << y;
-                if (y % 2 != 0) continue;
-                ASSERT_EQ(quarter[y / 2][x], reduced[y][x]);
-                ASSERT_EQ(quarter_pixels[y / 2][x], std::clamp<int>(reduced[y][x], 0, 255));
-            }
-        }
+        ASSERT_EQ(table->inverseDctToResidual(block, residual, 16), PrimitiveStatus::Ok);
+        EXPECT_EQ(residual[0], 1);
     }
 }
 
@@ -214,25 +185,17 @@ TEST(ReducedIdct, GivesTheStatedNumbers) {
             for (std::size_t p = 0; p < 32; ++p) {
                 block.values[p] = static_cast<std::int16_t>(generator.Next(-row.limit, row.limit));
             }
-            std::int16_t reduced[32];
+            std::int16_t reduced[32], quarter[16];
             ASSERT_EQ(PortablePrimitives().reducedIdctToResidual(block, reduced, 8), PrimitiveStatus::Ok);
-            for (const std::int16_t value : reduced) {
-                digest = (digest ^ static_cast<std::uint16_t>(value)) * 0x100000001B3;
+            ASSERT_EQ(PortablePrimitives().quarterIdctToResidual(block, quarter, 8), PrimitiveStatus::Ok);
+            for (std::size_t at = 0; at < 32; ++at) {
+                digest = (digest ^ static_cast<std::uint16_t>(reduced[at])) * 0x100000001B3;
+                if (at % 8 < 4) {
+                    ASSERT_EQ(quarter[at / 8 * 4 + at % 8], reduced[at]) << "the even rows";
+                }
             }
         }
         EXPECT_EQ(digest, row.digest) << row.limit;
-    }
-}
-
-TEST(ReducedIdct, DcAloneIsFlat) {
-    for (int dc = -2048; dc <= 2047; ++dc) {
-        CoefficientBlock block{};
-        block.values[0] = static_cast<std::int16_t>(dc);
-        block.reach = 0;
-        std::int16_t reduced[32];
-        ASSERT_EQ(PortablePrimitives().reducedIdctToResidual(block, reduced, 8), PrimitiveStatus::Ok);
-        for (const std::int16_t value : reduced) ASSERT_EQ(value, reduced[0]) << dc;
-        ASSERT_EQ(reduced[0], (dc + 4) >> 3);
     }
 }
 

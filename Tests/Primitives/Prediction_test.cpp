@@ -37,26 +37,21 @@ TEST(Prediction, RoundsUpAndAddsTheResidual) {
                   {8, 74, 191, 4, 18, 46, 32, 2},
                   {16, 124, 129, 255, 0, 74, 255, 2}}};
     constexpr auto kSize = static_cast<std::size_t>(BlockSize::k4x2);
-    for (const NamedTable& table : RunnableTables()) {
-        for (const auto& row : kRows) {
-            SCOPED_TRACE(table.name + ", type " + std::to_string(static_cast<int>(row.type)));
-            const ReferenceBlock first{kFirst[0], 5, row.type};
-            const ReferenceBlock second{kSecond[0], 4, HalfSampleType::Full};
-            std::array<std::uint8_t, 8> pixels{};
-            const auto expect = [&](const std::array<int, 8>& inExpected) {
-                EXPECT_TRUE(std::equal(pixels.begin(), pixels.end(), inExpected.begin()))
-                    << ::testing::PrintToString(pixels);
-            };
-            const PrimitiveTable& in = *table.primitives;
-            EXPECT_EQ(in.predictBlock[kSize](first, {}, {pixels.data(), 4}), PrimitiveStatus::Ok);
-            expect(row.single);
-            EXPECT_EQ(in.predictBlock[kSize](first, {kResidual[0], 8}, {pixels.data(), 4}),
-                      PrimitiveStatus::Ok);
-            expect(row.sum);
-            EXPECT_EQ(in.predictBlockBidirectional[kSize](first, second, {}, {pixels.data(), 4}),
-                      PrimitiveStatus::Ok);
-            expect(row.both);
-        }
+    const Predict predict = PortablePrimitives().predictBlock[kSize];
+    for (const auto& row : kRows) {
+        SCOPED_TRACE(static_cast<int>(row.type));
+        const ReferenceBlock first{kFirst[0], 5, row.type};
+        const ReferenceBlock second{kSecond[0], 4, HalfSampleType::Full};
+        std::array<std::uint8_t, 8> pixels{};
+        const auto expect = [&](PrimitiveStatus inStatus, const std::array<int, 8>& inExpected) {
+            EXPECT_EQ(inStatus, PrimitiveStatus::Ok);
+            EXPECT_TRUE(std::equal(pixels.begin(), pixels.end(), inExpected.begin()))
+                << ::testing::PrintToString(pixels);
+        };
+        expect(predict(first, {}, {pixels.data(), 4}), row.single);
+        expect(predict(first, {kResidual[0], 8}, {pixels.data(), 4}), row.sum);
+        const auto both = PortablePrimitives().predictBlockBidirectional[kSize];
+        expect(both(first, second, {}, {pixels.data(), 4}), row.both);
     }
 }
 

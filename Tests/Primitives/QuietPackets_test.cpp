@@ -55,9 +55,8 @@ TEST(QuietPackets, RunsEndWhereAPacketTellsSomething) {
         const QuietPackets expected = Expected(packets);
         longest = std::max(longest, expected.count);
         const std::size_t count = packets.size() / kPacket;
-        for (const NamedTable& table : RunnableTables()) {
-            ASSERT_EQ(table.primitives->passQuietPackets(packets.data(), count, kPid), expected)
-                << table.name;
+        for (const PrimitiveTable* table : RunnableTables()) {
+            ASSERT_EQ(table->passQuietPackets(packets.data(), count, kPid), expected);
         }
     }
     EXPECT_GE(longest, 10u);

@@ -16,27 +16,22 @@ constexpr std::uint32_t kMovbe = 1U << 22;
 constexpr std::uint32_t kOsSavesState = 1U << 27;
 constexpr std::uint32_t kAvx = 1U << 28 | 1U << 25 | 1U << 1 | kSse42;
 
-ProcessorFacts Other(std::uint32_t inEcx, std::uint32_t inEdx = kEdxSse2) {
-    ProcessorFacts facts;
-    facts.identifies = true;
-    facts.is64Bit = true;
-    facts.leaf1Ecx = inEcx;
-    facts.leaf1Edx = inEdx;
-    return facts;
+/// A signature makes it one of the vendor whose models have codes of their own.
+ProcessorFacts Facts(std::uint32_t inEcx, std::uint32_t inSignature = 0, std::uint32_t inCores = 1,
+                     std::uint32_t inEdx = kEdxSse2) {
+    return {.identifies = true,
+            .isIntel = inSignature != 0,
+            .is64Bit = true,
+            .signature = inSignature,
+            .leaf1Ecx = inEcx,
+            .leaf1Edx = inEdx,
+            .coresPerPackage = inCores};
 }
 
-ProcessorFacts Intel(std::uint32_t inSignature, std::uint32_t inEcx, std::uint32_t inCores = 1) {
-    ProcessorFacts facts = Other(inEcx);
-    facts.isIntel = true;
-    facts.signature = inSignature;
-    facts.coresPerPackage = inCores;
-    return facts;
-}
-
-/// A processor with AVX whose operating system saves it, and with AVX2 if asked for.
-ProcessorFacts WithAvx(bool inAvx2) {
-    ProcessorFacts facts = Other(kAvx | kOsSavesState);
-    facts.extendedControl = 7;
+/// A processor with AVX, with AVX2 if asked for, and an operating system that saves what inControl says.
+ProcessorFacts WithAvx(bool inAvx2, std::uint64_t inControl = 7) {
+    ProcessorFacts facts = Facts(kAvx | kOsSavesState);
+    facts.extendedControl = inControl;
     facts.leaf7Ebx = inAvx2 ? 1U << 5 | 1U << 8 : 0;
     return facts;
 }
@@ -46,26 +41,20 @@ TEST(Variant, TypeCodeOfProcessor) {
     const struct {
         ProcessorFacts facts;
         int code;
-    } kCases[] = {{Intel(0x00000F41, kSse41), 0x42},
-                  {Intel(0x00100F41, kSse41), 0x44},
-                  {Intel(0x000006F6, kSsse3, 2), 0x21},
-                  {Intel(0x000006F6, kSsse3, 4), 0x22},
-                  {Intel(0x000006F6, kSse3), 0x42},
-                  {Intel(0x00010676, kSse41), 0x23},
-                  {Intel(0x000106A5, kSse42), 0x25},
-                  {Intel(0x000106A5, kAvx), 0x46},
-                  {Intel(0x000106A5, kSse41), 0x44},
-                  {Intel(0x000106C2, kSsse3 | kMovbe), 0x24},
-                  {Intel(0x000106C2, kSsse3), 0x43},
-                  {Intel(0x000206A7, kAvx), 0x46},
-                  {Other(kAvx), 0x46},
-                  {Other(kSse42), 0x45},
-                  {Other(kSse41), 0x44},
-                  {Other(kSsse3), 0x43},
-                  {Other(kSse3), 0x42},
-                  {Other(0), 0x41},
-                  {Other(0, 1U << 25), 0x40},
-                  {Other(0, 0), 0x60}};
+    } kCases[] = {{Facts(kSse41, 0x00000F41), 0x42},
+                  {Facts(kSse41, 0x00100F41), 0x44},
+                  {Facts(kSsse3, 0x000006F6, 2), 0x21},
+                  {Facts(kSsse3, 0x000006F6, 4), 0x22},
+                  {Facts(kSse3, 0x000006F6), 0x42},
+                  {Facts(kSse41, 0x00010676), 0x23},
+                  {Facts(kSse42, 0x000106A5), 0x25},
+                  {Facts(kAvx, 0x000106A5), 0x46},
+                  {Facts(kSsse3 | kMovbe, 0x000106C2), 0x24},
+                  {Facts(kSsse3, 0x000106C2), 0x43},
+                  {Facts(kSse42), 0x45},
+                  {Facts(0), 0x41},
+                  {Facts(0, 0, 1, 1U << 25), 0x40},
+                  {Facts(0, 0, 1, 0), 0x60}};
     for (const auto& one : kCases) {
         EXPECT_EQ(ProcessorTypeCode(one.facts), one.code)
             << std::hex << one.facts.signature << " " << one.facts.leaf1Ecx;
@@ -73,59 +62,55 @@ TEST(Variant, TypeCodeOfProcessor) {
 }
 
 TEST(Variant, ChoiceByCode) {
-    constexpr int kSelected = 0, kUnknownCode = 21, kNoVariant = 36;
+    using enum SelectStatus;
     const struct {
         int code;
-        int status;
+        SelectStatus status;
         int index;
         std::uint32_t lastFeature;
-    } kCases[] = {{0x00, kSelected, 1, kFeatureSse3},
-                  {0x22, kSelected, 2, kFeatureSsse3},
-                  {0x24, kSelected, 3, kFeatureMovbe},
-                  {0x44, kSelected, 4, kFeatureSse41},
-                  {0x45, kSelected, 4, kFeatureSse42},
-                  {0x47, kSelected, 4, kFeatureAes},
-                  {0x46, kSelected, 5, kFeatureOsAvx},
-                  {0x01, kNoVariant, 0, 0},
-                  {0x0B, kNoVariant, 0, 0},
-                  {0x41, kNoVariant, 0, 0},
-                  {0x60, kNoVariant, 0, 0},
-                  {0x0C, kUnknownCode, 0, 0},
-                  {-3, kUnknownCode, 0, 0},
-                  {0x48, kUnknownCode, 0, 0}};
+    } kCases[] = {{0x00, Selected, 1, kFeatureSse3},
+                  {0x22, Selected, 2, kFeatureSsse3},
+                  {0x24, Selected, 3, kFeatureMovbe},
+                  {0x44, Selected, 4, kFeatureSse41},
+                  {0x45, Selected, 4, kFeatureSse42},
+                  {0x47, Selected, 4, kFeatureAes},
+                  {0x46, Selected, 5, kFeatureOsAvx},
+                  {0x0B, NoVariant, 0, 0},
+                  {0x41, NoVariant, 0, 0},
+                  {0x60, NoVariant, 0, 0},
+                  {0x0C, UnknownCode, 0, 0},
+                  {-3, UnknownCode, 0, 0}};
     for (const auto& one : kCases) {
         const VariantChoice choice = ChooseVariant(one.code, {});
-        EXPECT_EQ(static_cast<int>(choice.status), one.status) << one.code;
+        EXPECT_EQ(choice.status, one.status) << one.code;
         EXPECT_EQ(choice.variant.index, one.index) << one.code;
         EXPECT_EQ(choice.variant.features & one.lastFeature, one.lastFeature) << one.code;
     }
 }
 
 TEST(Variant, AutomaticChoiceAndItsTable) {
-    ProcessorFacts unsaved = WithAvx(true);
-    unsaved.extendedControl = 3;
     const struct {
         ProcessorFacts facts;
         int index;
         int table;
-    } kCases[] = {{Other(0), 0, 0},
-                  {Other(kSse3), 1, 1},
-                  {Other(kSsse3), 2, 2},
-                  {Other(kSsse3 | kMovbe), 3, 3},
-                  {Other(kSse41 | kMovbe), 4, 4},
-                  {unsaved, 4, 4},
+    } kCases[] = {{Facts(0), 0, 0},
+                  {Facts(kSse3), 1, 1},
+                  {Facts(kSsse3), 2, 2},
+                  {Facts(kSsse3 | kMovbe), 3, 3},
+                  {Facts(kSse41 | kMovbe), 4, 4},
+                  {WithAvx(true, 3), 4, 4},
                   {WithAvx(false), 5, 5},
                   {WithAvx(true), 5, kAvx2Table}};
     for (const auto& one : kCases) {
         const VariantChoice choice = ChooseVariant(kAutomaticVariant, one.facts);
-        EXPECT_EQ(static_cast<int>(choice.status), 20);
+        EXPECT_EQ(choice.status, SelectStatus::SelectedForOtherVendor);
         EXPECT_EQ(choice.variant.index, one.index);
         EXPECT_EQ(choice.variant.features, FeaturesOf(one.facts));
         EXPECT_EQ(TableFor(choice.variant.index, one.facts), one.table);
         // Whatever is asked for, a processor is never handed code that it cannot run.
         EXPECT_EQ(TableFor(kVariantCount - 1, one.facts), one.table);
     }
-    EXPECT_EQ(ChooseVariant(kAutomaticVariant, Intel(0x000206A7, kSse42)).status, SelectStatus::Selected);
+    EXPECT_EQ(ChooseVariant(kAutomaticVariant, Facts(kSse42, 0x000206A7)).status, SelectStatus::Selected);
 }
 
 TEST(Variant, SelectionStaysWhenACodeHasNoVariant) {
