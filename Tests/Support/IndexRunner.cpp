@@ -74,4 +74,22 @@ std::vector<Extent> RecordedExtents(const IndexResult& inIndex) {
     return extents;
 }
 
+std::string Describe(const IndexResult& inIndex) {
+    std::string text;
+    for (const FrameRecord& record : inIndex.records) {
+        if (!text.empty()) text += ' ';
+        if (record == FrameRecord{}) {
+            text += '-';
+            continue;
+        }
+        text += "?IPB"[PictureCodingType(record)] + std::to_string(TemporalReference(record));
+        const int past = record.pastRefDelta, future = record.futureRefDelta;
+        if (past == 0 && future == 0) continue;
+        text += (past > 0 ? "(+" : "(") + std::to_string(past);
+        if (future != 0) text += (future > 0 ? "+" : "") + std::to_string(future);
+        text += ')';
+    }
+    return text;
+}
+
 }  // namespace Vexmora::Test

@@ -9,6 +9,7 @@
 #include <optional>
 #include <ostream>
 #include <span>
+#include <string>
 #include <vector>
 
 #include "Vexmora/Vexmora.h"
@@ -168,5 +169,7 @@ struct Extent {
 std::vector<Extent> ExpectedExtents(const Packetised& inStream);
 /// What the records hold, in the same order.
 std::vector<Extent> RecordedExtents(const IndexResult& inIndex);
+/// Type, temporal_reference and deltas of every record, e.g. "I0 P1(-1) B2(-1+1) -" with "-" for a hole.
+std::string Describe(const IndexResult& inIndex);
 
 }  // namespace Vexmora::Test
