@@ -20,14 +20,9 @@ inline UTF16String ToUtf16(const std::filesystem::path& inPath) {
 /// An ExactHost with index locations. One at a time per process.
 class FolderHost {
   public:
-    enum class Failure { None, Folder, Identity, Register };
-
-    explicit FolderHost(const std::filesystem::path& inFolder,
-                        ExactHost::Fault inFault = ExactHost::Fault::None)
-        : mMemory(inFault) {
+    explicit FolderHost(const std::filesystem::path& inFolder) {
         sFolder = inFolder;
         sKnown.clear();
-        sFailure = Failure::None;
         sGuid = "00112233-4455-6677-8899-aabbccddeeff";
     }
 
@@ -40,7 +35,6 @@ class FolderHost {
     }
     int LiveBlocks() const { return mMemory.LiveBlocks(); }
 
-    void Fail(Failure inFailure) { sFailure = inFailure; }
     void SetGuid(const char* inText) { sGuid = inText; }
     /// The index file that was registered last; empty when there is none or it was forgotten.
     std::filesystem::path Known() const { return sKnown; }
@@ -53,17 +47,17 @@ class FolderHost {
         return 0;
     }
     static std::int32_t GetIndexFolder(const char16_t*, std::uint32_t inCapacity, char16_t* outFolder) {
-        return sFailure == Failure::Folder ? -1 : Copy(sFolder.u16string(), inCapacity, outFolder);
+        return Copy(sFolder.u16string(), inCapacity, outFolder);
     }
     static std::int32_t GetMediaIdentity(const char16_t*, std::uint32_t, char* outText, char* outGuid) {
         std::strcpy(outText, "text of the host");
         std::strcpy(outGuid, sGuid.c_str());
-        return sFailure == Failure::Identity ? -1 : 0;
+        return 0;
     }
     static std::int32_t RegisterIndexFile(const char*, const char*, const char16_t* inIndexPath,
                                           const char16_t*, const char16_t*) {
         sKnown = inIndexPath;
-        return sFailure == Failure::Register ? -1 : 0;
+        return 0;
     }
     static std::int32_t FindIndexFile(std::uint32_t inCapacity, char16_t* outIndexPath, const char*,
                                       const char*, const char16_t*) {
@@ -73,7 +67,6 @@ class FolderHost {
     ExactHost mMemory;
     inline static std::filesystem::path sFolder;
     inline static std::filesystem::path sKnown;
-    inline static Failure sFailure;
     inline static std::string sGuid;
 };
 
