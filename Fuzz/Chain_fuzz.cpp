@@ -26,24 +26,13 @@ struct Outcome {
     friend bool operator==(const Outcome&, const Outcome&) = default;
 };
 
-Vexmora_Status IndexWholeFile(Vexmora_Handle inHandle) {
-    float progress = 0;
-    Vexmora_Status status = Vexmora_NotFinished;
-    while (status == Vexmora_NotFinished) status = Vexmora_IndexFile(inHandle, &progress, false);
-    return status;
-}
-
 void ExpectSense(Vexmora_Handle inHandle, const fs::path& inIndexFile) {
-    const Bytes file = ReadAll(inIndexFile);
-    IndexHeader header;
-    std::memcpy(&header, file.data(), sizeof header);
-    EXPECT_EQ(file.size(), sizeof header + header.recordCount * sizeof(FrameRecord));
-    std::vector<FrameRecord> records(header.recordCount);
-    std::memcpy(records.data(), file.data() + sizeof header, file.size() - sizeof header);
-    Test::ExpectSense(header, records);
+    const IndexFileContent index(ReadAll(inIndexFile));
+    EXPECT_EQ(fs::file_size(inIndexFile), sizeof index.header + index.records.size() * sizeof(FrameRecord));
+    Test::ExpectSense(index.header, index.records);
     FileInfo info;
     EXPECT_EQ(Vexmora_GetFileInfo(inHandle, &info), Vexmora_Ok);
-    EXPECT_EQ(info.frameCount, header.lastFrame - header.firstFrame + 1);
+    EXPECT_EQ(info.frameCount, index.header.lastFrame - index.header.firstFrame + 1);
 }
 
 Outcome OpenAndDecode(const Setup& inSetup, const Way& inWay) {
@@ -58,7 +47,10 @@ Outcome OpenAndDecode(const Setup& inSetup, const Way& inWay) {
     };
     Vexmora_Handle handle = nullptr;
     if (open(handle) == Vexmora_NotFinished) {
-        outcome.statuses.push_back(IndexWholeFile(handle));
+        float progress = 0;
+        Vexmora_Status status = Vexmora_NotFinished;
+        while (status == Vexmora_NotFinished) status = Vexmora_IndexFile(handle, &progress, false);
+        outcome.statuses.push_back(status);
         Vexmora_CloseFile(std::exchange(handle, nullptr));
         if (open(handle) == Vexmora_Ok) {
             ExpectSense(handle, host.Known());

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "FuzzTarget.h"
+#include "IndexSense.h"
 #include "Support/TestFiles.h"
 #include "VisitedFrames.h"
 
@@ -73,15 +74,11 @@ void ExpectSense(Vexmora_Handle inHandle, const IndexHeader& inHeader, const Byt
 // The same index as a host hands it over by itself: all that the file holds.
 void ExpectSameWithoutFile(const UTF16String& inMedia, const HostServices& inServices, const Bytes& inFile,
                            const Scale& inScale, const std::vector<VisitedFrames::Outcome>& inExpected) {
-    IndexHeader header;
-    std::memcpy(&header, inFile.data(), sizeof header);
-    std::vector<FrameRecord> records((inFile.size() - sizeof header) / sizeof(FrameRecord));
-    if (!records.empty()) {
-        std::memcpy(records.data(), inFile.data() + sizeof header, records.size() * sizeof(FrameRecord));
-    }
+    const IndexFileContent index(inFile);
     Vexmora_Handle handle = nullptr;
-    const Vexmora_Status status = Vexmora_OpenFileWithIndex(inMedia, inServices, header, records, &handle);
-    if (records.size() < header.recordCount) {
+    const Vexmora_Status status =
+        Vexmora_OpenFileWithIndex(inMedia, inServices, index.header, index.records, &handle);
+    if (index.records.size() < index.header.recordCount) {
         EXPECT_EQ(status, Vexmora_Unsupported);
     } else {
         EXPECT_EQ(status, Vexmora_Ok);

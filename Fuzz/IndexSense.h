@@ -3,9 +3,23 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
+
 #include "Support/StreamBuilder.h"
 
 namespace Vexmora::Test {
+
+/// An index file taken apart: records that are not there whole are left out.
+struct IndexFileContent {
+    explicit IndexFileContent(const Bytes& inFile)
+        : records((inFile.size() - sizeof header) / sizeof(FrameRecord)) {
+        std::memcpy(&header, inFile.data(), sizeof header);
+        for (std::size_t i = 0; i < records.size(); ++i)
+            std::memcpy(&records[i], &inFile[sizeof header + i * sizeof(FrameRecord)], sizeof(FrameRecord));
+    }
+    IndexHeader header;
+    std::vector<FrameRecord> records;
+};
 
 inline void ExpectSense(const IndexHeader& inHeader, const std::vector<FrameRecord>& inRecords) {
     const auto count = static_cast<std::int64_t>(inRecords.size());

@@ -35,32 +35,21 @@ class VisitedFrames {
 
     // Null when there is none. A frame that is asked for while it is decoded is predicted from as it is.
     GuardedPicture* Frame(std::int32_t inFrame) {
-        if (inFrame == DecodeChain::kNone) return nullptr;
         if (const auto found = mPictures.find(inFrame); found != mPictures.end()) return &found->second;
         if (mPictures.size() == kMostFrames) return nullptr;
         GuardedPicture& picture = mPictures.try_emplace(inFrame, mLuma, mChroma, mEdge).first->second;
-        std::int32_t past = DecodeChain::kNone;
-        std::int32_t future = DecodeChain::kNone;
-        Vexmora_Status status = Vexmora_GetFrameDependancies(mHandle, inFrame, &past, &future);
-        if (status == Vexmora_Ok) status = Decode(inFrame, Frame(past), Frame(future), picture);
+        std::vector<GuardedPicture*> references;
+        const auto planesOf = [&](std::int32_t inReference) {
+            GuardedPicture* const reference = Frame(inReference);
+            if (reference == nullptr) return FramePlanes{};
+            reference->SetWritable(reference == &picture);
+            references.push_back(reference);
+            return reference->Planes();
+        };
+        const Vexmora_Status status = DecodeFrame(mHandle, inFrame, mScale, planesOf, picture);
+        for (GuardedPicture* reference : references) reference->SetWritable(true);
         mOutcomes.push_back({inFrame, status, picture.Hash()});
         return &picture;
-    }
-
-    Vexmora_Status Decode(std::int32_t inFrame, GuardedPicture* ioPast, GuardedPicture* ioFuture,
-                          GuardedPicture& outPicture) {
-        for (GuardedPicture* reference : {ioPast, ioFuture}) {
-            if (reference != nullptr) reference->SetWritable(reference == &outPicture);
-        }
-        const FramePlanes past = ioPast != nullptr ? ioPast->Planes() : FramePlanes{};
-        const FramePlanes future = ioFuture != nullptr ? ioFuture->Planes() : FramePlanes{};
-        const FramePlanes output = outPicture.Planes();
-        const Vexmora_Status status =
-            Vexmora_GetFrame(mHandle, inFrame, &past, &future, &output, mScale.mode, mScale.subMode);
-        for (GuardedPicture* reference : {ioPast, ioFuture}) {
-            if (reference != nullptr) reference->SetWritable(true);
-        }
-        return status;
     }
 
     const Vexmora_Handle mHandle;

@@ -52,24 +52,22 @@ Seeds ComposedStreams() {
     const Bytes video =
         Join({SequenceHeader(), SequenceExtension(), SequenceDisplayExtension(64, 48, 1, {{1, 2, 3}}),
               GopHeader(false), Picture(2, kPictureTypeI, 71), Picture(0, kPictureTypeB, 1),
-              Picture(1, kPictureTypeB, 9, pulldown), Picture(3, kPictureTypeP, 30), SequenceHeader(),
-              SequenceExtension(), GopHeader(true, true), Picture(0, kPictureTypeI, 300),
-              Picture(1, kPictureTypeP), SequenceEnd()});
-    Packaging packaging{{100, 5, 60, 2, 2, 33}, {}, {}, 2};
-    packaging.pts = [](std::size_t inNumber) { return 90000 + 3600 * inNumber; };
-    packaging.before = [](std::size_t inNumber) {
-        const Bytes sound = PesPacket(0xC0, Slice(20), 90000 + 900 * inNumber);
-        return inNumber == 0 ? Join({PackHeader(3), SystemHeader(1, {0xC0, 0xE0})})
-                             : Join({sound, PaddingPacket(9)});
+              Picture(1, kPictureTypeB, 9, pulldown), Picture(3, kPictureTypeP, 30), SequenceEnd()});
+    const auto stamp = [](std::size_t inNumber) { return 90000 + 3600 * inNumber; };
+    const auto sound = [](std::size_t inNumber) {
+        return PesPacket(0xC0, Slice(20), 90000 + 900 * inNumber);
     };
-    const Bytes program = ProgramStream(video, packaging).bytes;
-    packaging.before = [](std::size_t inNumber) {
-        const Bytes tables = Join({PatPacket(kPmtPid), PmtPacket(kPmtPid, {{2, kVideoPid}, {4, kAudioPid}})});
-        return inNumber == 0 ? tables
-                             : TransportPacket(kAudioPid, true, PesPacket(0xC0, Slice(20), 900 * inNumber));
+    const auto between = [&](std::size_t inNumber) {
+        return Join({inNumber == 0 ? PackHeader(3) : PaddingPacket(9), sound(inNumber)});
     };
-    return {
-        {"elementary", video}, {"program", program}, {"transport", TransportStream(video, packaging).bytes}};
+    const auto tables = [&](std::size_t inNumber) {
+        const Bytes all = Join({PatPacket(kPmtPid), PmtPacket(kPmtPid, {{2, kVideoPid}, {4, kAudioPid}})});
+        return inNumber == 0 ? all : TransportPacket(kAudioPid, true, sound(inNumber));
+    };
+    const std::vector<std::size_t> sizes{100, 5, 60, 2, 2, 33};
+    return {{"elementary", video},
+            {"program", ProgramStream(video, {sizes, between, stamp, 2}).bytes},
+            {"transport", TransportStream(video, {sizes, tables, stamp, 2}).bytes}};
 }
 
 Seeds RealStreams(const fs::path& inFolder) {

@@ -93,9 +93,9 @@ inline Picture420 NewPicture(Vexmora_Handle inHandle, std::uint8_t inFill = 0x55
 inline constexpr std::int32_t kNoReference = 0x7FFFFFFF;
 
 /// Decodes a frame, predicted from the planes that inPlanesOf(frame) gives for its references.
-template <typename PlanesOf>
+template <typename PlanesOf, typename Picture>
 Vexmora_Status DecodeFrame(Vexmora_Handle inHandle, std::int32_t inFrame, const Scale& inScale,
-                           const PlanesOf& inPlanesOf, Picture420& outPicture) {
+                           const PlanesOf& inPlanesOf, Picture& outPicture) {
     std::int32_t past = 0;
     std::int32_t future = 0;
     const Vexmora_Status status = Vexmora_GetFrameDependancies(inHandle, inFrame, &past, &future);
