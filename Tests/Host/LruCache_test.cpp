@@ -23,12 +23,13 @@ struct Pictures {
 
     static FrameKey KeyOf(std::uint32_t inCacheId, std::uint32_t inNumber) { return {inCacheId, inNumber}; }
     SharedPicture Make(std::uint32_t inNumber) {
-        const SharedPicture picture(new Picture{.frame = inNumber}, [this](const Picture* inPicture) {
-            --live;
-            delete inPicture;
-        });
+        auto* const picture = new Picture;
+        picture->frame = inNumber;
         ++live;
-        return picture;
+        return {picture, [this](const Picture* inPicture) {
+                    --live;
+                    delete inPicture;
+                }};
     }
     static bool IsThere(const SharedPicture& inValue) { return inValue != nullptr; }
     static std::uint32_t NumberOf(const SharedPicture& inValue) { return inValue->frame; }
@@ -54,11 +55,11 @@ struct Blocks {
     Memory memory;
 };
 
+using Numbers = std::vector<std::uint32_t>;
+
 template <typename Things>
 class Caches : public testing::Test {
   protected:
-    using Numbers = std::vector<std::uint32_t>;
-
     void Add(std::uint32_t inCacheId, std::uint32_t inNumber, std::size_t inBytes = kBytes) {
         mCache.Add(Things::KeyOf(inCacheId, inNumber), mThings.Make(inNumber), inBytes);
     }
@@ -84,8 +85,7 @@ using KindsOfThings = testing::Types<Pictures, Blocks>;
 TYPED_TEST_SUITE(Caches, KindsOfThings, );
 
 TYPED_TEST(Caches, KeepWhatWasUsedLastAndItsUsersKeepTheRest) {
-    using Numbers = std::vector<std::uint32_t>;
-    for (const std::uint32_t number : {0, 1, 2, 3}) this->Add(1, number);
+    for (const std::uint32_t number : Numbers{0, 1, 2, 3}) this->Add(1, number);
     const auto held = this->Find(1, 1);
     EXPECT_EQ(this->Kept(1), (Numbers{0, 1, 2, 3}));
     EXPECT_TRUE(TypeParam::IsThere(this->Find(1, 0)));  // now 1 was not used for longest
@@ -102,7 +102,6 @@ TYPED_TEST(Caches, KeepWhatWasUsedLastAndItsUsersKeepTheRest) {
 }
 
 TYPED_TEST(Caches, TellFilesApartAndRefuseWhatTheyCannotKeep) {
-    using Numbers = std::vector<std::uint32_t>;
     this->Add(1, 5);
     this->mCache.Add(TypeParam::KeyOf(1, 5), this->mThings.Make(99), kBytes);  // kept already
     this->Add(0, 5);                                                           // a file without a cache

@@ -66,7 +66,7 @@ Bytes BreakExtensions(Bytes inVideo, unsigned inSeed) {
     for (const Bits& bits : {Bits{1, 0, 4}, Bits{3, 4, 16}, Bits{8, 0, 20}}) {
         const std::vector<std::size_t> extensions = Extensions(inVideo, bits.identifier);
         for (std::size_t i = 1; i < extensions.size(); ++i) {
-            const unsigned bit = bits.first + random() % bits.count;
+            const std::size_t bit = bits.first + random() % bits.count;
             if (random() % 5 == 0) Flip(inVideo[extensions[i] + 4 + bit / 8], bit % 8);
         }
     }
