@@ -1,26 +1,23 @@
-// Sorting by place, and by references where places are the same.
+// Sorting by where pictures begin and end.
 #include "Decoder/CodedOrder.h"
 
 #include <algorithm>
+#include <tuple>
 
 namespace Vexmora {
 namespace {
 
-// A B picture is coded behind the later one of its references.
-std::int64_t CodedBehind(const CodedPicture& inPicture) {
-    const bool isB = PictureCodingType(inPicture.record) == kPictureTypeB;
-    return std::int64_t{inPicture.frame} + (isB ? std::max<int>(inPicture.record.futureRefDelta, 0) : 0);
+// The size of a record reaches from its offset to the end of its picture.
+bool IsCodedBefore(const CodedPicture& inLeft, const CodedPicture& inRight) {
+    const auto place = [](const CodedPicture& in) {
+        return std::tuple(in.record.offset, in.record.size, in.frame);
+    };
+    return place(inLeft) < place(inRight);
 }
 
-bool IsCodedBefore(const CodedPicture& inLeft, const CodedPicture& inRight) {
-    if (inLeft.record.offset != inRight.record.offset) return inLeft.record.offset < inRight.record.offset;
-    const std::int64_t left = CodedBehind(inLeft);
-    const std::int64_t right = CodedBehind(inRight);
-    if (left != right) return left < right;
-    const bool isLeftReference = left == inLeft.frame;
-    const bool isRightReference = right == inRight.frame;
-    if (isLeftReference != isRightReference) return isLeftReference;
-    return inLeft.frame < inRight.frame;
+bool AreAlike(const FrameRecord& inLeft, const FrameRecord& inRight) {
+    return TemporalReference(inLeft) == TemporalReference(inRight) &&
+           PictureCodingType(inLeft) == PictureCodingType(inRight);
 }
 
 }  // namespace
@@ -38,6 +35,17 @@ std::size_t CodedOrder::RankOf(std::uint32_t inFrame, const FrameRecord& inRecor
     const auto found =
         std::lower_bound(mPictures.begin(), mPictures.end(), CodedPicture{inRecord, inFrame}, IsCodedBefore);
     return static_cast<std::size_t>(found - mPictures.begin());
+}
+
+// A record that an index holds twice is one picture.
+std::size_t CodedOrder::AlikeBefore(std::size_t inRank) const {
+    const FrameRecord& record = mPictures[inRank].record;
+    std::size_t count = 0;
+    for (std::size_t rank = inRank; rank > 0 && mPictures[rank - 1].record.offset == record.offset; --rank) {
+        const FrameRecord& before = mPictures[rank - 1].record;
+        if (AreAlike(before, record) && before.size < mPictures[rank].record.size) ++count;
+    }
+    return count;
 }
 
 bool CodedOrder::IsOf(const std::vector<FrameRecord>& inRecords) const {

@@ -26,7 +26,7 @@ Vexmora_Status Decoder::GetFrame(std::int32_t inFrame, const PictureRequest& inR
     SequenceParameters parameters;
     const ReadStatus read = mByPosition->Find(rank, *buffer, parameters);
     if (read != ReadStatus::Ok) return ToExported(read);
-    const PictureSearch search = FindPicture(*mSplitter, record, *buffer);
+    const PictureSearch search = FindPicture(*mSplitter, mByPosition->Order(), rank, *buffer);
     if (!search.isFound)
         return search.status == ReadStatus::Ok ? Vexmora_NoSuchFrame : ToExported(search.status);
     const Vexmora_Status status = DecodeInFile(buffer, parameters, inRequest);

@@ -11,8 +11,8 @@ namespace {
 // rather than kept without limit.
 constexpr std::size_t kMostDistinct = 1024;
 
-/// The files that are open under a cache id. Written by the first request of each handle and by the close of
-/// the last handle of a file, under the lock; it holds nothing alive.
+// The files that are open under a cache id. Written by the first request of each handle and by the close of
+// the last handle of a file, under the lock; it holds nothing alive.
 struct OpenFiles {
     std::mutex lock;
     std::vector<std::weak_ptr<KnownParameters>> files;

@@ -73,7 +73,7 @@ ReadStatus ParametersByPosition::ReadFront(CodedPictureBuffer& ioBuffer, Sequenc
 
 ReadStatus ParametersByPosition::ReadChange(std::size_t inRank, CodedPictureBuffer& ioBuffer,
                                             ParameterChange& outChange) {
-    const PictureSearch search = FindPicture(mSplitter, Order()[inRank].record, ioBuffer);
+    const PictureSearch search = FindPicture(mSplitter, Order(), inRank, ioBuffer);
     if (!search.isFound || search.status != ReadStatus::Ok) return search.status;
     return FinishChange(ioBuffer, outChange);
 }

@@ -6,17 +6,21 @@
 
 namespace Vexmora {
 
-PictureSearch FindPicture(Splitter& ioSplitter, const FrameRecord& inRecord, CodedPictureBuffer& ioBuffer) {
+PictureSearch FindPicture(Splitter& ioSplitter, const CodedOrder& inOrder, std::size_t inRank,
+                          CodedPictureBuffer& ioBuffer) {
+    const FrameRecord& record = inOrder[inRank].record;
+    std::size_t alike = inOrder.AlikeBefore(inRank);
     PictureSearch search;
-    ioSplitter.Seek(static_cast<std::int64_t>(inRecord.offset), ioBuffer);
+    ioSplitter.Seek(static_cast<std::int64_t>(record.offset), ioBuffer);
     search.status = ioSplitter.ReadPicture(ioBuffer);  // up to the picture start code
     if (search.status != ReadStatus::Ok) return search;
     for (int delivery = 0; delivery < kMostDeliveries; ++delivery) {
         search.status = ioSplitter.ReadPicture(ioBuffer);
         const bool isLast = search.status == ReadStatus::EndOfData && ioBuffer.Size() != 0;
         if (search.status != ReadStatus::Ok && !isLast) return search;
-        search.isFound = IsPictureOf(inRecord, ioBuffer);
-        if (search.isFound) return search;
+        if (!IsPictureOf(record, ioBuffer) || alike-- > 0) continue;
+        search.isFound = true;
+        return search;
     }
     search.status = ReadStatus::Ok;
     return search;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "CodedPicture/CodedPictureBuffer.h"
+#include "Decoder/CodedOrder.h"
 #include "Splitter/Splitter.h"
 #include "Vexmora/Records.h"
 
@@ -18,9 +19,11 @@ struct PictureSearch {
     ReadStatus status = ReadStatus::Ok;
 };
 
-/// Reads from the record's offset on up to a picture of its temporal_reference and picture_coding_type, which
-/// is then in ioBuffer.
-PictureSearch FindPicture(Splitter& ioSplitter, const FrameRecord& inRecord, CodedPictureBuffer& ioBuffer);
+/// Reads from the offset of the picture at inRank on up to a picture of its temporal_reference and
+/// picture_coding_type, past those of the same packet that are like it and come before. It is then in
+/// ioBuffer.
+PictureSearch FindPicture(Splitter& ioSplitter, const CodedOrder& inOrder, std::size_t inRank,
+                          CodedPictureBuffer& ioBuffer);
 
 /// Whether a delivery, which begins behind a picture start code, is the record's picture.
 bool IsPictureOf(const FrameRecord& inRecord, const CodedPictureBuffer& inDelivery);

@@ -61,9 +61,9 @@ INSTANTIATE_TEST_SUITE_P(Streams, RealStreams,
                                          "enc-progressive.m2v", "odd-up-352x240.m2v", "odd-down-720x496.m2v",
                                          "hd-1920x1080.m2v", "narrow-1x64.m2v", "wide-4095x32.m2v",
                                          "flat-160x16.m2v", "tall-32x2800.m2v", "started-open.m2v",
-                                         "dvd-720x576.vob", "small-100x76.mpg", "mplex-dvd.vob",
-                                         "mplex-generic.mpg", "mp2-720x576.ts", "b3-100x76.ts",
-                                         "ac3-closed-352x240.ts", "started-open.ts"),
+                                         "packed-64x48.vob", "dvd-720x576.vob", "small-100x76.mpg",
+                                         "mplex-dvd.vob", "mplex-generic.mpg", "mp2-720x576.ts",
+                                         "b3-100x76.ts", "ac3-closed-352x240.ts", "started-open.ts"),
                          [](const auto& inInfo) {
                              std::string name = inInfo.param;
                              for (char& c : name) {

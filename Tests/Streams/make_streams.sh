@@ -103,6 +103,8 @@ stream tiny-16x16.m2v          encode testsrc2=s=16x16:r=25,noise=alls=40:allf=t
 stream dvd-720x576.vob         encode_av testsrc2=s=720x576:r=25 2 -g 12 -bf 2 -b:v 4M -c:a mp2 -f dvd
 stream silent-352x288.vob      encode testsrc2=s=352x288:r=25 3 -g 12 -bf 2 -q:v 6 -f vob
 stream ac3-352x288.vob         encode_av testsrc2=s=352x288:r=25 3 -g 15 -bf 1 -q:v 6 -c:a ac3 -f vob
+# Several pictures of one type and temporal_reference begin in one packet.
+stream packed-64x48.vob        encode testsrc2=s=64x48:r=25 4 -g 1 -q:v 20 -f vob
 stream small-100x76.mpg        encode_av mandelbrot=s=100x76:r=30000/1001 3 -g 9 -bf 3 -q:v 12 -c:a mp2 -f svcd
 stream mplex-dvd.vob           multiplex 8 enc-top-352x288.m2v 2
 stream mplex-generic.mpg       multiplex 3 pulldown-352x256.m2v 0
