@@ -9,7 +9,7 @@
 
 namespace {
 
-/// What ffms2 says went wrong.
+// What ffms2 says went wrong.
 struct Complaint {
     Complaint() : info{FFMS_ERROR_SUCCESS, FFMS_ERROR_SUCCESS, sizeof(text), text} {}
     [[noreturn]] void Throw() const { throw std::runtime_error(text); }

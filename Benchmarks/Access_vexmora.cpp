@@ -10,7 +10,7 @@ namespace {
 
 using namespace VexmoraHost;
 
-/// Bytes of a picture's planes, with the lines that whole macroblocks add.
+// Bytes of a picture's planes, with the lines that whole macroblocks add.
 std::size_t PlaneBytes(const Picture& inPicture) {
     const auto bytes = [](const Plane& in, std::size_t inLines) {
         return std::size_t{in.stride} * ((in.height + inLines - 1) / inLines * inLines);

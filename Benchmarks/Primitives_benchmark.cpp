@@ -18,7 +18,7 @@ namespace Vexmora {
 namespace {
 
 constexpr std::ptrdiff_t kStep = 1920;
-/// What a primitive does to the memory of one benchmark.
+// What a primitive does to the memory of one benchmark.
 struct Arena {
     alignas(64) std::array<std::uint8_t, kStep * 64> pixels{};
     alignas(64) std::array<std::int16_t, 64> residual{};
@@ -26,7 +26,7 @@ struct Arena {
 };
 Arena gArena;
 
-/// Seconds a call of the portable implementation, by primitive; it is always measured first.
+// Seconds a call of the portable implementation, by primitive; it is always measured first.
 std::map<std::string, double> gPortable;
 
 template <typename Function>
@@ -47,7 +47,7 @@ void Measure(benchmark::State& ioState, const std::string& inPrimitive, bool inI
     if (portable != gPortable.end()) ioState.counters["portable"] = portable->second / seconds;
 }
 
-/// inMake makes the call out of a table.
+// inMake makes the call out of a table.
 template <typename Make>
 void Register(const std::string& inPrimitive, const Make& inMake) {
     const int highest = TableFor(kVariantCount - 1, RunningProcessor());
@@ -126,7 +126,7 @@ void RegisterPredictions() {
     });
 }
 
-/// The bits as words in host order, with zeros behind them.
+// The bits as words in host order, with zeros behind them.
 std::vector<std::uint8_t> ToWords(std::string_view inBits) {
     std::vector<std::uint8_t> words(512);
     for (std::size_t i = 0; i < inBits.size(); ++i) {

@@ -74,7 +74,7 @@ Explanation Explain(Vexmora_Status inStatus, bool inRemembered) {
 
 }  // namespace
 
-/// The open file and what makes pictures of it, wherever the movie is moved.
+// The open file and what makes pictures of it, wherever the movie is moved.
 struct Movie::Insides {
     struct Close {
         void operator()(Vexmora_InstanceTag* inHandle) const noexcept {
@@ -88,17 +88,17 @@ struct Movie::Insides {
     Vexmora_Handle OpenAgain(const Movie& inMovie) const;
 
     Handle handle;
-    /// Of the file that it has open.
+    // Of the file that it has open.
     std::optional<FileFacts> facts;
     Guid identity;
     std::uint32_t cacheId = 0;
-    /// Opening stays immediate: what takes a look at all records waits for the first picture.
+    // Opening stays immediate: what takes a look at all records waits for the first picture.
     std::optional<MissingAnchors> missingAnchors;
-    /// One for each scale, once it was asked for.
+    // One for each scale, once it was asked for.
     std::array<std::unique_ptr<FrameDecoder>, 3> decoders;
 };
 
-/// The steps of Movie::Open. Of a file that is known the library alone opens the media.
+// The steps of Movie::Open. Of a file that is known the library alone opens the media.
 class Movie::Opener {
   public:
     Opener(const std::filesystem::path& inPath, const OpenOptions& inOptions)

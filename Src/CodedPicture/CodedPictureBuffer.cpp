@@ -24,7 +24,7 @@ constexpr std::uint32_t WholeWords(std::uint32_t inBytes) {
     return (inBytes + kWordBytes - 1) & ~(kWordBytes - 1);
 }
 
-/// The bytes of the words that hold inCapacity bytes, and of the zeros behind them.
+// The bytes of the words that hold inCapacity bytes, and of the zeros behind them.
 std::uint32_t MemoryBytes(std::uint32_t inCapacity) {
     constexpr std::uint32_t kBehind = WholeWords(kZeroBytesBehindWords + kWordBytes - 1);
     if (inCapacity > std::numeric_limits<std::uint32_t>::max() - kBehind) throw std::bad_alloc();

@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::size_t kPrefixSize = 3;
 
-/// Runs on the reader's thread, with what the request says and the process's services as its only means.
+// Runs on the reader's thread, with what the request says and the process's services as its only means.
 void OnReadAheadDone(Orvet::AsyncFileReader& /*ioReader*/, const Orvet::AsyncReadRequest& inRequest,
                      std::uint32_t inBytesRead, std::int32_t inStatus) {
     const auto [cacheId, number, handle] = inRequest.userValues;
@@ -154,7 +154,7 @@ ReadStatus BlockReader::FindStartCode(std::uint32_t inCode, std::uint32_t& outFo
     }
 }
 
-/// Goes on byte by byte from the last bytes of a block until a prefix ends or none can be under way.
+// Goes on byte by byte from the last bytes of a block until a prefix ends or none can be under way.
 ReadStatus BlockReader::FindPrefixAcrossBlocks(bool& outFound) {
     const std::int64_t blockEnd = mBlockStart + mBlockBytes;
     outFound = false;

@@ -18,7 +18,7 @@ constexpr std::uint32_t FourCharacters(const char (&inText)[5]) {
     return word;
 }
 
-/// Whether a file that begins with these words is of a format that could be mistaken for MPEG-2.
+// Whether a file that begins with these words is of a format that could be mistaken for MPEG-2.
 bool IsForeign(std::uint32_t inFirst, std::uint32_t inSecond) {
     constexpr std::array kBoxes = {FourCharacters("udta"), FourCharacters("skpp"), FourCharacters("frea"),
                                    FourCharacters("mdat"), FourCharacters("moov")};
@@ -88,10 +88,10 @@ ReadStatus Splitter::ReadMore(CodedPictureBuffer& ioBuffer) {
     return mTransportStream ? ReadTransportStream(ioBuffer) : ReadProgramStream(ioBuffer);
 }
 
-/// How many bytes to append before the next scan. What lies behind a picture's end is moved to the front for
-/// the next one, so no more than the picture has already: that bounds the moving by the size of the pictures,
-/// however large the buffer. At most what stays in the processor's nearest cache from the copy to the scan.
-/// Which bytes each picture gets does not depend on it.
+// How many bytes to append before the next scan. What lies behind a picture's end is moved to the front for
+// the next one, so no more than the picture has already: that bounds the moving by the size of the pictures,
+// however large the buffer. At most what stays in the processor's nearest cache from the copy to the scan.
+// Which bytes each picture gets does not depend on it.
 std::uint32_t Splitter::AppendSize(const CodedPictureBuffer& inBuffer) {
     constexpr std::uint32_t kLeast = 4096;
     constexpr std::uint32_t kMost = 32768;

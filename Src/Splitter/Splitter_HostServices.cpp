@@ -6,8 +6,8 @@
 namespace Vexmora {
 namespace {
 
-/// Written by every splitter that is made, read by all file readers and by the threads that complete their
-/// read-aheads; no lock, since each table is whole by itself.
+// Written by every splitter that is made, read by all file readers and by the threads that complete their
+// read-aheads; no lock, since each table is whole by itself.
 struct ProcessHostServices {
     std::atomic<const BlockCacheTable*> blockCache{nullptr};
     std::atomic<const MemoryAllocatorTable*> memoryAllocator{nullptr};

@@ -26,7 +26,7 @@ ReadStatus Splitter::ReadProgramStream(CodedPictureBuffer& ioBuffer) {
     return WalkPackets(word, ioBuffer);
 }
 
-/// A file that does not begin with a pack is elementary video from its first sequence header on.
+// A file that does not begin with a pack is elementary video from its first sequence header on.
 ReadStatus Splitter::ReadFirstOfElementary(CodedPictureBuffer& ioBuffer, std::int64_t inFrom) {
     mReader.SetPosition(inFrom);
     std::uint32_t found = 0;
@@ -39,7 +39,7 @@ ReadStatus Splitter::ReadFirstOfElementary(CodedPictureBuffer& ioBuffer, std::in
     return ReadElementary(ioBuffer);
 }
 
-/// Appends the payload of the next video packet. inWord was read where a start code is expected.
+// Appends the payload of the next video packet. inWord was read where a start code is expected.
 ReadStatus Splitter::WalkPackets(std::uint32_t inWord, CodedPictureBuffer& ioBuffer) {
     for (std::uint32_t word = inWord;;) {
         if (word == kProgramEndCode || StartCodeClass(word) == 0) return ReadStatus::EndOfData;
@@ -58,7 +58,7 @@ ReadStatus Splitter::WalkPackets(std::uint32_t inWord, CodedPictureBuffer& ioBuf
     }
 }
 
-/// Behind the pack's start code. A pack of ISO/IEC 11172-1 ends the data.
+// Behind the pack's start code. A pack of ISO/IEC 11172-1 ends the data.
 ReadStatus Splitter::SkipPackHeader() {
     std::uint32_t clock = 0;
     if (const ReadStatus status = mReader.ReadUInt32(clock); status != ReadStatus::Ok) return status;
@@ -77,7 +77,7 @@ ReadStatus Splitter::SkipSystemHeader() {
     return ReadStatus::Ok;
 }
 
-/// Behind the start code of a packet with a length: skips it, or appends its payload if it is video.
+// Behind the start code of a packet with a length: skips it, or appends its payload if it is video.
 ReadStatus Splitter::ReadPesPacket(std::uint32_t inWord, CodedPictureBuffer& ioBuffer, bool& outIsVideo) {
     std::uint16_t length = 0;
     if (const ReadStatus status = mReader.ReadUInt16(length); status != ReadStatus::Ok) return status;
@@ -99,8 +99,8 @@ ReadStatus Splitter::ReadPesPacket(std::uint32_t inWord, CodedPictureBuffer& ioB
     return AppendPesPayload(ioBuffer);
 }
 
-/// Appends some of the current payload. The rest, if any, comes with the next call, so that no byte is lost
-/// when a picture ends in a full buffer.
+// Appends some of the current payload. The rest, if any, comes with the next call, so that no byte is lost
+// when a picture ends in a full buffer.
 ReadStatus Splitter::AppendPesPayload(CodedPictureBuffer& ioBuffer) {
     const std::uint32_t count = std::min(mPesPayloadLeft, AppendSize(ioBuffer));
     std::uint8_t* const destination = ioBuffer.End();

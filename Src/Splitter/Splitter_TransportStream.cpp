@@ -12,12 +12,12 @@
 namespace Vexmora {
 namespace {
 
-/// Packets of other PIDs never hold video or tables of ours.
+// Packets of other PIDs never hold video or tables of ours.
 constexpr PidRange kUsablePids{3, 0x1FFC};
 
-/// Where the video in a packet of the video PID begins: behind the adaptation field and, if a PES packet
-/// begins here, behind its header. kTransportPacketSize when it holds none, or a header reaches beyond the
-/// packet.
+// Where the video in a packet of the video PID begins: behind the adaptation field and, if a PES packet
+// begins here, behind its header. kTransportPacketSize when it holds none, or a header reaches beyond the
+// packet.
 std::size_t VideoOffset(TransportPacket inPacket) {
     if (!HasPayload(inPacket)) return kTransportPacketSize;
     std::size_t at = PayloadOffset(inPacket);
@@ -28,8 +28,8 @@ std::size_t VideoOffset(TransportPacket inPacket) {
     return std::min(at, kTransportPacketSize);
 }
 
-/// The PID of the first ISO/IEC 13818-2 video in a program map table. An entry that section_length does not
-/// count whole is one.
+// The PID of the first ISO/IEC 13818-2 video in a program map table. An entry that section_length does not
+// count whole is one.
 std::optional<std::uint32_t> FindVideoPid(TransportPacket inPacket) {
     ProgramMapEntries entries(inPacket);
     while (const auto entry = entries.Next(1)) {
@@ -62,7 +62,7 @@ ReadStatus Splitter::ReadTransportStream(CodedPictureBuffer& ioBuffer) {
     return ReadTransportPayload(ioBuffer);
 }
 
-/// Moves to the next sync byte, which is at most a packet away.
+// Moves to the next sync byte, which is at most a packet away.
 ReadStatus Splitter::FindSyncByte() {
     for (std::size_t distance = 0; distance <= kTransportPacketSize; ++distance) {
         std::uint8_t byte = 0;
@@ -89,8 +89,8 @@ ReadStatus Splitter::ReadTransportPayload(CodedPictureBuffer& ioBuffer) {
     return ReadStatus::Ok;
 }
 
-/// Reads packets until the tables have told the video PID, or sync is lost, and goes back to the file's
-/// start.
+// Reads packets until the tables have told the video PID, or sync is lost, and goes back to the file's
+// start.
 ReadStatus Splitter::DiscoverVideoPid(CodedPictureBuffer& ioBuffer) {
     std::uint8_t next = kTransportStreamSyncByte;
     while (next == kTransportStreamSyncByte && mVideoPid == kUnknownPid) {
@@ -103,8 +103,8 @@ ReadStatus Splitter::DiscoverVideoPid(CodedPictureBuffer& ioBuffer) {
     return ReadStatus::Ok;
 }
 
-/// Reads one packet and appends its video, or learns from it. A packet that the end of the file cuts off is
-/// taken as far as it goes.
+// Reads one packet and appends its video, or learns from it. A packet that the end of the file cuts off is
+// taken as far as it goes.
 ReadStatus Splitter::ReadTransportPacket(CodedPictureBuffer& ioBuffer) {
     std::array<std::uint8_t, kTransportPacketSize> copy;
     const std::uint8_t* bytes = mReader.BytesInBlock().data();
@@ -135,9 +135,9 @@ ReadStatus Splitter::ReadTransportPacket(CodedPictureBuffer& ioBuffer) {
     return got == kTransportPacketSize ? ReadStatus::Ok : ReadStatus::EndOfData;
 }
 
-/// Appends the video of further packets that lie whole in the current block, for the scan to have a good
-/// piece of it at once. The position ends up right behind a packet of video: whatever comes then, lost sync
-/// or the end of the file, is met where it would be without this.
+// Appends the video of further packets that lie whole in the current block, for the scan to have a good
+// piece of it at once. The position ends up right behind a packet of video: whatever comes then, lost sync
+// or the end of the file, is met where it would be without this.
 void Splitter::AppendPacketsInBlock(CodedPictureBuffer& ioBuffer) {
     const std::uint32_t roomForPictures = std::max(ioBuffer.FreeBytes(), kReserve) - kReserve;
     const std::uint32_t enough = ioBuffer.Size() + std::min(AppendSize(ioBuffer), roomForPictures);

@@ -8,7 +8,7 @@ namespace {
 constexpr unsigned kWordBytes = BitWindow::kWordBytes;
 constexpr unsigned kStartCodeBits = 32;
 
-/// Number of a start code's first bit.
+// Number of a start code's first bit.
 std::size_t BitOf(std::size_t inWordOffset, std::int32_t inBitIndex) {
     return inWordOffset * 8 + static_cast<std::size_t>(31 - inBitIndex);
 }

@@ -8,14 +8,14 @@ namespace {
 
 constexpr std::uint32_t kPictureTypeD = 4;
 
-/// full_pel vector flag, which MPEG-2 video does not use, and the f_code of one direction, for which the
-/// coding extension has others. False if it is 0.
+// full_pel vector flag, which MPEG-2 video does not use, and the f_code of one direction, for which the
+// coding extension has others. False if it is 0.
 bool PassHeaderFCode(BitReader& ioReader) {
     ioReader.SkipBits(1);
     return ioReader.GetBits(3) != 0;
 }
 
-/// From behind vbv_delay. What follows the f_codes in the header serves nothing.
+// From behind vbv_delay. What follows the f_codes in the header serves nothing.
 DecodeStatus ParseHeaderFCodes(BitReader& ioReader, const PictureHeader& inPicture) {
     const std::uint32_t type = inPicture.pictureCodingType;
     if (type < kPictureTypeI || type > kPictureTypeD) return DecodeStatus::InvalidData;
@@ -63,7 +63,7 @@ DecodeStatus ParsePictureCodingExtension(BitReader& ioReader, PictureParameters&
     return DecodeStatus::Ok;
 }
 
-/// From behind the identifier.
+// From behind the identifier.
 void ParseQuantMatrixExtension(BitReader& ioReader, MatrixLoads& ioLoads) {
     const auto load = [&ioReader](std::optional<QuantiserMatrix>& outMatrix) {
         if (ioReader.GetBits(1) == 0) return false;
@@ -76,8 +76,8 @@ void ParseQuantMatrixExtension(BitReader& ioReader, MatrixLoads& ioLoads) {
     load(ioLoads.chromaNonIntra);
 }
 
-/// Goes over extensions and user data to the start code behind them. Only quantiser matrices matter; the
-/// start-code table tells where each of the others ends.
+// Goes over extensions and user data to the start code behind them. Only quantiser matrices matter; the
+// start-code table tells where each of the others ends.
 void ParseFurtherExtensions(BitReader& ioReader, MatrixLoads& outLoads) {
     for (;;) {
         const std::uint32_t code = ioReader.PeekStartCode();

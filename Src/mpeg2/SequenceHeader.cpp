@@ -11,10 +11,10 @@ namespace {
 
 constexpr std::uint32_t kForbiddenAspectRatio = 0;
 constexpr std::uint32_t kReservedAspectRatio = 15;
-/// profile_and_level_indication without its escape bit that marks streams of another coding tool set.
+// profile_and_level_indication without its escape bit that marks streams of another coding tool set.
 constexpr std::uint32_t kUnsupportedProfileAndLevel = 0x58;
 
-/// Seconds per frame before the rate extension.
+// Seconds per frame before the rate extension.
 double BaseFramePeriod(std::uint32_t inFrameRateCode) {
     constexpr double kOther = 1.0 / 30;
     constexpr std::array kPeriods = {kOther,   1001.0 / 24000, 1.0 / 24,       1.0 / 25, 1001.0 / 30000,
@@ -30,7 +30,7 @@ void SetSize(SequenceHeader& ioSequence, std::uint32_t inWidth, std::uint32_t in
     ioSequence.mbHeight = (inHeight + 15) >> 4;
 }
 
-/// From the first of the two load flags on.
+// From the first of the two load flags on.
 void ReadMatrices(BitReader& ioReader, QuantiserMatrices& ioMatrices) {
     MatrixLoads loads;
     if (ioReader.GetBits(1) != 0) ReadQuantiserMatrix(ioReader, loads.intra.emplace());
@@ -62,7 +62,7 @@ void ParseSequenceDisplayExtension(BitReader& ioReader, SequenceHeader& ioSequen
     ioSequence.displayHeight = ioReader.GetBits(14) & 0xFFF;
 }
 
-/// Goes over extensions and user data to the start code behind them. The sequence extension is met once more.
+// Goes over extensions and user data to the start code behind them. The sequence extension is met once more.
 void ParseFurtherExtensions(BitReader& ioReader, SequenceHeader& ioSequence) {
     for (;;) {
         const std::int32_t code = ioReader.NextStartCode();

@@ -17,7 +17,7 @@ constexpr std::uint32_t Bit(int inBit) {
 constexpr std::uint32_t kStateSavingByOs = Bit(27);
 constexpr std::uint32_t kAvx = Bit(28);
 constexpr std::uint32_t kAvx2AndBmi2 = Bit(5) | Bit(8);
-/// Bits 1 and 2 of the extended control register: the SSE state and the upper halves of the AVX registers.
+// Bits 1 and 2 of the extended control register: the SSE state and the upper halves of the AVX registers.
 constexpr std::uint64_t kAvxState = 6;
 
 struct NamedBit {

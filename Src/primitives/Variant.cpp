@@ -54,7 +54,7 @@ bool HasAll(std::uint32_t inFeatures, std::uint32_t inNeeded) {
     return (inFeatures & inNeeded) == inNeeded;
 }
 
-/// Codes of single models of family 6, or 0.
+// Codes of single models of family 6, or 0.
 int ModelTypeCode(std::uint32_t inModel, std::uint32_t inFeatures, std::uint32_t inCores) {
     const auto has = [inFeatures](std::uint32_t inNeeded) { return HasAll(inFeatures, inNeeded); };
     if (inModel == 15 && has(kFeatureSsse3)) return inCores > 2 ? 0x22 : 0x21;
@@ -75,8 +75,8 @@ Variant BestVariant(std::uint32_t inFeatures) {
     return {0, inFeatures};
 }
 
-/// The selection of the process: written by SelectProcessorVariant before decoding, read by everyone. Variant
-/// 0 needs nothing beyond the architecture's baseline, so it may serve from the start.
+// The selection of the process: written by SelectProcessorVariant before decoding, read by everyone. Variant
+// 0 needs nothing beyond the architecture's baseline, so it may serve from the start.
 struct Selection {
     std::atomic<int> index{0};
     std::atomic<std::uint32_t> features{0};

@@ -9,12 +9,12 @@ namespace {
 
 constexpr std::int32_t kMaximumLength = 24;
 constexpr std::int32_t kMaximumStageBits = 16;
-/// Links of run-level tables hold 16-bit indices; tables of coefficients and symbols are much smaller.
+// Links of run-level tables hold 16-bit indices; tables of coefficients and symbols are much smaller.
 constexpr std::size_t kMaximumIndex = INT16_MAX;
 constexpr std::int32_t kBlockCoefficients = 64;
 constexpr std::int32_t kMaximumLevel = 2047;
 
-/// One code on the way into a table.
+// One code on the way into a table.
 template <typename Entry>
 struct Code {
     std::uint32_t bits;
@@ -28,7 +28,7 @@ struct ParsedList {
     std::vector<Code<Entry>> codes;
 };
 
-/// Takes numbers from the front of a list; asked for more than there are, it gives one that no place allows.
+// Takes numbers from the front of a list; asked for more than there are, it gives one that no place allows.
 class ListReader {
   public:
     explicit ListReader(VlcList inList) : mRest(inList) {}
@@ -103,7 +103,7 @@ constexpr Entry kNoCode{};
 template <>
 constexpr RunLevelEntry kNoCode<RunLevelEntry> = MakeRunLevelEntry(kRunNoCode, 0, 0);
 
-/// Adds one stage to ioEntries for codes whose first inPassed bits are the same, and the stages behind it.
+// Adds one stage to ioEntries for codes whose first inPassed bits are the same, and the stages behind it.
 template <typename Entry>
 bool AddStage(std::span<const Code<Entry>> inCodes, std::span<const std::int32_t> inStages,
               std::int32_t inPassed, std::vector<Entry>& ioEntries) {

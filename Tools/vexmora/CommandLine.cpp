@@ -53,7 +53,7 @@ void AddSeed(CLI::App& ioCommand, std::uint64_t& outSeed, const char* inHelp) {
     ioCommand.add_option("--seed", outSeed, inHelp)->type_name("S")->check(isNatural);
 }
 
-/// Adds a command whose options live as long as it may be run.
+// Adds a command whose options live as long as it may be run.
 template <typename Options>
 Command Add(CLI::App& ioApp, const char* inName, const char* inHelp,
             void (*inAddOptions)(CLI::App& ioCommand, Options& outOptions),

@@ -5,7 +5,7 @@
 namespace Vexmora {
 namespace {
 
-/// A pair of rows: samples 0 to 3 of both, then samples 4 to 7 of both.
+// A pair of rows: samples 0 to 3 of both, then samples 4 to 7 of both.
 using RowPairs = __m256i[4];
 
 // In its callers, so that the rows stay in registers.

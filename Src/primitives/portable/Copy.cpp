@@ -6,7 +6,7 @@
 namespace Vexmora {
 namespace {
 
-/// A width known at compile time makes every row one or two moves.
+// A width known at compile time makes every row one or two moves.
 template <std::size_t kWidth>
 void CopyRows(const std::uint8_t* inSource, std::ptrdiff_t inSourceStep, std::uint8_t* outDestination,
               std::ptrdiff_t inDestinationStep, std::int32_t inHeight) {

@@ -11,7 +11,7 @@ namespace {
 
 constexpr int kSize = 8;
 
-/// Eight values, each in its lane; loops over them become vector code.
+// Eight values, each in its lane; loops over them become vector code.
 struct Lanes {
     float lane[kSize];
 
@@ -32,8 +32,8 @@ struct Lanes {
     }
 };
 
-/// The nearest integer, ties to even. Above 2^23 floats have no fraction; the sum's lower bits are the
-/// number.
+// The nearest integer, ties to even. Above 2^23 floats have no fraction; the sum's lower bits are the
+// number.
 std::int16_t Round(float inValue) {
     constexpr float kNoFraction = 3 << 22;
     const float sum = inValue + kNoFraction;

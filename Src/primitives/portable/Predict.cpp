@@ -12,7 +12,7 @@ std::uint8_t ToPixel(int inValue) {
     return static_cast<std::uint8_t>(inValue < 0 ? 0 : inValue > 255 ? 255 : inValue);
 }
 
-/// The prediction as kWidth x kHeight samples without gaps.
+// The prediction as kWidth x kHeight samples without gaps.
 template <std::size_t kWidth, std::size_t kHeight>
 void Interpolate(const ReferenceBlock& inReference, std::uint8_t (&outSamples)[kHeight][kWidth]) {
     const std::uint8_t* row = inReference.samples;

@@ -15,7 +15,7 @@ std::int16_t Saturate(std::int32_t inValue) {
     return static_cast<std::int16_t>(std::clamp<std::int32_t>(inValue, INT16_MIN, INT16_MAX));
 }
 
-/// A 16-bit number whose sums and differences saturate, as packed arithmetic does.
+// A 16-bit number whose sums and differences saturate, as packed arithmetic does.
 struct Packed {
     std::int16_t value;
 
@@ -25,7 +25,7 @@ struct Packed {
     friend Packed operator-(Packed inLeft, Packed inRight) {
         return {Saturate(inLeft.value - inRight.value)};
     }
-    /// inValue times inFactor / 2^16.
+    // inValue times inFactor / 2^16.
     friend Packed operator*(Packed inValue, std::int32_t inFactor) {
         return {static_cast<std::int16_t>((inValue.value * inFactor) >> 16)};
     }
@@ -45,7 +45,7 @@ void TransformRow(const std::int16_t* inRowOfColumns, int inRow, Packed (&outVal
     }
 }
 
-/// The 8-point column transform; outValues are the pixels' values.
+// The 8-point column transform; outValues are the pixels' values.
 void TransformColumn(const Packed (&inRows)[kRows][kColumns], int inColumn,
                      std::int16_t (&outValues)[kRows]) {
     const auto x = [&](int inRow) { return inRows[inRow][inColumn]; };
@@ -89,7 +89,7 @@ void ReducedIdct(const CoefficientBlock& inBlock, Output& outValues) {
 
 enum class Target { Replace, Add };
 
-/// Every inEvery-th row of the transform, clipped, in consecutive rows of pixels or on top of them.
+// Every inEvery-th row of the transform, clipped, in consecutive rows of pixels or on top of them.
 template <Target kTarget>
 PrimitiveStatus ToPixels(const CoefficientBlock& inBlock, std::uint8_t* ioPixels, std::ptrdiff_t inStep,
                          int inEvery) {

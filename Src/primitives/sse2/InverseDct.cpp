@@ -7,14 +7,14 @@
 namespace Vexmora {
 namespace {
 
-/// Four coefficients of a column, weighted.
+// Four coefficients of a column, weighted.
 __m128 LoadFour(const std::int16_t* inColumn, const float* inWeights) {
     const __m128i four = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(inColumn));
     const __m128i wide = _mm_srai_epi32(_mm_unpacklo_epi16(four, four), 16);
     return _mm_mul_ps(_mm_cvtepi32_ps(wide), _mm_load_ps(inWeights));
 }
 
-/// The samples, each half of the rows in four lanes.
+// The samples, each half of the rows in four lanes.
 void InverseDct(const CoefficientBlock& inBlock, SampleRows& outRows) {
     if (IsFlat(inBlock.reach, inBlock.values)) {
         const auto flat = static_cast<std::int16_t>((inBlock.values[0] + 4) >> 3);

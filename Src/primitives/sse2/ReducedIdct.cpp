@@ -8,7 +8,7 @@
 namespace Vexmora {
 namespace {
 
-/// For each of the four values of a row the factors of x0 and x2, and of x1 and x3, row after row.
+// For each of the four values of a row the factors of x0 and x2, and of x1 and x3, row after row.
 struct RowPassFactors {
     alignas(16) std::int16_t even[kColumns][2 * kRows];
     alignas(16) std::int16_t odd[kColumns][2 * kRows];
@@ -36,7 +36,7 @@ __m128i Load(const std::int16_t* inValues) {
     return _mm_load_si128(reinterpret_cast<const __m128i*>(inValues));
 }
 
-/// Value inIndex of four rows, whose coefficients come in pairs.
+// Value inIndex of four rows, whose coefficients come in pairs.
 __m128i TransformRows(__m128i inEven, __m128i inOdd, int inIndex, int inFirstRow) {
     alignas(16) static constexpr RowPassFactors kRowPassFactors = MakeRowPassFactors();
     alignas(16) static constexpr std::int32_t kRowRounding[kRows] = {kRounding[0], kRounding[1], kRounding[2],
@@ -52,7 +52,7 @@ __m128i Times(__m128i inValues, std::int32_t inFactor) {
     return _mm_mulhi_epi16(inValues, _mm_set1_epi16(static_cast<std::int16_t>(inFactor)));
 }
 
-/// The 8-point column transform of four columns, in the lower halves.
+// The 8-point column transform of four columns, in the lower halves.
 void TransformColumns(const __m128i (&x)[kRows], __m128i (&outRows)[kRows]) {
     const __m128i tp17 = _mm_adds_epi16(Times(x[7], kTan1), x[1]);
     const __m128i tm17 = _mm_subs_epi16(Times(x[1], kTan1), x[7]);
@@ -77,7 +77,7 @@ void TransformColumns(const __m128i (&x)[kRows], __m128i (&outRows)[kRows]) {
     }
 }
 
-/// Rows of four samples, in the lower halves. In its callers, so that the rows stay in registers.
+// Rows of four samples, in the lower halves. In its callers, so that the rows stay in registers.
 [[gnu::always_inline]] inline void ReducedIdct(const CoefficientBlock& inBlock, __m128i (&outRows)[kRows]) {
     const std::int16_t* const values = inBlock.values;
     const __m128i x[kColumns] = {Load(values), Load(values + 8), Load(values + 16), Load(values + 24)};
@@ -114,7 +114,7 @@ void TransformColumns(const __m128i (&x)[kRows], __m128i (&outRows)[kRows]) {
 
 enum class Target { Replace, Add };
 
-/// Every kEvery-th row, clipped, in consecutive rows of pixels or on top of them.
+// Every kEvery-th row, clipped, in consecutive rows of pixels or on top of them.
 template <Target kTarget, int kEvery>
 PrimitiveStatus ToPixels(const CoefficientBlock& inBlock, std::uint8_t* ioPixels, std::ptrdiff_t inStep) {
     if (ioPixels == nullptr) return PrimitiveStatus::NullPointer;

@@ -14,7 +14,7 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-/// What is reported, in the units in which it is.
+// What is reported, in the units in which it is.
 struct Rates {
     explicit Rates(const Measurements& inResult)
         : linear(inResult.frames / inResult.linear), reverse(inResult.frames / inResult.reverse) {

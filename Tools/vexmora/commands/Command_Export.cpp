@@ -21,8 +21,8 @@ bool IsProgressive(const Vexmora::FrameRecord& inRecord) {
     return !IsValid(inRecord) || (inRecord.flags & Vexmora::kProgressiveFrameBit) != 0;
 }
 
-/// p, t or b, or ? where neither holds for all frames: the format's own letter for a mixture asks for more
-/// than most readers take. Lines of quarter-size pictures are of neither field alone.
+// p, t or b, or ? where neither holds for all frames: the format's own letter for a mixture asks for more
+// than most readers take. Lines of quarter-size pictures are of neither field alone.
 char Interlacing(const VexmoraHost::Movie& inMovie, Scale inScale) {
     const FieldOrder order = FieldOrderOf(inMovie.Info().index);
     const auto& records = inMovie.Records();

@@ -20,7 +20,7 @@ using VexmoraHost::Picture;
 
 enum class Form { Png, Planes };
 
-/// The names of the files to write: a text in which %d, or %5d or %05d, stands for the frame number.
+// The names of the files to write: a text in which %d, or %5d or %05d, stands for the frame number.
 class NamePattern {
   public:
     explicit NamePattern(const std::string& inText) : mBefore(inText) {
@@ -62,7 +62,7 @@ Form FormOf(const std::string& inOut) {
                        "a name ends in .png for a picture, in .yuv for raw planes");
 }
 
-/// Writes pictures of one movie.
+// Writes pictures of one movie.
 class PictureWriter {
   public:
     PictureWriter(VexmoraHost::Movie& ioMovie, const FrameOptions& inOptions)
@@ -81,7 +81,7 @@ class PictureWriter {
         mDamage.Note(inFrame, *picture);
         if (inName != "-") mNames += OnOneLine(inName) + "\n";
     }
-    /// Of the files written, a line each.
+    // Of the files written, a line each.
     const std::string& Names() const { return mNames; }
     const DamageSummary& Damage() const { return mDamage; }
 

@@ -20,7 +20,7 @@ namespace {
 
 using Digest = std::array<std::uint8_t, MD5_DIGEST_LENGTH>;
 
-/// MD5 of the samples as a raw planar file would hold them.
+// MD5 of the samples as a raw planar file would hold them.
 Digest DigestOf(const VexmoraHost::Picture& inPicture) {
     MD5_CTX context;
     MD5Init(&context);
@@ -32,7 +32,7 @@ Digest DigestOf(const VexmoraHost::Picture& inPicture) {
     return digest;
 }
 
-/// Positions in the range, in the order in which they are to be decoded.
+// Positions in the range, in the order in which they are to be decoded.
 std::vector<std::uint32_t> OrderOf(const HashOptions& inOptions, std::uint32_t inCount) {
     std::vector<std::uint32_t> order(inCount);
     std::iota(order.begin(), order.end(), 0U);

@@ -23,12 +23,12 @@ constexpr std::uint32_t kGap = 8;
 constexpr std::uint8_t kPaper = 0x20;
 constexpr std::uint32_t kMargin = 4;  // above and below a label
 
-/// What a sheet may take: pictures that a damaged header makes narrow would be stretched to millions of
-/// lines.
+// What a sheet may take: pictures that a damaged header makes narrow would be stretched to millions of
+// lines.
 constexpr std::uint64_t kMostLines = 100'000;
 constexpr std::uint64_t kMostBytes = std::uint64_t{1} << 29;
 
-/// Where everything goes on a sheet.
+// Where everything goes on a sheet.
 struct Layout {
     std::uint32_t columns = 0;
     std::uint32_t rows = 0;
@@ -45,7 +45,7 @@ struct Layout {
     std::uint32_t Height() const { return Top((rows - 1) * columns) + pictureHeight + LabelHeight(); }
 };
 
-/// A sheet for inCells pictures, shaped as the movie is to be seen.
+// A sheet for inCells pictures, shaped as the movie is to be seen.
 Layout LayOut(const SheetOptions& inOptions, const VexmoraHost::MovieInfo& inInfo, std::uint32_t inCells) {
     constexpr std::uint32_t kSmallest = 16;
     constexpr std::uint32_t kWidthPerDot = 160;
@@ -74,7 +74,7 @@ Layout LayOut(const SheetOptions& inOptions, const VexmoraHost::MovieInfo& inInf
     return layout;
 }
 
-/// "37  00:00:01:12": the frame's number, and its time when it is not too long and the rate is known.
+// "37  00:00:01:12": the frame's number, and its time when it is not too long and the rate is known.
 std::string LabelOf(std::uint32_t inFrame, const Ratio& inRate, const Layout& inLayout) {
     const std::string number = fmt::format("{}", inFrame);
     if (!inRate.IsKnown()) return number;

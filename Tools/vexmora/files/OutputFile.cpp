@@ -17,7 +17,7 @@ namespace VexmoraCommand {
 
 namespace {
 
-/// Devices, pipes and what else is not a plain file are written where they are.
+// Devices, pipes and what else is not a plain file are written where they are.
 bool IsWrittenInPlace(const std::string& inPath) {
     std::error_code error;
     const auto type = std::filesystem::status(inPath, error).type();
@@ -32,8 +32,8 @@ void RefuseToReplace(const std::string& inSource, const std::string& inPath) {
     }
 }
 
-/// Makes a file beside inPath; null and errno when it cannot. Only a name that nothing has is taken: neither
-/// a file nor what a link points to is ever written over.
+// Makes a file beside inPath; null and errno when it cannot. Only a name that nothing has is taken: neither
+// a file nor what a link points to is ever written over.
 std::FILE* CreateBeside(const std::string& inPath, std::string& outName) {
     constexpr unsigned kMostTries = 100;
     const std::filesystem::path folder = std::filesystem::path(inPath).parent_path();

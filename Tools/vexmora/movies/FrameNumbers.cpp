@@ -11,7 +11,7 @@ namespace VexmoraCommand {
 
 namespace {
 
-/// Reads the numbers of one text about one file.
+// Reads the numbers of one text about one file.
 class NumberReader {
   public:
     NumberReader(std::string_view inText, const std::string& inFile, std::uint32_t inFrameCount)

@@ -19,10 +19,10 @@ namespace {
 
 using VexmoraHost::Movie;
 
-/// What is looked at of a file's start to explain why it is not supported.
+// What is looked at of a file's start to explain why it is not supported.
 constexpr std::size_t kStartBytes = std::size_t{1} << 20;
 
-/// What there is only while a file is being indexed: nothing else takes time or has anything to clean up.
+// What there is only while a file is being indexed: nothing else takes time or has anything to clean up.
 struct Indexing {
     Indexing(const std::string& inFile, bool inQuiet) : progress(inFile, inQuiet) {}
 

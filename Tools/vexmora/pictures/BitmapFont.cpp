@@ -11,7 +11,7 @@ namespace {
 constexpr std::uint32_t kDots = 5;
 constexpr std::uint8_t kInk = 0xE0;
 
-/// Seven rows from the top; bit 4 is the leftmost dot.
+// Seven rows from the top; bit 4 is the leftmost dot.
 using Glyph = std::array<std::uint8_t, kLetterHeight>;
 
 constexpr std::array<Glyph, 10> kDigits = {{

@@ -24,7 +24,7 @@ void WriteBytes(png_structp inPng, png_bytep inData, std::size_t inBytes) {
 
 void Flush(png_structp /*inPng*/) {}
 
-/// The two structures of a write, freed together.
+// The two structures of a write, freed together.
 struct Writer {
     Writer() : png(png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, ThrowError, IgnoreWarning)) {
         if (png != nullptr) info = png_create_info_struct(png);

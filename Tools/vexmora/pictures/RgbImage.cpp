@@ -19,14 +19,14 @@ struct Free {
     void operator()(void* inBytes) const { std::free(inBytes); }
 };
 
-/// Bytes as zimg wants them.
+// Bytes as zimg wants them.
 class Block {
   public:
     explicit Block(std::size_t inBytes)
         : mBytes(static_cast<std::uint8_t*>(std::aligned_alloc(kAlignment, Aligned(inBytes)))) {
         if (mBytes == nullptr) throw std::bad_alloc();
     }
-    /// At least 1, so that there is always an address.
+    // At least 1, so that there is always an address.
     static std::size_t Aligned(std::size_t inBytes) {
         return std::max<std::size_t>(1, (inBytes + kAlignment - 1) / kAlignment) * kAlignment;
     }
@@ -38,7 +38,7 @@ class Block {
     std::unique_ptr<std::uint8_t, Free> mBytes;
 };
 
-/// A plane as zimg wants it.
+// A plane as zimg wants it.
 struct AlignedPlane {
     AlignedPlane(std::uint32_t inWidth, std::uint32_t inHeight)
         : stride(static_cast<std::ptrdiff_t>(Block::Aligned(inWidth))),
@@ -51,7 +51,7 @@ struct AlignedPlane {
 };
 using Planes = std::array<AlignedPlane, 3>;
 
-/// All lines of a picture, or those of one field.
+// All lines of a picture, or those of one field.
 struct Lines {
     std::uint32_t first;
     std::uint32_t step;
@@ -63,7 +63,7 @@ constexpr Lines kAllLines = {0, 1, ZIMG_FIELD_PROGRESSIVE};
 constexpr Lines kTopField = {0, 2, ZIMG_FIELD_TOP};
 constexpr Lines kBottomField = {1, 2, ZIMG_FIELD_BOTTOM};
 
-/// The lines in inWidth by inHeight samples: those beyond the plane repeat its edge.
+// The lines in inWidth by inHeight samples: those beyond the plane repeat its edge.
 AlignedPlane Gather(const VexmoraHost::Plane& inPlane, const Lines& inLines, std::uint32_t inWidth,
                     std::uint32_t inHeight) {
     AlignedPlane plane(inWidth, inHeight);
@@ -88,8 +88,8 @@ zimg_image_format FormatOf(std::uint32_t inWidth, std::uint32_t inHeight, const 
     return format;
 }
 
-/// Chroma samples lie where ISO/IEC 13818-2, 6.1.1.8 puts them, each for a whole pair of columns and of
-/// lines: the format is that of whole pairs, of which the picture takes what it has.
+// Chroma samples lie where ISO/IEC 13818-2, 6.1.1.8 puts them, each for a whole pair of columns and of
+// lines: the format is that of whole pairs, of which the picture takes what it has.
 zimg_image_format SourceFormat(const VexmoraHost::Plane& inLuma, ColourMatrix inMatrix,
                                const Lines& inLines) {
     const std::uint32_t height = inLines.CountOf(inLuma.height);
@@ -118,7 +118,7 @@ void Check(bool inIsDone) {
     throw std::runtime_error(text.data());
 }
 
-/// zimg's steps from one format to another.
+// zimg's steps from one format to another.
 class Graph {
   public:
     Graph(const zimg_image_format& inSource, const zimg_image_format& inTarget)
@@ -144,7 +144,7 @@ class Graph {
     std::unique_ptr<zimg_filter_graph, void (*)(zimg_filter_graph*)> mGraph;
 };
 
-/// Converts some lines of a picture to those of ioImage.
+// Converts some lines of a picture to those of ioImage.
 void Convert(const VexmoraHost::Picture& inPicture, ColourMatrix inMatrix, const Lines& inLines,
              RgbImage& ioImage) {
     const zimg_image_format source = SourceFormat(inPicture.luma, inMatrix, inLines);

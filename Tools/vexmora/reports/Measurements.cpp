@@ -18,7 +18,7 @@ namespace {
 
 using VexmoraHost::Movie;
 
-/// Indexing is repeated until it took this long in all, but not for ever.
+// Indexing is repeated until it took this long in all, but not for ever.
 constexpr double kIndexingSeconds = 1;
 constexpr std::size_t kMostIndexingRuns = 9;
 
@@ -50,7 +50,7 @@ std::vector<double> MeasureIndexing(const MeasuringOptions& inOptions, const std
     return runs;
 }
 
-/// The decoding to be measured, of one movie.
+// The decoding to be measured, of one movie.
 class Decoding {
   public:
     Decoding(const MeasuringOptions& inOptions, Movie& ioMovie)

@@ -17,7 +17,7 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-/// "1 frame", "1,234 frames".
+// "1 frame", "1,234 frames".
 std::string Counted(std::uint64_t inCount, std::string_view inOne, std::string_view inSeveral) {
     return fmt::format("{} {}", GroupedDigits(inCount), inCount == 1 ? inOne : inSeveral);
 }
@@ -67,7 +67,7 @@ std::string RangeText(const FindingRange& inRange) {
     }
 }
 
-/// Phrases of the counts that are not 0, one behind the other.
+// Phrases of the counts that are not 0, one behind the other.
 class Enumeration {
   public:
     void Add(std::uint64_t inCount, const std::string& inPhrase) {

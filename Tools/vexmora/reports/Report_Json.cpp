@@ -50,7 +50,7 @@ std::string PositionOrNull(std::optional<std::int64_t> inPosition) {
     return inPosition ? fmt::to_string(*inPosition) : "null";
 }
 
-/// Written piece by piece: a film's records as one tree would take a hundred times their memory.
+// Written piece by piece: a film's records as one tree would take a hundred times their memory.
 std::string RecordText(const Vexmora::FrameRecord& inRecord, std::size_t inPosition) {
     const RecordFacts facts = FactsOf(inRecord, inPosition);
     const auto flag = [&](std::uint16_t inBit) { return (inRecord.flags & inBit) != 0; };

@@ -26,7 +26,7 @@ std::string AspectText(const StreamFacts& inFacts) {
     return fmt::format("{:.4f} (picture {})", *inFacts.pixelAspectRatio, picture);
 }
 
-/// To a thousandth, without idle zeros.
+// To a thousandth, without idle zeros.
 std::string RateText(double inRate) {
     return fmt::format("{}", std::round(inRate * 1000) / 1000);
 }

@@ -7,7 +7,7 @@ namespace VexmoraCommand {
 
 namespace {
 
-/// 0 stands for what the stream does not tell.
+// 0 stands for what the stream does not tell.
 std::optional<double> KnownOrNothing(double inValue) {
     return inValue > 0 ? std::optional(inValue) : std::nullopt;
 }

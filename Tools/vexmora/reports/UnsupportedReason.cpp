@@ -11,7 +11,7 @@ namespace {
 
 using Bytes = std::span<const std::uint8_t>;
 
-/// Codes behind the prefix 00 00 01: ISO/IEC 13818-2 table 6-1, ISO/IEC 13818-1 table 2-33.
+// Codes behind the prefix 00 00 01: ISO/IEC 13818-2 table 6-1, ISO/IEC 13818-1 table 2-33.
 constexpr std::uint8_t kPictureStart = 0x00;
 constexpr std::uint8_t kUserDataStart = 0xB2;
 constexpr std::uint8_t kSequenceHeader = 0xB3;
@@ -23,7 +23,7 @@ constexpr unsigned kPictureCodingExtensionId = 8;
 constexpr unsigned kFramePicture = 3;
 constexpr unsigned kChroma420 = 1;
 
-/// Position of the first start code at or after inFrom, its code byte inside too; nothing when there is none.
+// Position of the first start code at or after inFrom, its code byte inside too; nothing when there is none.
 std::optional<std::size_t> FindStartCode(Bytes inBytes, std::size_t inFrom) {
     for (std::size_t at = inFrom; at + 3 < inBytes.size(); ++at) {
         if (inBytes[at] == 0 && inBytes[at + 1] == 0 && inBytes[at + 2] == 1) return at;
@@ -41,7 +41,7 @@ bool BeginsWithStartCode(Bytes inBytes, std::uint8_t inCode) {
     return inBytes.size() >= 4 && FindStartCode(inBytes.first(4), 0, inCode).has_value();
 }
 
-/// Looks at the first extension only: it must be the sequence extension.
+// Looks at the first extension only: it must be the sequence extension.
 bool HasOtherChroma(Bytes inVideo) {
     const auto at = FindStartCode(inVideo, 0, kExtensionStart);
     return at && *at + 5 < inVideo.size() && inVideo[*at + 4] >> 4 == kSequenceExtensionId &&
@@ -57,8 +57,8 @@ bool HasFieldPicture(Bytes inVideo) {
     return false;
 }
 
-/// Packets may lie between the video bytes: a header that reaches over one is rare enough, and then the text
-/// is the general one.
+// Packets may lie between the video bytes: a header that reaches over one is rare enough, and then the text
+// is the general one.
 UnsupportedReason ExplainVideo(Bytes inStart) {
     const auto sequence = FindStartCode(inStart, 0, kSequenceHeader);
     if (!sequence)
@@ -88,7 +88,7 @@ UnsupportedReason ExplainProgramStream(Bytes inStart) {
     return ExplainVideo(inStart);
 }
 
-/// Position of the first sync byte of a stream of packets inPacketBytes long.
+// Position of the first sync byte of a stream of packets inPacketBytes long.
 std::optional<std::size_t> FindPackets(Bytes inStart, std::size_t inPacketBytes) {
     constexpr std::uint8_t kSyncByte = 0x47;
     constexpr std::size_t kPacketsSeen = 5;

@@ -18,12 +18,12 @@ namespace {
 
 constexpr std::chrono::milliseconds kDrawInterval{100};
 constexpr std::size_t kNameColumns = 20;
-/// " 100 %  1023.9 MiB of 1023.9 GiB  1023.9 MiB/s  1000:00:00 left": kept free from the first drawing on, so
-/// that the bar stays where it is.
+// " 100 %  1023.9 MiB of 1023.9 GiB  1023.9 MiB/s  1000:00:00 left": kept free from the first drawing on, so
+// that the bar stays where it is.
 constexpr std::size_t kNumbersColumns = 64;
 constexpr std::size_t kMinBarColumns = 8;
 constexpr std::size_t kMaxBarColumns = 40;
-/// Until this much time has passed, rate and time left would be guesses.
+// Until this much time has passed, rate and time left would be guesses.
 constexpr double kSecondsBeforeRate = 0.5;
 
 void WriteToTerminal(std::string_view inText) {
