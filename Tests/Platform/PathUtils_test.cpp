@@ -6,6 +6,7 @@
 #include <array>
 #include <filesystem>
 #include <random>
+#include <set>
 #include <string>
 
 #include "Orvet/File.h"
@@ -60,6 +61,20 @@ TEST(PathUtils, EveryCodePointRoundTrips) {
         }
         ASSERT_EQ(text, FromNative(ToNative(text))) << static_cast<unsigned>(codePoint);
     }
+}
+
+TEST(PathUtils, LoneSurrogatesStayApart) {
+    std::set<std::string> natives;
+    std::size_t count = 0;
+    for (char16_t unit = 0xD800; unit < 0xE000; ++unit) {
+        for (const UTF16String& text :
+             {UTF16String{unit}, UTF16String{unit, u'x'}, UTF16String{u'x', unit}}) {
+            natives.insert(ToNative(text));
+            ++count;
+        }
+    }
+    EXPECT_EQ(count, natives.size());
+    EXPECT_EQ("\x80\xFF", ToNative(UTF16String{0xDC80, 0xDCFF}));
 }
 
 TEST(PathUtils, TakesPathsApart) {
