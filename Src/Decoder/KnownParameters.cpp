@@ -26,16 +26,8 @@ OpenFiles gOpenFiles;
 
 }  // namespace
 
-std::shared_ptr<KnownParameters> KnownParameters::Of(std::uint32_t inCacheId,
-                                                     const std::vector<FrameRecord>& inRecords) {
-    const auto make = [&] {
-        return std::shared_ptr<KnownParameters>(new KnownParameters(inCacheId, inRecords),
-                                                [](KnownParameters* inFile) {
-                                                    delete inFile;
-                                                    gOpenFiles.DropClosed();
-                                                });
-    };
-    if (inCacheId == 0) return make();
+std::shared_ptr<KnownParameters> KnownParameters::FindOpen(std::uint32_t inCacheId,
+                                                           const std::vector<FrameRecord>& inRecords) {
     // Released behind the guard: the last reference to a file takes the lock.
     std::vector<std::shared_ptr<KnownParameters>> others;
     const std::scoped_lock guard(gOpenFiles.lock);
@@ -44,9 +36,25 @@ std::shared_ptr<KnownParameters> KnownParameters::Of(std::uint32_t inCacheId,
         const auto& file = others.emplace_back(open.lock());
         if (file && file->mCacheId == inCacheId && file->mOrder.IsOf(inRecords)) return file;
     }
-    gOpenFiles.files.reserve(gOpenFiles.files.size() + 1);
-    auto file = make();
-    gOpenFiles.files.push_back(file);
+    return nullptr;
+}
+
+// Made without the lock, which whatever fails would take to clean up. Two handles that come at the same time
+// may get one each: then both read.
+std::shared_ptr<KnownParameters> KnownParameters::Of(std::uint32_t inCacheId,
+                                                     const std::vector<FrameRecord>& inRecords) {
+    if (inCacheId != 0) {
+        if (auto open = FindOpen(inCacheId, inRecords)) return open;
+    }
+    const std::shared_ptr<KnownParameters> file(new KnownParameters(inCacheId, inRecords),
+                                                [](KnownParameters* inFile) {
+                                                    delete inFile;
+                                                    gOpenFiles.DropClosed();
+                                                });
+    if (inCacheId != 0) {
+        const std::scoped_lock guard(gOpenFiles.lock);
+        gOpenFiles.files.push_back(file);
+    }
     return file;
 }
 

@@ -34,6 +34,8 @@ class KnownParameters {
     KnownParameters(std::uint32_t inCacheId, const std::vector<FrameRecord>& inRecords)
         : mCacheId(inCacheId), mOrder(inRecords) {}
 
+    static std::shared_ptr<KnownParameters> FindOpen(std::uint32_t inCacheId,
+                                                     const std::vector<FrameRecord>& inRecords);
     const SequenceParameters* Find(std::size_t inRank) const;
     std::size_t IndexOf(const SequenceParameters& inParameters);
 

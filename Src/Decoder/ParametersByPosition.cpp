@@ -9,8 +9,8 @@
 namespace Vexmora {
 namespace {
 
-// The file could not be read this time. What was not read is not known.
-bool IsPassing(ReadStatus inStatus) {
+// The file could not be read this time. What it says there is not known.
+bool HasFailed(ReadStatus inStatus) {
     return inStatus == ReadStatus::FileFailed || inStatus == ReadStatus::ServiceFailed;
 }
 
@@ -20,7 +20,6 @@ ReadStatus ParametersByPosition::Find(std::size_t inRank, CodedPictureBuffer& io
                                       SequenceParameters& outParameters) {
     std::optional<SequenceParameters> parameters = mKnown->At(inRank);
     std::vector<std::pair<std::size_t, MatrixLoads>> loads;  // and the pictures that bring them, backwards
-    bool isCertain = true;
     std::size_t rank = inRank;
     while (!parameters) {
         ParameterChange change;
@@ -32,8 +31,7 @@ ReadStatus ParametersByPosition::Find(std::size_t inRank, CodedPictureBuffer& io
             status = ReadChange(rank, ioBuffer, change);
             parameters = change.sequence ? change.sequence : mKnown->At(rank);
         }
-        if (status == ReadStatus::ServiceFailed) return status;
-        isCertain = isCertain && !IsPassing(status);
+        if (HasFailed(status)) return status;
         if (change.sequence) {
             ++rank;
         } else if (!change.IsNone()) {
@@ -42,11 +40,11 @@ ReadStatus ParametersByPosition::Find(std::size_t inRank, CodedPictureBuffer& io
     }
     for (auto load = loads.rbegin(); load != loads.rend(); ++load) {
         const auto& [loading, matrices] = *load;
-        if (isCertain) mKnown->Note(rank, loading, *parameters);
+        mKnown->Note(rank, loading, *parameters);
         parameters->matrices.Load(matrices);
         rank = loading + 1;
     }
-    if (isCertain && !mKnown->IsKnown(inRank)) mKnown->Note(rank, inRank, *parameters);
+    if (!mKnown->IsKnown(inRank)) mKnown->Note(rank, inRank, *parameters);
     outParameters = *parameters;
     return ReadStatus::Ok;
 }
@@ -93,7 +91,7 @@ void ParametersByPosition::Learn(std::size_t inRank, CodedPictureBuffer& ioBuffe
     if (mKnown->IsKnown(inRank + 1)) return;
     std::optional<SequenceParameters> parameters = mKnown->At(inRank);
     ParameterChange change;
-    if (!parameters || IsPassing(FinishChange(ioBuffer, change))) return;
+    if (!parameters || HasFailed(FinishChange(ioBuffer, change))) return;
     change.ApplyTo(*parameters);
     mKnown->Note(inRank + 1, inRank + 1, *parameters);
 }

@@ -25,8 +25,8 @@ class ParametersByPosition {
 
     const CodedOrder& Order() const { return mKnown->Order(); }
 
-    /// Those in front of the picture at inRank in coded order. Reads with ioBuffer. A picture that cannot be
-    /// read changes nothing; only the host's want of memory fails.
+    /// Those in front of the picture at inRank in coded order. Reads with ioBuffer. Fails when the file
+    /// cannot be read or the host has no memory; a picture that is not where its record says changes nothing.
     [[nodiscard]] ReadStatus Find(std::size_t inRank, CodedPictureBuffer& ioBuffer,
                                   SequenceParameters& outParameters);
 
