@@ -46,11 +46,11 @@ std::shared_ptr<KnownParameters> KnownParameters::Of(std::uint32_t inCacheId,
     if (inCacheId != 0) {
         if (auto open = FindOpen(inCacheId, inRecords)) return open;
     }
-    const std::shared_ptr<KnownParameters> file(new KnownParameters(inCacheId, inRecords),
-                                                [](KnownParameters* inFile) {
-                                                    delete inFile;
-                                                    gOpenFiles.DropClosed();
-                                                });
+    std::shared_ptr<KnownParameters> file(new KnownParameters(inCacheId, inRecords),
+                                          [](KnownParameters* inFile) {
+                                              delete inFile;
+                                              gOpenFiles.DropClosed();
+                                          });
     if (inCacheId != 0) {
         const std::scoped_lock guard(gOpenFiles.lock);
         gOpenFiles.files.push_back(file);

@@ -130,7 +130,7 @@ SliceReach ReachOfSlices(const CodedPictureBuffer& inBuffer, std::int32_t inRows
 DecodeStatus DecodeFramePicture(const PictureContext& inPicture,
                                 const CountedRef<CodedPictureBuffer>& inBuffer, BitReader& ioReader) {
     const std::uint32_t height = inPicture.parameters.sequence.verticalSize;
-    const auto executor = CpuExecutor();
+    const auto& executor = CpuExecutor();
     const bool isSplit = executor && inBuffer->OneSlicePerRow(height) && !ReadsItsOutput(inPicture);
     const int taskCount = isSplit ? std::max(executor->ProcessorCount(), 1) : 1;
     const std::uint32_t sliceCount = inBuffer->SliceCount();

@@ -25,13 +25,11 @@ std::size_t FindStartCodePrefix_Portable(const std::uint8_t* inBytes, std::size_
     std::size_t at = 0;
     while (at < inPositions) {
         const std::uint8_t third = inBytes[at + 2];
-        if (third > 1) {  // No prefix contains this byte.
-            at += 3;
-        } else if (third == 0) {
+        if (third == 0) {
             ++at;
-        } else if (inBytes[at] == 0 && inBytes[at + 1] == 0) {
+        } else if (third == 1 && inBytes[at] == 0 && inBytes[at + 1] == 0) {
             return at;
-        } else {  // A byte of 1 only ends a prefix.
+        } else {  // No prefix contains another byte, and one of 1 only ends a prefix.
             at += 3;
         }
     }

@@ -76,7 +76,7 @@ Layout LayOut(const SheetOptions& inOptions, const VexmoraHost::MovieInfo& inInf
 
 // "37  00:00:01:12": the frame's number, and its time when it is not too long and the rate is known.
 std::string LabelOf(std::uint32_t inFrame, const Ratio& inRate, const Layout& inLayout) {
-    const std::string number = fmt::format("{}", inFrame);
+    std::string number = fmt::format("{}", inFrame);
     if (!inRate.IsKnown()) return number;
     const auto perSecond = static_cast<std::uint64_t>(std::lround(std::max(1.0, inRate.Value())));
     const std::uint64_t seconds = inFrame / perSecond;
