@@ -123,7 +123,7 @@ std::size_t PacketSize(const RealStream& inStream, std::uint32_t inKind, std::si
     const Bytes& bytes = inStream.bytes;
     if (inKind == kStreamKindElementary) return 1;
     if (inKind == kStreamKindTransport) return inAt % 188 == 0 && bytes[inAt] == 0x47 ? 188 : 0;
-    return StartsWithCode(bytes, inAt, 0xE0) ? 6U + (bytes[inAt + 4] << 8 | bytes[inAt + 5]) : 0;
+    return StartsWithCode(bytes, inAt, 0xE0) ? 6 + (std::size_t{bytes[inAt + 4]} << 8 | bytes[inAt + 5]) : 0;
 }
 
 TEST(RealStreams, RecordsAccountForEveryByteFromTheFirstPictureOn) {
