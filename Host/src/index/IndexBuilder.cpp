@@ -24,7 +24,9 @@ IndexBuilder::IndexBuilder(const Posix::InputFile& inMedia)
     mMedia.ExpectSequentialReads();
     mMedia.ReadAt(0, std::as_writable_bytes(std::span(mPiece)).first(std::min(mTotal, kFirstBytes)));
     Vexmora_IndexerHandle indexer = nullptr;
-    const Vexmora_Status status = Vexmora_CreateIndexerFromFirstBuffer(mPiece.data(), &indexer);
+    Vexmora_Status status = Vexmora_CreateIndexerFromFirstBuffer(mPiece.data(), &indexer);
+    // One answer for data that is unknown and for want of memory, which may have passed.
+    if (status != Vexmora_Ok) status = Vexmora_CreateIndexerFromFirstBuffer(mPiece.data(), &indexer);
     mIndexer.reset(indexer);
     if (mTotal < kFirstBytes || status != Vexmora_Ok) {
         throw Error(Vexmora_Unsupported, mMedia.Path(),
