@@ -11,6 +11,7 @@
 
 #include "Host/HostTestSupport.h"
 #include "PlainDecode.h"
+#include "Support/Options.h"
 #include "VexmoraHost/Movie.h"
 #include "frames/FrameWorkers.h"
 
@@ -59,7 +60,7 @@ class WaysOfAsking : public Runs {
   protected:
     void Ask(const fs::path& inMedia, Scale inScale, bool inIsSound) {
         Movie movie = Open(inMedia);
-        mCount = std::min(movie.Info().frameCount, 48u);
+        mCount = std::min(movie.Info().frameCount, Vexmora::Test::kIsSanitized ? 14u : 48u);
         mExpected.clear();
         ProcessFrameCache().SetBudget(0);
         for (std::uint32_t frame = 0; frame < mCount; ++frame) {
@@ -145,7 +146,7 @@ TEST_F(WaysOfAsking, TellTheSameDamage) {
     std::uint32_t damaged = 0;
     std::uint32_t missing = 0;
     for (const char* const name : {"b2-open-352x288.m2v", "b3-100x76.ts", "ip-64x48.m2v"}) {
-        for (int copy = 0; copy < 3; ++copy) {
+        for (int copy = 0; copy < (Vexmora::Test::kIsSanitized ? 1 : 3); ++copy) {
             std::string bytes = ReadFile(kStreams / name);
             constexpr std::size_t kStart = 8000;
             for (std::size_t hits = bytes.size() / 10000; hits > 0; --hits) {
@@ -163,8 +164,8 @@ TEST_F(WaysOfAsking, TellTheSameDamage) {
             }
         }
     }
-    EXPECT_GT(damaged, 50u);
-    EXPECT_GT(missing, 0u);
+    EXPECT_GT(damaged, Vexmora::Test::kIsSanitized ? 0u : 50u);
+    EXPECT_TRUE(missing > 0 || Vexmora::Test::kIsSanitized);
 }
 
 TEST_F(Runs, MayBeLeftAtAnyFrameAndGoOnBesideOthers) {

@@ -117,17 +117,18 @@ TEST(Splits, WholeStreamsGiveTheIndexThatTheirPacketsCallFor) {
 }
 
 TEST(Splits, BuffersGiveTheSameIndexHoweverTheyAreCut) {
+    constexpr std::size_t kStride = kIsSanitized ? 5 : 1;
     for (const Case& item : Cases()) {
         SCOPED_TRACE(item.name);
         const Bytes& bytes = item.stream.bytes;
         const IndexResult whole = Index(bytes);
         constexpr std::size_t kMiddles[] = {33, 34, 190};
-        for (std::size_t cut = 1; cut < bytes.size(); ++cut) {
+        for (std::size_t cut = 1; cut < bytes.size(); cut += kStride) {
             ASSERT_TRUE(Index(bytes, {cut}) == whole) << "cut at " << cut;
             const std::size_t second = std::min(cut + kMiddles[cut % std::size(kMiddles)], bytes.size());
             ASSERT_TRUE(Index(bytes, {cut, second}) == whole) << "cut at " << cut << " and " << second;
         }
-        for (std::size_t piece = 33; piece <= 400; ++piece) {
+        for (std::size_t piece = 33; piece <= 400; piece += kStride) {
             ASSERT_TRUE(Index(bytes, FixedCuts(bytes.size(), piece)) == whole) << "pieces of " << piece;
             ASSERT_TRUE(Index(bytes, RandomCuts(bytes.size(), 33, piece, piece)) == whole)
                 << "random pieces, seed " << piece;
