@@ -8,6 +8,7 @@ sample=$source/Samples/frame-numbers.ts
 rm -rf "$work"
 mkdir -p "$work"
 cmake --install "$build" --prefix "$work/staged" >/dev/null
+ls "$source/include/Vexmora" | while read -r header; do [ -s "$work/staged/include/Vexmora/$header" ]; done
 mv "$work/staged" "$work/moved"
 prefix=$work/moved
 export XDG_CACHE_HOME="$work/cache" MANPATH="$prefix/share/man"
