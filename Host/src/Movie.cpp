@@ -12,6 +12,7 @@
 #include "Vexmora/PathText.h"
 #include "frames/FrameDecoder.h"
 #include "frames/FrameWorkers.h"
+#include "frames/PlainFile.h"
 #include "index/IndexBuilder.h"
 #include "index/IndexStore.h"
 #include "index/MediaFile.h"
@@ -76,21 +77,13 @@ Explanation Explain(Vexmora_Status inStatus, bool inRemembered) {
 
 // The open file and what makes pictures of it, wherever the movie is moved.
 struct Movie::Insides {
-    struct Close {
-        void operator()(Vexmora_InstanceTag* inHandle) const noexcept {
-            static_cast<void>(Vexmora_CloseFile(inHandle));  // always succeeds
-        }
-    };
-    using Handle = std::unique_ptr<Vexmora_InstanceTag, Close>;
-
     FrameSource Source(const Movie& inMovie);
     FrameDecoder& DecoderOf(const Movie& inMovie, Scale inScale);
-    Vexmora_Handle OpenAgain(const Movie& inMovie) const;
 
-    Handle handle;
-    // Of the file that it has open.
-    std::optional<FileFacts> facts;
-    Guid identity;
+    // What is below refers to them.
+    std::vector<Vexmora::FrameRecord> records;
+    std::unique_ptr<const CodedMedia> media;
+    std::unique_ptr<PictureReader> reader;
     std::uint32_t cacheId = 0;
     // Opening stays immediate: what takes a look at all records waits for the first picture.
     std::optional<MissingAnchors> missingAnchors;
@@ -130,8 +123,8 @@ class Movie::Opener {
             mStore.Publish(draft, index.header, {}, mMedia.Path(), mMedia.SettledFacts());
         }
         Use(std::move(index));
-        mMovie.mIndexPath =
-            mStore.Publish(draft, mMovie.mInfo.index, mMovie.mRecords, mMedia.Path(), mMedia.SettledFacts());
+        mMovie.mIndexPath = mStore.Publish(draft, mMovie.mInfo.index, mMovie.mInsides->records, mMedia.Path(),
+                                           mMedia.SettledFacts());
     }
 
     StoredIndex ReadIndex() {
@@ -163,34 +156,35 @@ class Movie::Opener {
         static_cast<void>(OpenWith(header, std::vector<Vexmora::FrameRecord>(1)));
     }
 
-    Insides::Handle OpenWith(const Vexmora::IndexHeader& inHeader,
-                             const std::vector<Vexmora::FrameRecord>& inRecords) {
+    OwnHandle OpenWith(const Vexmora::IndexHeader& inHeader,
+                       const std::vector<Vexmora::FrameRecord>& inRecords) {
         Vexmora_Handle handle = nullptr;
         const Vexmora_Status status =
             Vexmora_OpenFileWithIndex(Vexmora::ToUtf16Path(mMedia.Path().native()),
                                       Services(CacheIdFor(mMedia.Identity())), inHeader, inRecords, &handle);
         if (status != Vexmora_Ok) ThrowFor(status);
-        return Insides::Handle(handle);
+        return OwnHandle(handle);
     }
 
     void Use(StoredIndex inIndex) {
         if (IsFailed(inIndex)) ThrowFor(Vexmora_Unsupported);
         const Vexmora::IndexHeader& header = inIndex.header;
         Insides& insides = *mMovie.mInsides;
-        insides.handle = OpenWith(header, inIndex.records);
+        OwnHandle handle = OpenWith(header, inIndex.records);
         mMedia.ConfirmPath();
-        insides.facts = mMedia.SettledFacts();
-        insides.identity = mMedia.Identity();
-        insides.cacheId = CacheIdFor(insides.identity);
+        insides.cacheId = CacheIdFor(mMedia.Identity());
         MovieInfo& info = mMovie.mInfo;
-        const Vexmora_Status status = Vexmora_GetFileInfo(insides.handle.get(), &info.file);
+        const Vexmora_Status status = Vexmora_GetFileInfo(handle.get(), &info.file);
         if (status != Vexmora_Ok) ThrowFor(status);
         info.index = header;
         info.streamKind = KindOf(header);
         info.firstFrame = header.firstFrame;
         // A damaged stream may have no frame that can be used.
         info.frameCount = header.lastFrame < header.firstFrame ? 0 : header.lastFrame - header.firstFrame + 1;
-        mMovie.mRecords = std::move(inIndex.records);
+        insides.records = std::move(inIndex.records);
+        insides.media = std::make_unique<PlainFile>(mMovie.mPath, mMedia.SettledFacts(), header,
+                                                    insides.records, insides.cacheId, FormatOf(handle.get()));
+        insides.reader = ReaderOf(std::move(handle));
     }
 
     [[noreturn]] void ThrowFor(Vexmora_Status inStatus) {
@@ -217,6 +211,10 @@ Movie::Movie(Movie&&) noexcept = default;
 Movie& Movie::operator=(Movie&&) noexcept = default;
 Movie::~Movie() = default;
 
+const std::vector<Vexmora::FrameRecord>& Movie::Records() const {
+    return mInsides->records;
+}
+
 SharedPicture Movie::Frame(std::uint32_t inFrame, Scale inScale) {
     CheckFrame(inFrame);
     SharedPicture picture = mInsides->DecoderOf(*this, inScale).Frame(inFrame);
@@ -228,9 +226,8 @@ FrameRun Movie::Run(std::uint32_t inFirst, std::uint32_t inCount, Scale inScale,
     if (inCount > 0) CheckFrame(inFirst);
     if (inCount > 0 && inCount > mInfo.frameCount - inFirst) CheckFrame(mInfo.frameCount);
     const unsigned threads = inThreads > 0 ? inThreads : Posix::ProcessorCount();
-    return {mPath,
-            std::make_unique<FrameRun::Workers>(mInsides->Source(*this), FrameSpan{inFirst, inCount}, inScale,
-                                                threads, [this] { return mInsides->OpenAgain(*this); })};
+    return {mPath, std::make_unique<FrameRun::Workers>(mInsides->Source(*this), FrameSpan{inFirst, inCount},
+                                                       inScale, threads)};
 }
 
 void Movie::CheckFrame(std::uint32_t inFrame) const {
@@ -240,13 +237,13 @@ void Movie::CheckFrame(std::uint32_t inFrame) const {
 }
 
 FrameSource Movie::Insides::Source(const Movie& inMovie) {
-    if (!missingAnchors) missingAnchors.emplace(inMovie.mRecords);
-    return {.handle = handle.get(),
-            .records = inMovie.mRecords,
+    if (!missingAnchors) missingAnchors.emplace(records);
+    return {.reader = *reader,
+            .media = *media,
+            .records = records,
             .missingAnchors = *missingAnchors,
             .firstFrame = inMovie.mInfo.firstFrame,
             .frameCount = inMovie.mInfo.frameCount,
-            .info = inMovie.mInfo.file,
             .cacheId = cacheId,
             .cache = ProcessFrameCache(),
             .memory = ProcessMemory()};
@@ -256,23 +253,6 @@ FrameDecoder& Movie::Insides::DecoderOf(const Movie& inMovie, Scale inScale) {
     auto& decoder = decoders.at(static_cast<std::size_t>(inScale));
     if (decoder == nullptr) decoder = std::make_unique<FrameDecoder>(Source(inMovie), inScale);
     return *decoder;
-}
-
-// Another file may have taken the place of the one that this movie has open.
-Vexmora_Handle Movie::Insides::OpenAgain(const Movie& inMovie) const {
-    Vexmora_Handle again = nullptr;
-    const Vexmora_Status status =
-        Vexmora_OpenFileWithIndex(Vexmora::ToUtf16Path(inMovie.mPath.native()), Services(cacheId),
-                                  inMovie.mInfo.index, inMovie.mRecords, &again);
-    Handle opened(again);
-    if (status != Vexmora_Ok) return nullptr;
-    try {
-        const bool isSame =
-            (facts && FactsOf(inMovie.mPath) == facts) || IdentifyMedia(inMovie.mPath) == identity;
-        return isSame ? opened.release() : nullptr;
-    } catch (const Error&) {
-        return nullptr;
-    }
 }
 
 }  // namespace VexmoraHost

@@ -6,6 +6,7 @@
 #include <pthread.h>
 
 #include <algorithm>
+#include <array>
 #include <fstream>
 #include <numeric>
 #include <random>
@@ -40,6 +41,29 @@ bool IsTame(const Records& inRecords, const std::vector<bool>& inIsWild, std::in
         return inDelta == 0 || IsTame(inRecords, inIsWild, inRecord + inDelta);
     };
     return !inIsWild[index] && isTame(record.pastRefDelta) && isTame(record.futureRefDelta);
+}
+
+// Numbers outside of the records, holes and wild references included.
+TEST_F(FrameDecoderTest, TheRulesOfFrameNumbersAreThoseOfTheExports) {
+    std::mt19937 random(Vexmora::Test::Option("VEXMORA_SEED", 7));
+    const IndexedFile file(kStreams / "b1-100x76.m2v", [&](Records& ioRecords) {
+        for (Vexmora::FrameRecord& record : ioRecords) {
+            if (random() % 4 == 0) record.pastRefDelta = static_cast<std::int8_t>(random() % 13 - 6);
+            if (random() % 4 == 0) record.futureRefDelta = static_cast<std::int8_t>(random());
+            if (random() % 8 == 0) record.size = 0;
+            if (random() % 8 == 0) record = {};
+        }
+    });
+    const FrameRules rules(file.AllRecords());
+    for (std::int32_t record = -3; record < std::ssize(file.AllRecords()) + 3; ++record) {
+        EXPECT_EQ(rules.IsValid(record), Vexmora_IsFrameValid(file.Handle(), record) == 1) << record;
+        EXPECT_EQ(rules.LastGood(record), Vexmora_GetLastGoodFrame(file.Handle(), record)) << record;
+        std::array<std::int32_t, 4> found{-1, -1, -1, -1};
+        const Vexmora_Status status = rules.FindReferences(record, found[0], found[1]);
+        EXPECT_EQ(status, Vexmora_GetFrameDependancies(file.Handle(), record, &found[2], &found[3]));
+        if (status != Vexmora_Ok) continue;  // what is written then says nothing
+        EXPECT_EQ(std::pair(found[0], found[1]), std::pair(found[2], found[3])) << record;
+    }
 }
 
 // Whatever the deltas are, rings and pictures that name themselves among them.

@@ -13,6 +13,7 @@
 #include "Support/StreamBuilder.h"
 #include "Vexmora/PathText.h"
 #include "frames/FrameDecoder.h"
+#include "frames/PlainFile.h"
 #include "memory/HostServices.h"
 
 namespace VexmoraHost {
@@ -50,19 +51,22 @@ class IndexedFile {
         mMissingAnchors.emplace(mRecords);
         index.header.recordCount = static_cast<std::uint32_t>(mRecords.size());
         mHeader = index.header;
+        Vexmora_Handle handle = nullptr;
         EXPECT_EQ(Vexmora_OpenFileWithIndex(Vexmora::ToUtf16Path(inPath.native()), Services(), mHeader,
-                                            mRecords, &mHandle),
+                                            mRecords, &handle),
                   Vexmora_Ok);
-        EXPECT_EQ(Vexmora_GetFileInfo(mHandle, &mInfo), Vexmora_Ok);
+        mHandle.reset(handle);
+        EXPECT_EQ(Vexmora_GetFileInfo(handle, &mInfo), Vexmora_Ok);
+        mMedia.emplace(inPath, FactsOf(inPath), mHeader, mRecords, 0, FormatOf(handle));
+        mReader = mMedia->OpenReader();
     }
-    ~IndexedFile() { Vexmora_CloseFile(mHandle); }
     IndexedFile(const IndexedFile&) = delete;
     IndexedFile& operator=(const IndexedFile&) = delete;
 
     /// Every record is a usable frame unless inFirstFrame says otherwise.
     FrameSource Source(FrameCache& ioCache, Memory& ioMemory, std::uint32_t inFirstFrame = 0) const {
         const auto count = static_cast<std::uint32_t>(mRecords.size()) - inFirstFrame;
-        return {mHandle, mRecords, *mMissingAnchors, inFirstFrame, count, mInfo, 1, ioCache, ioMemory};
+        return {*mReader, *mMedia, mRecords, *mMissingAnchors, inFirstFrame, count, 1, ioCache, ioMemory};
     }
 
     /// The samples of a record of a sound stream by way of the exports alone, each picture decoded once.
@@ -71,6 +75,7 @@ class IndexedFile {
                        kTestScales[static_cast<std::size_t>(inScale)]);
     }
     const Records& AllRecords() const { return mRecords; }
+    Vexmora_Handle Handle() const { return mHandle.get(); }
 
   private:
     static constexpr Vexmora::Test::Scale kTestScales[] = {
@@ -84,18 +89,20 @@ class IndexedFile {
         Vexmora::Test::Picture420 picture(static_cast<std::uint32_t>(layout.cbOffset),
                                           static_cast<std::uint32_t>(layout.crOffset - layout.cbOffset));
         const auto planesOf = [&](std::int32_t in) { return PlainPicture(in, inScale).Planes(); };
-        EXPECT_EQ(
-            DecodeFrame(mHandle, inRecord, kTestScales[static_cast<std::size_t>(inScale)], planesOf, picture),
-            Vexmora_Ok);
+        EXPECT_EQ(DecodeFrame(mHandle.get(), inRecord, kTestScales[static_cast<std::size_t>(inScale)],
+                              planesOf, picture),
+                  Vexmora_Ok);
         return mPlain.emplace(key, std::move(picture)).first->second;
     }
 
     Library mLibrary;
-    Vexmora_Handle mHandle = nullptr;
+    OwnHandle mHandle;
     Vexmora::IndexHeader mHeader{};
     Records mRecords;
     std::optional<MissingAnchors> mMissingAnchors;  // of them
     Vexmora::FileInfo mInfo{};
+    std::optional<PlainFile> mMedia;
+    std::unique_ptr<PictureReader> mReader;
     std::map<std::pair<std::int32_t, Scale>, Vexmora::Test::Picture420> mPlain;
 };
 

@@ -200,11 +200,10 @@ TEST_F(Runs, TakeWhatTheCacheHasAndGoOnPastFramesWithoutPicture) {
             if (record >= 10 && record != 12) ioRecords[record].size = 0;
         }
     });
-    const auto noHandle = [] { return Vexmora_Handle{}; };
     const FrameSource sound = file.Source(cache, memory);
     const SharedPicture kept = FrameDecoder(sound, Scale::Full).Frame(4);
     const std::size_t pictures = cache.Count();
-    FrameRun::Workers workers(sound, {3, 5}, Scale::Full, 4, noHandle);
+    FrameRun::Workers workers(sound, {3, 5}, Scale::Full, 4);
     for (std::uint32_t frame = 3; frame < 8; ++frame) {
         const SharedPicture picture = workers.Next();
         EXPECT_EQ(picture == kept, frame == 4);
@@ -214,10 +213,10 @@ TEST_F(Runs, TakeWhatTheCacheHasAndGoOnPastFramesWithoutPicture) {
     EXPECT_EQ(cache.Count(), pictures);
 
     FrameSource cut = file.Source(cache, memory, 10);
-    EXPECT_EQ(FrameRun::Workers(cut, {1, 1}, Scale::Full, 4, noHandle).Next()->frame, 2u);
+    EXPECT_EQ(FrameRun::Workers(cut, {1, 1}, Scale::Full, 4).Next()->frame, 2u);
     cut.firstFrame = 20;
     cut.frameCount = 5;
-    FrameRun::Workers lost(cut, {0, 2}, Scale::Full, 4, noHandle);
+    FrameRun::Workers lost(cut, {0, 2}, Scale::Full, 4);
     EXPECT_EQ(lost.Next(), nullptr);
     EXPECT_EQ(lost.Next(), nullptr);
     EXPECT_EQ(lost.Left(), 0u);

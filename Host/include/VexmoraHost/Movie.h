@@ -68,7 +68,7 @@ class Movie {
     const MovieInfo& Info() const { return mInfo; }
     /// Every picture position, in display order, as the index file holds them: checked against the header and
     /// the length of the stream; references may point outside. Holes are zero.
-    const std::vector<Vexmora::FrameRecord>& Records() const { return mRecords; }
+    const std::vector<Vexmora::FrameRecord>& Records() const;
     /// Where the index file is kept.
     const std::filesystem::path& IndexPath() const { return mIndexPath; }
 
@@ -113,10 +113,9 @@ class Movie {
     Library mLibrary;  // first: started up for as long as the file is open
     std::filesystem::path mPath;
     MovieInfo mInfo{};
-    std::vector<Vexmora::FrameRecord> mRecords;
     std::filesystem::path mIndexPath;
     bool mWasIndexed = false;
-    std::unique_ptr<Insides> mInsides;  // last: refers to the records
+    std::unique_ptr<Insides> mInsides;
 };
 
 }  // namespace VexmoraHost

@@ -36,12 +36,16 @@ FrameDecoder::FrameDecoder(const FrameSource& inSource, Scale inScale)
     : mSource(inSource), mGraph(inSource), mPictures(inSource, inScale) {}
 
 SharedPicture FrameDecoder::Frame(std::uint32_t inFrame) {
-    if (mPictures.Layout().Macroblocks() == 0) return nullptr;  // a wild sequence header
-    const std::int32_t wanted = mGraph.RecordShownAt(inFrame);
+    const std::int32_t wanted = RecordShownAt(inFrame);
     if (wanted == kNoRecord) return nullptr;
     SharedPicture picture = mPictures.FindInCache(wanted);
     if (picture == nullptr) picture = Decode(wanted);
     return mSource.FrameOf(wanted) == inFrame ? picture : StandInFor(picture);
+}
+
+std::int32_t FrameDecoder::RecordShownAt(std::uint32_t inFrame) const {
+    const std::int32_t record = mGraph.RecordShownAt(inFrame);
+    return record == kNoRecord || mPictures.LayoutOf(record).Macroblocks() == 0 ? kNoRecord : record;
 }
 
 SharedPicture FrameDecoder::Decode(std::int32_t inRecord) {
@@ -49,7 +53,7 @@ SharedPicture FrameDecoder::Decode(std::int32_t inRecord) {
     plan.Want(inRecord);
     bool isForGood = true;
     while (const auto task = plan.Start()) {
-        const SharedPicture picture = mPictures.Make(mSource.handle, *task);
+        const SharedPicture picture = mPictures.Make(mSource.reader, *task);
         // Later pictures of the chain may be predicted from one that the next attempt makes better.
         isForGood = isForGood && !MayPass(picture->damage.status);
         if (isForGood) mPictures.Keep(task->record, picture);

@@ -31,7 +31,8 @@ class FrameDecoder {
 
     /// What a plan is to know of a picture.
     DecodePlan::Known LookUp(std::int32_t inRecord) const;
-    const FrameGraph& Graph() const { return mGraph; }
+    /// The record whose picture a usable frame shows, kNoRecord when there is none that can be decoded.
+    std::int32_t RecordShownAt(std::uint32_t inFrame) const;
     const PictureDecoder& Pictures() const { return mPictures; }
 
   private:

@@ -1,4 +1,4 @@
-// Queries of the index through the handle, and what counts of the answers.
+// What the index says of references, and what counts of it.
 #include "frames/FrameGraph.h"
 
 namespace VexmoraHost {
@@ -6,19 +6,15 @@ namespace VexmoraHost {
 using Vexmora::FrameRecord;
 using Vexmora::PictureCodingType;
 
-bool FrameGraph::IsValid(std::int32_t inRecord) const {
-    return Vexmora_IsFrameValid(mSource.handle, inRecord) == 1;
-}
-
 std::int32_t FrameGraph::RecordShownAt(std::uint32_t inFrame) const {
     const auto first = static_cast<std::int32_t>(mSource.firstFrame);
     const std::int32_t own = first + static_cast<std::int32_t>(inFrame);
-    if (IsValid(own)) return own;
-    const std::int32_t lastGood = Vexmora_GetLastGoodFrame(mSource.handle, own);
-    if (lastGood >= first && IsValid(lastGood)) return lastGood;
+    if (mRules.IsValid(own)) return own;
+    const std::int32_t lastGood = mRules.LastGood(own);
+    if (lastGood >= first && mRules.IsValid(lastGood)) return lastGood;
     const std::int32_t end = first + static_cast<std::int32_t>(mSource.frameCount);
     for (std::int32_t later = own + 1; later < end; ++later) {
-        if (IsValid(later)) return later;
+        if (mRules.IsValid(later)) return later;
     }
     return kNoRecord;
 }
@@ -42,24 +38,29 @@ References FrameGraph::FindReferences(std::int32_t inRecord) const {
     return references;
 }
 
-// The library offers another picture in place of a reference that the stream does not hold.
+// The rules offer another picture in place of a reference that the stream does not hold; one of another size
+// is of no use.
 References FrameGraph::NameReferences(std::int32_t inRecord) const {
     References references;
     std::array<std::int32_t, 2> offered{kNoRecord, kNoRecord};
-    references.status =
-        Vexmora_GetFrameDependancies(mSource.handle, inRecord, &offered[kPast], &offered[kFuture]);
+    references.status = mRules.FindReferences(inRecord, offered[kPast], offered[kFuture]);
     if (references.status != Vexmora_Ok) return references;
     const FrameRecord& record = mSource.records[static_cast<std::size_t>(inRecord)];
     const unsigned type = PictureCodingType(record);
     references.isNeeded = {type != Vexmora::kPictureTypeI, type == Vexmora::kPictureTypeB};
-    const std::array deltas{record.pastRefDelta, record.futureRefDelta};
+    std::array named{inRecord + record.pastRefDelta, inRecord + record.futureRefDelta};
+    if (const std::int32_t past = mSource.media.PastOfIntra(inRecord); past != kNoRecord) {
+        references.isNeeded[kPast] = true;
+        offered[kPast] = named[kPast] = past;
+    }
     for (const Direction direction : {kPast, kFuture}) {
         if (!references.isNeeded[direction]) continue;
         const std::int32_t reference = offered[direction];
-        const bool counts =
-            reference != kNoRecord && IsValid(reference) && PlaceOf(reference) < PlaceOf(inRecord);
+        const bool counts = reference != kNoRecord && mRules.IsValid(reference) &&
+                            PlaceOf(reference) < PlaceOf(inRecord) &&
+                            mSource.media.FormatOf(reference) == mSource.media.FormatOf(inRecord);
         if (counts) references.records[direction] = reference;
-        if (!counts || reference != inRecord + deltas[direction]) ++references.lost;
+        if (!counts || reference != named[direction]) ++references.lost;
     }
     return references;
 }

@@ -7,6 +7,8 @@
 #include <span>
 
 #include "Vexmora/Vexmora.h"
+#include "frames/CodedMedia.h"
+#include "frames/FrameRules.h"
 #include "frames/MissingAnchors.h"
 #include "memory/FrameCache.h"
 #include "memory/Memory.h"
@@ -15,14 +17,15 @@ namespace VexmoraHost {
 
 /// Where pictures come from. May be copied; what it names outlives its users.
 struct FrameSource {
-    Vexmora_Handle handle;
-    /// As the handle has them.
+    /// Of the thread that owns the movie.
+    PictureReader& reader;
+    const CodedMedia& media;
+    /// As the index has them.
     std::span<const Vexmora::FrameRecord> records;
     /// Of these records.
     const MissingAnchors& missingAnchors;
     std::uint32_t firstFrame;
     std::uint32_t frameCount;
-    Vexmora::FileInfo info;
     std::uint32_t cacheId;
     FrameCache& cache;
     /// For the samples.
@@ -34,9 +37,6 @@ struct FrameSource {
         return static_cast<std::uint32_t>(inRecord) - firstFrame;
     }
 };
-
-/// In place of the number of a record that is not there.
-inline constexpr std::int32_t kNoRecord = 0x7FFFFFFF;
 
 enum Direction : std::size_t { kPast, kFuture };
 
@@ -68,8 +68,7 @@ struct CodingPlace {
 /// Numbers of records are those of the index; frames count from the first usable one.
 class FrameGraph {
   public:
-    /// Uses the source's handle for queries.
-    explicit FrameGraph(const FrameSource& inSource) : mSource(inSource) {}
+    explicit FrameGraph(const FrameSource& inSource) : mSource(inSource), mRules(inSource.records) {}
 
     /// The record whose picture a usable frame shows: its own one or that of the nearest valid frame before,
     /// else behind; kNoRecord when there is none.
@@ -78,10 +77,10 @@ class FrameGraph {
     References FindReferences(std::int32_t inRecord) const;
 
   private:
-    bool IsValid(std::int32_t inRecord) const;
     References NameReferences(std::int32_t inRecord) const;
 
     const FrameSource mSource;
+    const FrameRules mRules;
 };
 
 }  // namespace VexmoraHost

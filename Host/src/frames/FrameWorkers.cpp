@@ -10,13 +10,6 @@
 namespace VexmoraHost {
 namespace {
 
-struct Close {
-    void operator()(Vexmora_InstanceTag* inHandle) const noexcept {
-        static_cast<void>(Vexmora_CloseFile(inHandle));  // always succeeds
-    }
-};
-using Handle = std::unique_ptr<Vexmora_InstanceTag, Close>;
-
 constexpr std::uint32_t kFramesPerThread = 4;
 
 // Two groups of pictures as most encoders make them, unless the pictures are large.
@@ -27,22 +20,20 @@ std::uint32_t LeastWindow(unsigned inThreads) {
     return inThreads == 1 ? 1 : kFramesPerThread * inThreads;
 }
 
-std::uint32_t MostWindow(const PictureLayout& inLayout, unsigned inThreads) {
+std::uint32_t MostWindow(std::size_t inPictureBytes, unsigned inThreads) {
     if (inThreads == 1) return 1;
-    const std::size_t frames = kMostBytes / std::max<std::size_t>(inLayout.bytes, 1);
+    const std::size_t frames = kMostBytes / std::max<std::size_t>(inPictureBytes, 1);
     return std::max(static_cast<std::uint32_t>(std::min<std::size_t>(frames, kMostFrames)),
                     LeastWindow(inThreads));
 }
 
 }  // namespace
 
-FrameRun::Workers::Workers(const FrameSource& inSource, FrameSpan inFrames, Scale inScale, unsigned inThreads,
-                           OpenHandle inOpenHandle)
+FrameRun::Workers::Workers(const FrameSource& inSource, FrameSpan inFrames, Scale inScale, unsigned inThreads)
     : mSource(inSource),
       mDecoder(mSource, inScale),
-      mOpenHandle(std::move(inOpenHandle)),
       mLeastWindow(LeastWindow(inThreads)),
-      mMostWindow(MostWindow(mDecoder.Pictures().Layout(), inThreads)),
+      mMostWindow(MostWindow(mDecoder.Pictures().MostBytes(), inThreads)),
       mEnd(inFrames.first + inFrames.count),
       mNext(inFrames.first),
       mWindowEnd(inFrames.first),
@@ -86,8 +77,7 @@ SharedPicture FrameRun::Workers::Next() {
 void FrameRun::Workers::MoveWindow() {
     const std::uint32_t end = mNext + std::min(mWindowFrames, Left());
     for (; mWindowEnd < end; ++mWindowEnd) {
-        const bool hasPictures = mDecoder.Pictures().Layout().Macroblocks() > 0;
-        mWindow.push_back(hasPictures ? mDecoder.Graph().RecordShownAt(mWindowEnd) : kNoRecord);
+        mWindow.push_back(mDecoder.RecordShownAt(mWindowEnd));
         if (mWindow.back() != kNoRecord) mPlan.Want(mWindow.back());
     }
 }
@@ -109,7 +99,7 @@ SharedPicture FrameRun::Workers::TakeFirst(std::unique_lock<std::mutex>& ioLock)
         if (!task || mIdle > 0) LookFurther();
         if (!task) task = mPlan.Start();
         if (task) {
-            Decode(mSource.handle, *task, ioLock);
+            Decode(mSource.reader, *task, ioLock);
         } else {
             mIsFinished.wait(ioLock);
         }
@@ -122,19 +112,19 @@ SharedPicture FrameRun::Workers::TakeFirst(std::unique_lock<std::mutex>& ioLock)
     return picture == nullptr || picture->frame == frame ? picture : StandInFor(picture);
 }
 
-// A helper without a handle leaves the work to the others.
+// A helper without a reader leaves the work to the others.
 void FrameRun::Workers::Help() {
     std::unique_lock lock(mMutex, std::defer_lock);
     try {
-        const Handle handle(mOpenHandle());
-        if (handle == nullptr) return;
+        const auto reader = mSource.media.OpenReader();
+        if (reader == nullptr) return;
         lock.lock();
         for (;;) {
             ++mIdle;
             mCanStart.wait(lock, [this] { return mIsStopping || mFailure != nullptr || mPlan.CanStart(); });
             --mIdle;
             if (mIsStopping || mFailure != nullptr) return;
-            Decode(handle.get(), *mPlan.Start(), lock);
+            Decode(*reader, *mPlan.Start(), lock);
         }
     } catch (...) {
         if (!lock.owns_lock()) lock.lock();
@@ -144,11 +134,11 @@ void FrameRun::Workers::Help() {
 }
 
 // Called with the lock held, which is given up while the picture is decoded.
-void FrameRun::Workers::Decode(Vexmora_Handle inHandle, const PictureTask& inTask,
+void FrameRun::Workers::Decode(PictureReader& ioReader, const PictureTask& inTask,
                                std::unique_lock<std::mutex>& ioLock) {
     if (mPlan.CanStart()) mCanStart.notify_one();
     ioLock.unlock();
-    const SharedPicture picture = mDecoder.Pictures().Make(inHandle, inTask);
+    const SharedPicture picture = mDecoder.Pictures().Make(ioReader, inTask);
     ioLock.lock();
     mPlan.Finish(inTask.record, picture);
     mIsFinished.notify_one();

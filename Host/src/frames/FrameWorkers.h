@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <deque>
 #include <exception>
-#include <functional>
 #include <mutex>
 #include <thread>
 #include <vector>
@@ -27,8 +26,8 @@ struct FrameSpan {
 ///
 /// 1. A window of frames lies before the next one to be given. Every frame in it is wanted of the plan; it
 ///    moves with the calls of Next, and bounds the memory.
-/// 2. Each helper decodes, with a handle of its own, whatever the plan lets start. So does the thread that
-///    calls Next, with the source's handle, as long as its frame is not ready. Every picture is decoded by
+/// 2. Each helper decodes, with a reader of its own, whatever the plan lets start. So does the thread that
+///    calls Next, with the source's reader, as long as its frame is not ready. Every picture is decoded by
 ///    one of them, and the library uses for it what processors they leave.
 /// 3. Pictures are taken from the frame cache where it has them. It gets none: it would be flooded.
 ///
@@ -38,13 +37,9 @@ struct FrameSpan {
 /// afterwards.
 class FrameRun::Workers {
   public:
-    /// A further handle of the source's file; null when there is none to be had.
-    using OpenHandle = std::function<Vexmora_Handle()>;
-
     /// @param inSource  what it names outlives the workers.
     /// @param inThreads that decode, at least 1: the one that calls Next counts.
-    Workers(const FrameSource& inSource, FrameSpan inFrames, Scale inScale, unsigned inThreads,
-            OpenHandle inOpenHandle);
+    Workers(const FrameSource& inSource, FrameSpan inFrames, Scale inScale, unsigned inThreads);
     ~Workers();
     Workers(const Workers&) = delete;
     Workers& operator=(const Workers&) = delete;
@@ -62,11 +57,10 @@ class FrameRun::Workers {
     void MoveWindow();
     void LookFurther();
     SharedPicture TakeFirst(std::unique_lock<std::mutex>& ioLock);
-    void Decode(Vexmora_Handle inHandle, const PictureTask& inTask, std::unique_lock<std::mutex>& ioLock);
+    void Decode(PictureReader& ioReader, const PictureTask& inTask, std::unique_lock<std::mutex>& ioLock);
 
     const FrameSource mSource;
     const FrameDecoder mDecoder;
-    const OpenHandle mOpenHandle;
     const std::uint32_t mLeastWindow;  // frames
     const std::uint32_t mMostWindow;
     const std::uint32_t mEnd;

@@ -1,9 +1,11 @@
 // Decoding into marked planes, concealment, the account of damage; the frame cache.
 #include "frames/PictureDecoder.h"
 
+#include <algorithm>
 #include <cstring>
 #include <limits>
 #include <memory>
+#include <span>
 
 #include "frames/DamageDetection.h"
 
@@ -26,10 +28,12 @@ FramePlanes PlanesOf(const Picture& inPicture) {
     return {{samples(inPicture.luma), samples(inPicture.cb), samples(inPicture.cr)}};
 }
 
-PlaneBytes LeastBytes(Vexmora_Handle inHandle) {
-    PlaneBytes least;
-    static_cast<void>(Vexmora_GetFrameSizes(inHandle, &least.luma, &least.chroma));  // always succeeds
-    return least;
+std::vector<PictureLayout> LayoutsOf(std::span<const PictureFormat> inFormats, Scale inScale) {
+    std::vector<PictureLayout> layouts;
+    for (const PictureFormat& format : inFormats) {
+        layouts.push_back(VexmoraHost::LayoutOf(format.info, format.least, inScale));
+    }
+    return layouts;
 }
 
 // A wild index may reach the same picture along more ways than can be counted.
@@ -41,49 +45,59 @@ std::uint64_t AddUpTo(std::uint64_t inLeft, std::uint64_t inRight) {
 }  // namespace
 
 PictureDecoder::PictureDecoder(const FrameSource& inSource, Scale inScale)
-    : mSource(inSource), mLayout(LayoutOf(inSource.info, LeastBytes(inSource.handle), inScale)) {}
+    : mSource(inSource), mLayouts(LayoutsOf(inSource.media.Formats(), inScale)) {}
 
-SharedPicture PictureDecoder::Make(Vexmora_Handle inHandle, const PictureTask& inTask) const {
+const PictureLayout& PictureDecoder::LayoutOf(std::int32_t inRecord) const {
+    return mLayouts[mSource.media.FormatOf(inRecord)];
+}
+
+std::size_t PictureDecoder::MostBytes() const {
+    return std::ranges::max_element(mLayouts, {}, &PictureLayout::bytes)->bytes;
+}
+
+SharedPicture PictureDecoder::Make(PictureReader& ioReader, const PictureTask& inTask) const {
+    const PictureLayout& layout = LayoutOf(inTask.record);
     const auto decoded = std::make_shared<DecodedPicture>();
-    decoded->memory = MemoryBlock(mSource.memory, mLayout.bytes);
-    const FramePlanes output = PlanesIn(decoded->memory.Bytes(), mLayout);
+    decoded->memory = MemoryBlock(mSource.memory, layout.bytes);
+    const FramePlanes output = PlanesIn(decoded->memory.Bytes(), layout);
     MemoryBlock grey;
-    const auto references = ReferencePlanes(inTask, grey);
+    const auto references = PlanesOfReferences(inTask, grey);
     const FramePlanes concealment = references[inTask.predictedFrom[kPast] != nullptr ? kPast : kFuture];
 
     PictureDamage& damage = decoded->picture.damage;
     damage.status = inTask.references.status;
     if (damage.status == Vexmora_Ok) {
-        MarkMacroblocks(mLayout, output);
-        const DecodeModes modes = ModesOf(mLayout.scale);
-        damage.status = Vexmora_GetFrame(inHandle, inTask.record, &references[kPast], &references[kFuture],
-                                         &output, modes.mode, modes.subMode);
+        MarkMacroblocks(layout, output);
+        const DecodeModes modes = ModesOf(layout.scale);
+        damage.status =
+            ioReader.Decode(inTask.record, {references[kPast], references[kFuture]}, output, modes);
     }
     if (damage.status == Vexmora_Ok) {
-        damage.macroblocks = ConcealFailures(mLayout, concealment, references, output);
+        damage.macroblocks = ConcealFailures(layout, concealment, references, output);
     } else {
-        damage.macroblocks = mLayout.Macroblocks();
-        ConcealAll(mLayout, concealment, output);
+        damage.macroblocks = layout.Macroblocks();
+        ConcealAll(layout, concealment, output);
     }
     damage.inherited = InheritedDamage(inTask);
     decoded->picture.frame = mSource.FrameOf(inTask.record);
-    ShowPlanes(output, mLayout, decoded->picture);
+    ShowPlanes(output, layout, decoded->picture);
     return {decoded, &decoded->picture};
 }
 
 // Those that are lost are grey: without planes the library would predict from what its output held.
-std::array<FramePlanes, 2> PictureDecoder::ReferencePlanes(const PictureTask& inTask,
-                                                           MemoryBlock& ioGrey) const {
+std::array<FramePlanes, 2> PictureDecoder::PlanesOfReferences(const PictureTask& inTask,
+                                                              MemoryBlock& ioGrey) const {
+    const PictureLayout& layout = LayoutOf(inTask.record);
     std::array<FramePlanes, 2> planes{};
     for (const Direction direction : {kPast, kFuture}) {
         if (const SharedPicture& reference = inTask.predictedFrom[direction]) {
             planes[direction] = PlanesOf(*reference);
         } else if (inTask.references.isNeeded[direction]) {
             if (ioGrey.Bytes() == nullptr) {
-                ioGrey = MemoryBlock(mSource.memory, mLayout.bytes);
+                ioGrey = MemoryBlock(mSource.memory, layout.bytes);
                 std::memset(ioGrey.Bytes(), kMidGrey, ioGrey.Size());
             }
-            planes[direction] = PlanesIn(ioGrey.Bytes(), mLayout);
+            planes[direction] = PlanesIn(ioGrey.Bytes(), layout);
         }
     }
     return planes;
@@ -92,7 +106,7 @@ std::array<FramePlanes, 2> PictureDecoder::ReferencePlanes(const PictureTask& in
 // A lost reference counts as a whole picture. The past of a B picture has been counted already when its
 // future is predicted from it.
 std::uint64_t PictureDecoder::InheritedDamage(const PictureTask& inTask) const {
-    std::uint64_t inherited = std::uint64_t{inTask.references.lost} * mLayout.Macroblocks();
+    std::uint64_t inherited = std::uint64_t{inTask.references.lost} * LayoutOf(inTask.record).Macroblocks();
     for (const Direction direction : {kPast, kFuture}) {
         const SharedPicture& reference = inTask.predictedFrom[direction];
         if (reference == nullptr || (direction == kPast && inTask.references.isPastBehindFuture)) continue;
@@ -105,7 +119,7 @@ std::uint64_t PictureDecoder::InheritedDamage(const PictureTask& inTask) const {
 // ---- The cache --------------------------------------------------------------------------------------------
 
 FrameCache::Key PictureDecoder::KeyOf(std::int32_t inRecord) const {
-    return {mSource.cacheId, static_cast<std::uint32_t>(inRecord), mLayout.scale};
+    return {mSource.cacheId, static_cast<std::uint32_t>(inRecord), LayoutOf(inRecord).scale};
 }
 
 // A file that was changed behind its identity may have had pictures of another size.
@@ -113,13 +127,14 @@ SharedPicture PictureDecoder::FindInCache(std::int32_t inRecord) const {
     SharedPicture picture = mSource.cache.Find(KeyOf(inRecord));
     if (picture == nullptr) return nullptr;
     const Plane& luma = picture->luma;
-    const bool fits = luma.width == mLayout.width && luma.height == mLayout.height &&
-                      luma.stride == mLayout.pitches.luma && picture->frame == mSource.FrameOf(inRecord);
+    const PictureLayout& layout = LayoutOf(inRecord);
+    const bool fits = luma.width == layout.width && luma.height == layout.height &&
+                      luma.stride == layout.pitches.luma && picture->frame == mSource.FrameOf(inRecord);
     return fits ? picture : nullptr;
 }
 
 void PictureDecoder::Keep(std::int32_t inRecord, const SharedPicture& inPicture) const {
-    mSource.cache.Add(KeyOf(inRecord), inPicture, mLayout.bytes);
+    mSource.cache.Add(KeyOf(inRecord), inPicture, LayoutOf(inRecord).bytes);
 }
 
 }  // namespace VexmoraHost

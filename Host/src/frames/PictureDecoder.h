@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cstdint>
+#include <vector>
 
 #include "VexmoraHost/Picture.h"
 #include "frames/FrameGraph.h"
@@ -25,11 +26,14 @@ class PictureDecoder {
   public:
     PictureDecoder(const FrameSource& inSource, Scale inScale);
 
-    const PictureLayout& Layout() const { return mLayout; }
+    /// Of a record's picture. One of no macroblocks cannot be decoded: its sequence header is wild.
+    const PictureLayout& LayoutOf(std::int32_t inRecord) const;
+    /// That the planes of the largest picture take.
+    std::size_t MostBytes() const;
 
-    /// @param inHandle of the source, or another one of the same file; used by no other thread meanwhile.
+    /// @param ioReader of the source, or another one of the same media; used by no other thread meanwhile.
     /// Throws std::bad_alloc.
-    SharedPicture Make(Vexmora_Handle inHandle, const PictureTask& inTask) const;
+    SharedPicture Make(PictureReader& ioReader, const PictureTask& inTask) const;
 
     /// As the frame cache has it; null when it has not.
     SharedPicture FindInCache(std::int32_t inRecord) const;
@@ -37,12 +41,13 @@ class PictureDecoder {
     void Keep(std::int32_t inRecord, const SharedPicture& inPicture) const;
 
   private:
-    std::array<Vexmora::FramePlanes, 2> ReferencePlanes(const PictureTask& inTask, MemoryBlock& ioGrey) const;
+    std::array<Vexmora::FramePlanes, 2> PlanesOfReferences(const PictureTask& inTask,
+                                                           MemoryBlock& ioGrey) const;
     std::uint64_t InheritedDamage(const PictureTask& inTask) const;
     FrameCache::Key KeyOf(std::int32_t inRecord) const;
 
     const FrameSource mSource;
-    const PictureLayout mLayout;
+    const std::vector<PictureLayout> mLayouts;  // of the formats
 };
 
 }  // namespace VexmoraHost
