@@ -1,0 +1,323 @@
+// Start codes over the cuts between pieces, headers, and what they make of a picture.
+#include "sources/VideoScanner.h"
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+namespace VexmoraHost {
+namespace {
+
+// ISO/IEC 13818-2, table 6-1 and 6-2.
+constexpr std::uint8_t kPictureStartCode = 0x00;
+constexpr std::uint8_t kLastSliceStartCode = 0xAF;
+constexpr std::uint8_t kUserDataStartCode = 0xB2;
+constexpr std::uint8_t kSequenceHeaderCode = 0xB3;
+constexpr std::uint8_t kExtensionStartCode = 0xB5;
+constexpr std::uint8_t kSequenceEndCode = 0xB7;
+constexpr std::uint8_t kGroupStartCode = 0xB8;
+constexpr unsigned kSequenceExtensionId = 1;
+constexpr unsigned kSequenceDisplayExtensionId = 2;
+constexpr unsigned kQuantMatrixExtensionId = 3;
+constexpr unsigned kPictureCodingExtensionId = 8;
+
+constexpr std::uint16_t kFramePicture = 3;
+constexpr std::uint32_t kPrefix = 0x000001;
+constexpr std::size_t kPrefixSize = 3;
+constexpr std::uint64_t kStartCodeSize = 4;
+// Distinct ones; a stream with more is out to fill the memory.
+constexpr std::size_t kMostParameterSets = 65536;
+
+bool IsSlice(std::uint8_t inCode) {
+    return inCode != kPictureStartCode && inCode <= kLastSliceStartCode;
+}
+
+// The first byte from inFrom (at least 3) on that has the prefix of a start code right before it; the size
+// if there is none. Few bytes of coded video are 1, and the search for them runs at the speed of memory.
+std::size_t FindCode(std::span<const std::uint8_t> inBytes, std::size_t inFrom) {
+    const std::uint8_t* const begin = inBytes.data();
+    std::size_t one = inFrom - 1;
+    while (one + 1 < inBytes.size()) {
+        const void* const found = std::memchr(begin + one, 1, inBytes.size() - 1 - one);
+        if (found == nullptr) break;
+        one = static_cast<std::size_t>(static_cast<const std::uint8_t*>(found) - begin);
+        if (begin[one - 1] == 0 && begin[one - 2] == 0) return one + 1;
+        ++one;
+    }
+    return inBytes.size();
+}
+
+}  // namespace
+
+void VideoScanner::Add(const VideoPiece& inPiece) {
+    const std::span<const std::uint8_t> bytes = inPiece.bytes;
+    if (bytes.empty()) return;
+    if (inPiece.isAfterLoss) NoteLoss();
+    std::shift_left(mPieces.begin(), mPieces.end(), 1);
+    mPieces.back() = {mOffset, inPiece.position};
+    if (inPiece.pts) mTimeBefore = std::exchange(mTime, {mOffset, *inPiece.pts});
+
+    std::size_t at = 0;  // behind the last start code
+    const auto handle = [&](std::size_t inCodeAt) {
+        Collect(bytes.subspan(at, inCodeAt - at));
+        HandleStartCode(bytes[inCodeAt], mOffset + inCodeAt + 1 - kStartCodeSize);
+        at = inCodeAt + 1;
+        mTail = ~0u;
+    };
+    const std::size_t size = bytes.size();
+    for (std::size_t i = 0; i < std::min(size, kPrefixSize); ++i) {
+        if ((mTail & 0xFFFFFF) == kPrefix) {
+            handle(i);
+        } else {
+            mTail = mTail << 8 | bytes[i];
+        }
+    }
+    for (std::size_t code = at + kPrefixSize; code < size; code += kStartCodeSize) {
+        code = FindCode(bytes, code);
+        if (code == size) break;
+        const bool isQuiet = !mIsCollecting && !mPicture && !mNewSequence;
+        if (isQuiet && IsSlice(bytes[code])) {
+            at = code + 1;
+        } else {
+            handle(code);
+        }
+    }
+    Collect(bytes.subspan(at));
+    if (size > kPrefixSize) {
+        mTail = ~0u;
+        for (std::size_t i = std::max(at, size - kPrefixSize); i < size; ++i) mTail = mTail << 8 | bytes[i];
+    }
+    mOffset += size;
+}
+
+CodedVideo VideoScanner::Finish() {
+    EndHeader(mOffset);
+    EndSequence();
+    EndPicture();
+    CloseFrame(mOffset);
+    return std::move(mVideo);
+}
+
+// No start code and no header reaches over missing bytes.
+void VideoScanner::NoteLoss() {
+    EndHeader(mOffset);
+    mTail = ~0u;
+    if (mIsFrameOpen && !mPicture) mVideo.frames.back().flags |= kAfterLossFlag;
+    mLoss = mOffset;
+}
+
+void VideoScanner::Collect(std::span<const std::uint8_t> inBytes) {
+    if (!mIsCollecting) return;
+    const std::size_t count = std::min(inBytes.size(), mHeader.size() - mHeaderSize);
+    std::copy_n(inBytes.begin(), count, mHeader.begin() + static_cast<std::ptrdiff_t>(mHeaderSize));
+    mHeaderSize += count;
+}
+
+void VideoScanner::HandleStartCode(std::uint8_t inCode, std::uint64_t inOffset) {
+    EndHeader(inOffset);
+    if (inCode != kExtensionStartCode) mExpectsSequenceExtension = false;
+    if (inCode != kExtensionStartCode && inCode != kUserDataStartCode) {
+        EndSequence();
+        EndPicture();
+    }
+    switch (inCode) {
+        case kPictureStartCode:
+            BeginPicture(inOffset);
+            break;
+        case kSequenceHeaderCode:
+        case kGroupStartCode:
+            CloseFrame(inOffset);
+            break;
+        case kSequenceEndCode:
+            CloseFrame(inOffset);
+            mNext.flags |= kSequenceEndFlag;
+            return;
+        case kExtensionStartCode:
+            break;
+        default:
+            return;
+    }
+    mIsCollecting = true;
+    mHeaderCode = inCode;
+    mHeaderBegin = inOffset + kStartCodeSize;
+    mHeaderSize = 0;
+}
+
+void VideoScanner::BeginPicture(std::uint64_t inOffset) {
+    mPicture.emplace().begin = inOffset;
+    CodedFrame& frame = mPicture->frame;
+    const auto isBefore = [inOffset](const PieceBegin& in) { return in.offset <= inOffset; };
+    const auto piece = std::find_if(mPieces.rbegin(), mPieces.rend(), isBefore);
+    if (piece != mPieces.rend()) {
+        frame.position = piece->position;
+        frame.skip = static_cast<std::uint32_t>(inOffset - piece->offset);
+    }
+    frame.pts = TakeTime(inOffset);
+}
+
+// A time stamp belongs to the first picture that begins behind it (ISO/IEC 13818-1, 2.4.3.7), which one
+// whose start code is cut by the packet does not.
+std::int64_t VideoScanner::TakeTime(std::uint64_t inOffset) {
+    const bool isBehindLast = mTime.offset <= inOffset;
+    const TimeStamp before = std::exchange(mTimeBefore, {});
+    if (isBehindLast) return std::exchange(mTime, {}).pts;
+    return before.pts;
+}
+
+// ---- Headers ----------------------------------------------------------------------------------------------
+
+// Of what was collected, the bytes behind inOffset belong to the next start code.
+void VideoScanner::EndHeader(std::uint64_t inOffset) {
+    if (!std::exchange(mIsCollecting, false)) return;
+    const std::uint64_t length = inOffset < mHeaderBegin ? 0 : inOffset - mHeaderBegin;
+    const auto header = std::span(mHeader).first(std::min<std::uint64_t>(mHeaderSize, length));
+    switch (mHeaderCode) {
+        case kPictureStartCode:
+            EndPictureHeader(header);
+            break;
+        case kSequenceHeaderCode:
+            mNewSequence = ParseSequenceHeader(header);
+            mExpectsSequenceExtension = true;
+            break;
+        case kGroupStartCode:
+            EndGroupHeader(header);
+            break;
+        default:
+            EndExtension(header);
+            break;
+    }
+}
+
+void VideoScanner::EndPictureHeader(std::span<const std::uint8_t> inHeader) {
+    CodedFrame& frame = mPicture->frame;
+    HeaderBits bits(inHeader);
+    const bool isWhole = bits.Has(13);
+    frame.header = static_cast<std::uint16_t>(bits.Get(13) << 3);
+    frame.flags = kFramePicture;
+    const unsigned type = frame.PictureCodingType();
+    if (!isWhole || type < 1 || type > 3 || !mSequence) mPicture.reset();
+}
+
+void VideoScanner::EndGroupHeader(std::span<const std::uint8_t> inHeader) {
+    HeaderBits bits(inHeader);
+    if (!bits.Has(27)) return;
+    mNext.timeCode = bits.Get(25);
+    mNext.flags &= static_cast<std::uint16_t>(~(kClosedGroupFlag | kBrokenLinkFlag));
+    mNext.flags |= kGroupFlag;
+    if (bits.Get(1) != 0) mNext.flags |= kClosedGroupFlag;
+    if (bits.Get(1) != 0) mNext.flags |= kBrokenLinkFlag;
+}
+
+void VideoScanner::EndExtension(std::span<const std::uint8_t> inHeader) {
+    const bool isFirst = std::exchange(mExpectsSequenceExtension, false);
+    const unsigned identifier = HeaderBits(inHeader).Get(4);
+    if (mNewSequence) {
+        if (identifier == kSequenceExtensionId && isFirst) ParseSequenceExtension(inHeader, *mNewSequence);
+        const bool isDisplay = identifier == kSequenceDisplayExtensionId && mNewSequence->IsMpeg2();
+        if (isDisplay) ParseSequenceDisplayExtension(inHeader, *mNewSequence);
+    } else if (mPicture && identifier == kPictureCodingExtensionId && !mPicture->hasExtension) {
+        EndPictureCodingExtension(inHeader);
+    } else if (mPicture && identifier == kQuantMatrixExtensionId && mPicture->hasExtension) {
+        if (!mPicture->matrices) mPicture->matrices = mSequence;
+        LoadMatrices(inHeader, *mPicture->matrices);
+    }
+}
+
+void VideoScanner::EndPictureCodingExtension(std::span<const std::uint8_t> inHeader) {
+    HeaderBits bits(inHeader);
+    if (!bits.Has(33)) return;
+    bits.Skip(4 + 16 + 2);  // identifier, f_code, intra_dc_precision
+    const auto picture_structure = static_cast<std::uint16_t>(bits.Get(2));
+    std::uint16_t& flags = mPicture->frame.flags;
+    flags = picture_structure != 0 ? picture_structure : kFramePicture;
+    if (bits.Get(1) != 0) flags |= kTopFieldFirstFlag;
+    bits.Skip(5);  // frame_pred_frame_dct to alternate_scan
+    if (bits.Get(1) != 0) flags |= kRepeatFirstFieldFlag;
+    bits.Skip(1);  // chroma_420_type
+    if (bits.Get(1) != 0) flags |= kProgressiveFrameFlag;
+    mPicture->hasExtension = true;
+}
+
+// Headers that no decoder can do with are passed over once there was a good one, as decoders do.
+void VideoScanner::EndSequence() {
+    if (!mNewSequence) return;
+    SequenceSyntax sequence = std::move(*std::exchange(mNewSequence, std::nullopt));
+    const bool isBetter =
+        !mSequence || !mSequence->IsUsable() || (!mSequence->IsMpeg2() && sequence.IsMpeg2());
+    const bool isAsGood = sequence.IsUsable() && (sequence.IsMpeg2() || !mSequence || !mSequence->IsMpeg2());
+    mNext.flags |= kSequenceFlag;
+    if (!isBetter && !isAsGood) return;
+    const unsigned code = sequence.FrameRateCode();
+    if (mSequence && (code < 1 || code > 8)) sequence.SetFrameRateCode(mSequence->FrameRateCode());
+    mSequence = std::move(sequence);
+    mParameters.reset();
+}
+
+// ---- Frames -----------------------------------------------------------------------------------------------
+
+void VideoScanner::EndPicture() {
+    if (!mPicture) return;
+    Picture picture = std::move(*std::exchange(mPicture, std::nullopt));
+    CodedFrame& frame = picture.frame;
+    frame.parameters = ParametersInForce();
+    const CodedFrame between = std::exchange(mNext, {});
+    frame.timeCode = between.timeCode;
+    if (!picture.hasExtension && mSequence->IsMpeg2()) frame.flags |= kNoExtensionFlag;
+    frame.flags |= between.flags;
+    if (CompletesFrame(picture)) {
+        CodedFrame& first = mVideo.frames.back();
+        first.secondField = static_cast<std::uint32_t>(picture.begin - mFrameBegin);
+        first.flags = static_cast<std::uint16_t>(first.flags | frame.PictureCodingType() << 12);
+        if (mLoss != kNowhere && mLoss >= picture.begin) first.flags |= kAfterLossFlag;
+    } else {
+        CloseFrame(picture.begin);
+        if (mLoss != kNowhere && mLoss >= mFrameEnd) frame.flags |= kAfterLossFlag;
+        mVideo.frames.push_back(frame);
+        mFrameBegin = picture.begin;
+    }
+    mIsFrameOpen = true;
+    if (picture.matrices) {
+        mSequence = std::move(picture.matrices);
+        mParameters.reset();
+    }
+}
+
+// Whether the picture is the other field of the frame before.
+bool VideoScanner::CompletesFrame(const Picture& inPicture) const {
+    if (mVideo.frames.empty()) return false;
+    const CodedFrame& first = mVideo.frames.back();
+    const CodedFrame& second = inPicture.frame;
+    const bool areFields = first.IsField() && second.IsField() && !first.IsFieldPair();
+    const bool isOther = (first.flags & 3) != (second.flags & 3);
+    const bool isSameFrame = first.TemporalReference() == second.TemporalReference() &&
+                             (second.flags & (kGroupFlag | kSequenceEndFlag)) == 0;
+    const bool isSameSequence = (second.flags & kSequenceFlag) == 0 || first.parameters == second.parameters;
+    return areFields && isOther && isSameFrame && isSameSequence &&
+           inPicture.begin - mFrameBegin < kLargestFrame;
+}
+
+void VideoScanner::CloseFrame(std::uint64_t inOffset) {
+    if (!std::exchange(mIsFrameOpen, false)) return;
+    mFrameEnd = inOffset;
+    mVideo.frames.back().size =
+        static_cast<std::uint32_t>(std::min<std::uint64_t>(inOffset - mFrameBegin, kLargestFrame));
+}
+
+std::uint32_t VideoScanner::ParametersInForce() {
+    if (mParameters) return *mParameters;
+    SequenceParameterSet set = mSequence->Assemble();
+    const std::string key(set.bytes.begin(), set.bytes.end());
+    const auto known = mKnownParameters.find(key);
+    if (known != mKnownParameters.end()) {
+        mParameters = known->second;
+    } else if (mVideo.parameters.size() < kMostParameterSets) {
+        mParameters = static_cast<std::uint32_t>(mVideo.parameters.size());
+        mKnownParameters.emplace(key, *mParameters);
+        mVideo.parameters.push_back(std::move(set));
+    } else {
+        mParameters = mVideo.frames.back().parameters;
+    }
+    return *mParameters;
+}
+
+}  // namespace VexmoraHost
