@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "Vexmora/Vexmora.h"
+#include "VexmoraHost/Details.h"
 #include "VexmoraHost/Error.h"
 #include "VexmoraHost/FrameRun.h"
 #include "VexmoraHost/Host.h"
@@ -35,6 +36,8 @@ struct OpenOptions {
     std::optional<std::size_t> blockCacheBytes = {};
     /// Bytes that the frame cache may keep, likewise.
     std::optional<std::size_t> frameCacheBytes = {};
+    /// Which video of the recording; the first that can be shown when nothing is chosen.
+    VideoChoice choice = {};
 };
 
 enum class StreamKind { Elementary, Program, Transport };
@@ -62,8 +65,11 @@ class Movie {
   public:
     /// Opens a file; indexes it first when its index is not known. Throws Error.
     static Movie Open(const std::filesystem::path& inPath, const OpenOptions& inOptions = {});
+    /// Opens the parts of one recording, in their order, as if they were one file: a packet or a picture may
+    /// lie across the cut between two of them. Throws Error.
+    static Movie Open(const std::vector<std::filesystem::path>& inPaths, const OpenOptions& inOptions = {});
 
-    /// Absolute.
+    /// Absolute; of several files the first.
     const std::filesystem::path& Path() const { return mPath; }
     const MovieInfo& Info() const { return mInfo; }
     /// Every picture position, in display order, as the index file holds them: checked against the header and
@@ -94,6 +100,11 @@ class Movie {
     ///     while (const SharedPicture picture = run.Next()) …
     FrameRun Run(std::uint32_t inFirst, std::uint32_t inCount, Scale inScale = Scale::Full,
                  unsigned inThreads = 0);
+
+    /// What the recording tells beside its pictures. Reads the whole recording when it is asked for first and
+    /// that was not done before, and keeps what it found beside the index. Throws Error, Vexmora_NotFinished
+    /// where inProgress cancels.
+    const MovieDetails& Details(const Progress& inProgress = {});
 
     /// Whether opening had to index the file.
     bool WasIndexed() const { return mWasIndexed; }

@@ -23,6 +23,8 @@ constexpr const char* kDrafts = "writing";  // folder of the index files that ar
 // A draft lives as long as it takes to index a file; what is older was left by a process that was killed.
 constexpr std::chrono::hours kStaleAfter{24};
 
+constexpr const char* kTablesExtension = ".vextables";
+
 // With its dot.
 std::string IndexExtension() {
     return '.' + Vexmora::FromUtf16Path(Vexmora::kIndexExtension);
@@ -69,20 +71,16 @@ std::string HashOf(const Vexmora::IndexHeader& inHeader, std::span<const Vexmora
     return HexText(hash.Finish());
 }
 
-std::string ToText(const std::optional<FileFacts>& inFacts) {
-    if (!inFacts) return {};
-    std::string text;
-    for (const std::uint64_t fact :
-         {inFacts->device, inFacts->inode, inFacts->bytes, inFacts->modified, inFacts->changed}) {
-        text += std::to_string(fact) + ' ';
-    }
-    return text;
+std::string HashOf(std::span<const std::byte> inBytes) {
+    Hash128 hash;
+    hash.Add(inBytes);
+    return HexText(hash.Finish());
 }
 
 // A registry that was tampered with must not lead out of its folder.
-bool IsPlainName(const std::string& inName) {
+bool IsPlainName(const std::string& inName, const std::string& inExtension) {
     return !inName.empty() && inName.find('/') == std::string::npos &&
-           fs::path(inName).extension() == IndexExtension();
+           fs::path(inName).extension() == inExtension;
 }
 
 }  // namespace
@@ -124,7 +122,7 @@ std::optional<IndexStore::Found> IndexStore::Find(MediaFile& ioMedia) const {
 // A file that is not what was listed was torn, or is another one: the media is indexed again.
 std::optional<IndexStore::Found> IndexStore::Read(const RegistryEntry& inEntry) const {
     const auto identity = Guid::FromText(inEntry.identity);
-    if (!identity || !IsPlainName(inEntry.fileName)) return std::nullopt;
+    if (!identity || !IsPlainName(inEntry.fileName, IndexExtension())) return std::nullopt;
     Found found{.path = mFolder / inEntry.fileName, .index = {}};
     auto& [header, records] = found.index;
     try {
@@ -163,14 +161,49 @@ std::filesystem::path IndexStore::Publish(Posix::DraftFile& ioDraft, const Vexmo
                               .fileName = identity + IndexExtension(),
                               .bytes = sizeof inHeader + inRecords.size_bytes(),
                               .hash = HashOf(inHeader, inRecords)};
-    fs::path place = mFolder / entry.fileName;
-    const auto outdated = Registry(mFolder).Record(
-        entry, {.path = inMedia.native(), .facts = ToText(inFacts)}, [&] { ioDraft.MoveTo(place); });
+    return MoveIntoPlace(ioDraft, entry, {.path = inMedia.native(), .facts = ToText(inFacts)});
+}
+
+fs::path IndexStore::MoveIntoPlace(Posix::DraftFile& ioDraft, const RegistryEntry& inEntry,
+                                   const RegistryMedia& inMedia) const {
+    fs::path place = mFolder / inEntry.fileName;
+    const auto outdated = Registry(mFolder).Record(inEntry, inMedia, [&] { ioDraft.MoveTo(place); });
     for (const std::string& name : outdated) {
         std::error_code error;  // a file that stays is not listed any more
-        if (IsPlainName(name)) fs::remove(mFolder / name, error);
+        if (IsPlainName(name, IndexExtension()) || IsPlainName(name, kTablesExtension)) {
+            fs::remove(mFolder / name, error);
+        }
     }
     return place;
+}
+
+// ---- Tables -----------------------------------------------------------------------------------------------
+
+std::optional<IndexStore::FoundTables> IndexStore::FindTables(const RegistryMedia& inRecording,
+                                                              const std::function<Guid()>& inIdentify) const {
+    const auto entry = Registry(mFolder).Find(inRecording, [&] { return inIdentify().ToText(); });
+    if (!entry || !IsPlainName(entry->fileName, kTablesExtension)) return std::nullopt;
+    FoundTables found{.path = mFolder / entry->fileName, .bytes = {}};
+    try {
+        const Posix::InputFile file(found.path);
+        if (file.Size() != entry->bytes) return std::nullopt;
+        found.bytes.resize(entry->bytes);
+        file.ReadAt(0, found.bytes);
+    } catch (const Error&) {
+        return std::nullopt;
+    }
+    return HashOf(found.bytes) == entry->hash ? std::optional(std::move(found)) : std::nullopt;
+}
+
+fs::path IndexStore::PublishTables(Posix::DraftFile& ioDraft, std::span<const std::byte> inTables,
+                                   const RegistryMedia& inRecording, const Guid& inIdentity) const {
+    ioDraft.Write(inTables);
+    const std::string identity = inIdentity.ToText();
+    const RegistryEntry entry{.identity = identity,
+                              .fileName = identity + kTablesExtension,
+                              .bytes = inTables.size(),
+                              .hash = HashOf(inTables)};
+    return MoveIntoPlace(ioDraft, entry, inRecording);
 }
 
 }  // namespace VexmoraHost

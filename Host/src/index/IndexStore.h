@@ -1,9 +1,12 @@
 // Where index files are kept between runs.
 #pragma once
 
+#include <cstddef>
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <span>
+#include <vector>
 
 #include "index/MediaFile.h"
 #include "index/Registry.h"
@@ -12,10 +15,10 @@
 
 namespace VexmoraHost {
 
-/// A folder of index files named after the identity of their media (`GUID.mpgindex`), listed in
-/// `registry.sqlite3` with size and hash: only a file that is listed and unchanged is ever used. An index
-/// file appears in the folder whole or not at all. Holds no open file, so it may be copied, used by any
-/// thread and by several processes at once. Functions throw Error.
+/// A folder of index files named after the identity of their media (`GUID.mpgindex`), or of what a recording
+/// is made of (`GUID.vextables`), listed in `registry.sqlite3` with size and hash: only a file that is listed
+/// and unchanged is ever used. An index file appears in the folder whole or not at all. Holds no open file,
+/// so it may be copied, used by any thread and by several processes at once. Functions throw Error.
 class IndexStore {
   public:
     /// Makes the folder if there is none, and removes what writers that were killed left behind more than a
@@ -51,7 +54,21 @@ class IndexStore {
                                   const std::filesystem::path& inMedia,
                                   const std::optional<FileFacts>& inFacts = {}) const;
 
+    /// Tables of a recording that the host takes apart itself, by whatever name and identity it gives them.
+    struct FoundTables {
+        std::filesystem::path path;
+        std::vector<std::byte> bytes;
+    };
+    /// @param inIdentify called when the facts do not tell; what it throws comes through.
+    std::optional<FoundTables> FindTables(const RegistryMedia& inRecording,
+                                          const std::function<Guid()>& inIdentify) const;
+    /// As Publish, for tables. @return the place.
+    std::filesystem::path PublishTables(Posix::DraftFile& ioDraft, std::span<const std::byte> inTables,
+                                        const RegistryMedia& inRecording, const Guid& inIdentity) const;
+
   private:
+    std::filesystem::path MoveIntoPlace(Posix::DraftFile& ioDraft, const RegistryEntry& inEntry,
+                                        const RegistryMedia& inMedia) const;
     std::optional<Found> Read(const RegistryEntry& inEntry) const;
 
     std::filesystem::path mFolder;

@@ -76,6 +76,16 @@ bool FileFacts::AreSettled() const {
     return changed <= now && now - changed > static_cast<std::uint64_t>(tick.count());
 }
 
+std::string ToText(const std::optional<FileFacts>& inFacts) {
+    if (!inFacts) return {};
+    std::string text;
+    for (const std::uint64_t fact :
+         {inFacts->device, inFacts->inode, inFacts->bytes, inFacts->modified, inFacts->changed}) {
+        text += std::to_string(fact) + ' ';
+    }
+    return text;
+}
+
 MediaFile::MediaFile(std::filesystem::path inPath) : mPath(std::move(inPath)) {
     if (const auto facts = FactsOf(mPath)) {
         mFacts = *facts;

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <optional>
+#include <string>
 
 #include "Vexmora/Guid.h"
 
@@ -28,6 +29,9 @@ struct FileFacts {
     /// of file systems tick slowly, so a change within the tick of the last one may not.
     bool AreSettled() const;
 };
+
+/// As the registry keeps facts; empty without any.
+std::string ToText(const std::optional<FileFacts>& inFacts);
 
 /// The facts of a regular file; no value when there is none of that name, or it may not be looked at.
 std::optional<FileFacts> FactsOf(const std::filesystem::path& inPath) noexcept;

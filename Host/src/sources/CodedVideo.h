@@ -6,9 +6,10 @@
 #include <cstdint>
 #include <vector>
 
+#include "VexmoraHost/Details.h"
+
 namespace VexmoraHost {
 
-inline constexpr std::int64_t kNoTime = -1;
 inline constexpr std::uint32_t kNoTimeCode = 0xFFFFFFFF;
 
 /// One frame as it is coded: a frame picture, or one or two field pictures. Stored as it is; no padding.
