@@ -69,7 +69,7 @@ Outcome OpenAndDecode(const Setup& inSetup, const Way& inWay) {
 void FuzzOne(Choices& ioChoices) {
     static const TemporaryFolder folder;
     const Way way = WayOf(ioChoices.Below(kWays));
-    const Scale& scale = kScales[ioChoices.Below(kScales.size())];
+    const Scale scale = kScales[ioChoices.Below(kScales.size())];
     const Edge edge = ioChoices.Below(2) == 0 ? Edge::End : Edge::Begin;
     const Setup setup{folder / "media", folder.Path(), scale, edge};
     WriteAll(setup.media, ioChoices.Rest());

@@ -47,7 +47,7 @@ Request MakeRequest(const Bytes& inVideo, std::size_t inBegin, std::size_t inPic
 }
 
 std::vector<Request> Cut(const Bytes& inVideo) {
-    std::vector<std::size_t> starts = PictureStartCodes(inVideo);
+    std::vector<std::size_t> starts = StartCodes(inVideo);
     if (starts.empty()) return {MakeRequest(inVideo, 0, inVideo.size(), inVideo.size())};
     starts.push_back(inVideo.size());
     std::vector<Request> requests = {MakeRequest(inVideo, 0, starts[0], starts[1])};
@@ -122,7 +122,7 @@ class Player {
         std::memcpy(mBuffer, inRequest.bytes.data(), inRequest.bytes.size());
         return Vexmora_GetFrameFromBuffer(mHandle, static_cast<std::uint32_t>(inRequest.bytes.size()),
                                           inRequest.picture_coding_type, &inForward, &inBackward, &inOutput,
-                                          mSetup.scale.mode, mSetup.scale.subMode);
+                                          ModeOf(mSetup.scale), SubModeOf(mSetup.scale));
     }
 
     ExactHost mHost;
@@ -142,7 +142,7 @@ Outcome DecodeIn(const Way& inWay, const Setup& inSetup, const std::vector<Reque
 
 void FuzzOne(Choices& ioChoices) {
     const Way way = WayOf(ioChoices.Below(kWays));
-    const Scale& scale = kScales[ioChoices.Below(kScales.size())];
+    const Scale scale = kScales[ioChoices.Below(kScales.size())];
     const std::uint8_t flags = ioChoices.Byte();
     const Setup setup{scale, (flags & 1) != 0 ? Edge::Begin : Edge::End, (flags & 2) != 0,
                       (flags & 4) != 0 ? 4u : 8200u};

@@ -66,14 +66,14 @@ void ExpectSense(Vexmora_Handle inHandle, const IndexHeader& inHeader, const Byt
         if (status != Vexmora_Ok) continue;
         for (const std::int32_t reference : {past, future}) {
             EXPECT_GE(reference, 0);
-            EXPECT_TRUE(reference < count || reference == DecodeChain::kNone);
+            EXPECT_TRUE(reference < count || reference == kNoReference);
         }
     }
 }
 
 // The same index as a host hands it over by itself: all that the file holds.
 void ExpectSameWithoutFile(const UTF16String& inMedia, const HostServices& inServices, const Bytes& inFile,
-                           const Scale& inScale, const std::vector<VisitedFrames::Outcome>& inExpected) {
+                           Scale inScale, const std::vector<VisitedFrames::Outcome>& inExpected) {
     const IndexFileContent index(inFile);
     Vexmora_Handle handle = nullptr;
     const Vexmora_Status status =
@@ -93,7 +93,7 @@ void FuzzOne(Choices& ioChoices) {
     static const Media media;
     const std::uint8_t flags = ioChoices.Byte();
     const std::size_t kind = ioChoices.Below(Media::kKinds);
-    const Scale& scale = kScales[(flags & 1) != 0 ? 1 + flags / 4 % 2 : 0];
+    const Scale scale = kScales[(flags & 1) != 0 ? 1 + flags / 4 % 2 : 0];
     Bytes file = ioChoices.Rest();
     if ((flags & 2) == 0) Believe(file);
     WriteAll(media.IndexPath(kind), file);

@@ -18,7 +18,7 @@ class VisitedFrames {
         friend bool operator==(const Outcome&, const Outcome&) = default;
     };
 
-    VisitedFrames(Vexmora_Handle inHandle, const Scale& inScale, Edge inEdge)
+    VisitedFrames(Vexmora_Handle inHandle, Scale inScale, Edge inEdge)
         : mHandle(inHandle), mScale(inScale), mEdge(inEdge) {
         EXPECT_EQ(Vexmora_GetFrameSizes(mHandle, &mLuma, &mChroma), Vexmora_Ok);
     }

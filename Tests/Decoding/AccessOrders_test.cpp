@@ -22,7 +22,7 @@ fs::path Stream(const std::string& inName) {
 }
 
 /// All pictures, decoded in the order given. Those decoded before are forgotten every inKept pictures.
-Pictures Decode(const fs::path& inMedia, const Scale& inScale, const std::vector<std::size_t>& inOrder,
+Pictures Decode(const fs::path& inMedia, Scale inScale, const std::vector<std::size_t>& inOrder,
                 std::size_t inKept) {
     DecodeChain chain(inMedia, inScale);
     Pictures pictures(inOrder.size(), chain.NewPicture());
@@ -37,7 +37,7 @@ Pictures Decode(const fs::path& inMedia, const Scale& inScale, const std::vector
 }
 
 /// All pictures of an elementary stream, each cut from it and decoded through a buffer, in coded order.
-Pictures DecodeFromBuffer(const fs::path& inMedia, const Scale& inScale) {
+Pictures DecodeFromBuffer(const fs::path& inMedia, Scale inScale) {
     const Bytes stream = ReadAll(inMedia);
     const std::vector<FrameRecord> records = Index(stream).records;
     std::vector<std::size_t> codedOrder(records.size());
@@ -96,7 +96,7 @@ std::string TestName(const testing::TestParamInfo<std::tuple<Video, Scale>>& inI
     const auto& [video, scale] = inInfo.param;
     std::string name = fs::path(video.name).filename().string();
     std::ranges::replace(name, '-', '_');
-    return name + '_' + scale.Name();
+    return name + '_' + NameOf(scale);
 }
 
 INSTANTIATE_TEST_SUITE_P(Videos, AccessOrders,
@@ -108,7 +108,7 @@ INSTANTIATE_TEST_SUITE_P(Videos, AccessOrders,
                                                           Video{"tools/size-100x76", {".m2v"}},
                                                           Video{"b3-100x76", {".ts"}},
                                                           Video{"started-open", {".ts"}}),
-                                          testing::Values(kFullSize, kHalfWidth, kQuarterSize)),
+                                          testing::ValuesIn(kScales)),
                          TestName);
 
 }  // namespace

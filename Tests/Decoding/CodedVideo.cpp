@@ -9,19 +9,6 @@
 namespace Vexmora::Test {
 namespace {
 
-constexpr std::array<std::uint8_t, 3> kPrefix{0, 0, 1};
-
-// Positions of start codes from kFirst to kLast, ascending.
-std::vector<std::size_t> StartCodes(const Bytes& inBytes, std::uint8_t inFirst, std::uint8_t inLast) {
-    std::vector<std::size_t> found;
-    for (auto at = inBytes.begin();; ++at) {
-        at = std::search(at, inBytes.end(), kPrefix.begin(), kPrefix.end());
-        if (inBytes.end() - at < 4) return found;
-        if (at[3] >= inFirst && at[3] <= inLast)
-            found.push_back(static_cast<std::size_t>(at - inBytes.begin()));
-    }
-}
-
 unsigned PictureStructure(const Bytes& inPicture) {
     const auto extensions = StartCodes(inPicture, 0xB5, 0xB5);
     return extensions.empty() ? 3 : inPicture.at(extensions[0] + 6) & 3;
@@ -176,7 +163,7 @@ Bytes MakeSmallStream(unsigned inSeed, bool inAsFields) {
     return MakeRandomStream(plan, inSeed, features).All();
 }
 
-BufferInstance::BufferInstance(const HostServices& inServices, const Scale& inScale) : mScale(inScale) {
+BufferInstance::BufferInstance(const HostServices& inServices, Scale inScale) : mScale(inScale) {
     EXPECT_EQ(Vexmora_OpenBufferInstance(inServices, kCapacity, &mHandle, &mBuffer), Vexmora_Ok);
 }
 
@@ -192,7 +179,7 @@ Vexmora_Status BufferInstance::Decode(const Bytes& inBytes, unsigned inType, con
                                       const FramePlanes& inBackward, const FramePlanes& inOutput) {
     std::memcpy(mBuffer, inBytes.data(), std::min<std::size_t>(inBytes.size(), kCapacity));
     return Vexmora_GetFrameFromBuffer(mHandle, static_cast<std::uint32_t>(inBytes.size()), inType, &inForward,
-                                      &inBackward, &inOutput, mScale.mode, mScale.subMode);
+                                      &inBackward, &inOutput, ModeOf(mScale), SubModeOf(mScale));
 }
 
 Picture420 BufferInstance::NewPicture() const {

@@ -34,7 +34,7 @@ Bytes MakeSmallStream(unsigned inSeed, bool inAsFields);
 /// A buffer instance, closed at the end.
 class BufferInstance {
   public:
-    BufferInstance(const HostServices& inServices, const Scale& inScale);
+    BufferInstance(const HostServices& inServices, Scale inScale);
     ~BufferInstance() { Vexmora_CloseFile(mHandle); }
     BufferInstance(const BufferInstance&) = delete;
     BufferInstance& operator=(const BufferInstance&) = delete;

@@ -3,7 +3,6 @@
 //
 // VEXMORA_RUNS: how many damaged copies of small streams; VEXMORA_SEED: of the damage.
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <set>
 
@@ -25,7 +24,7 @@ bool IsSmall(const Picture420& inPicture) {
 
 // One video at one scale, with what is to come out of it.
 struct Original {
-    Original(const HostServices& inServices, const Bytes& inStream, const Scale& inScale)
+    Original(const HostServices& inServices, const Bytes& inStream, Scale inScale)
         : video(CutIntoPictures(inStream)),
           scale(inScale),
           instance(std::make_unique<BufferInstance>(inServices, inScale)),
@@ -50,12 +49,9 @@ constexpr std::size_t kHeaderBytes = 160;
 
 class Damage : public testing::Test {
   protected:
-    Damage() : mMedia(fs::temp_directory_path() / ("vexmora_damage_" + std::to_string(getpid()))) {
-        Vexmora_Startup();
-    }
+    Damage() { Vexmora_Startup(); }
     ~Damage() override {
         Vexmora_Shutdown();
-        fs::remove(mMedia);
         EXPECT_EQ(mHost.LiveBlocks(), 0);
     }
 
@@ -135,7 +131,7 @@ class Damage : public testing::Test {
         Vexmora_CloseFile(handle);
     }
 
-    OriginalFile MakeOriginalFile(const Bytes& inStream, const Scale& inScale) {
+    OriginalFile MakeOriginalFile(const Bytes& inStream, Scale inScale) {
         OriginalFile file{inStream, Index(inStream), inScale, {}};
         WriteAll(mMedia, inStream);
         DecodeChain chain(mMedia, inScale);
@@ -147,7 +143,8 @@ class Damage : public testing::Test {
 
     std::mt19937 mRandom{Option("VEXMORA_SEED", 20)};
     const unsigned mRuns = Option("VEXMORA_RUNS", 300);
-    const fs::path mMedia;
+    const TemporaryFolder mFolder;
+    const fs::path mMedia = mFolder / "media";
     ExactHost mHost;
     unsigned mDamagedPictures = 0;
     unsigned mSparedPictures = 0;
@@ -161,7 +158,7 @@ TEST_F(Damage, PicturesInBuffersHarmNoOthers) {
     std::vector<Original> originals;
     for (const Bytes& stream : {MakeSmallStream(1, false), MakeSmallStream(2, true),
                                 ReadStream("tiny-odd-96x80.m2v"), ReadStream("tiny-64x48.m2v")}) {
-        for (const Scale& scale : kScales) originals.emplace_back(mHost.Services(), stream, scale);
+        for (const Scale scale : kScales) originals.emplace_back(mHost.Services(), stream, scale);
     }
     for (unsigned run = 0; run < mRuns; ++run) {
         SCOPED_TRACE(run);
@@ -180,7 +177,7 @@ TEST_F(Damage, FilesGiveStatusesAndTheFramesThatItSpared) {
     for (const Bytes& stream :
          {MakeSmallStream(1, false), ReadStream("tiny-odd-96x80.m2v"), ReadStream("tiny-64x48.m2v"),
           ReadStream("tiny-64x48.ts"), ReadStream("tiny-100x76.mpg")}) {
-        for (const Scale& scale : kScales) files.push_back(MakeOriginalFile(stream, scale));
+        for (const Scale scale : kScales) files.push_back(MakeOriginalFile(stream, scale));
     }
     for (unsigned run = 0; run < mRuns; ++run) {
         SCOPED_TRACE(run);

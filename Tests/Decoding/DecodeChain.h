@@ -6,22 +6,22 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
-#include <cstdlib>
 #include <filesystem>
 #include <map>
 #include <memory>
-#include <ostream>
-#include <string>
 #include <vector>
 
 #include "Support/FolderHost.h"
+#include "Vexmora/PlaneLayout.h"
 
 namespace Vexmora::Test {
 
 /// Planes without a byte to spare, so that a sanitizer sees each access beyond them.
 struct Picture420 {
-    Picture420(std::uint32_t inLumaBytes, std::uint32_t inChromaBytes, std::uint8_t inFill = 0x55)
+    Picture420(std::size_t inLumaBytes, std::size_t inChromaBytes, std::uint8_t inFill = 0x55)
         : luma(inLumaBytes, inFill), cb(inChromaBytes, inFill), cr(inChromaBytes, inFill) {}
+    explicit Picture420(const PlaneLayout& inLayout, std::uint8_t inFill = 0x55)
+        : Picture420(inLayout.lumaBytes, inLayout.chromaBytes, inFill) {}
 
     FramePlanes Planes() { return {{luma.data(), cb.data(), cr.data()}}; }
     friend bool operator==(const Picture420&, const Picture420&) = default;
@@ -31,55 +31,50 @@ struct Picture420 {
     std::vector<std::uint8_t> cr;
 };
 
-/// What a host asks for with its two trailing arguments.
-struct Scale {
-    std::uint32_t mode = 0;
-    std::uint32_t subMode = 0;
-    std::uint32_t widthDivisor = 1;
-    std::uint32_t heightDivisor = 1;
+using Scale = DecodeScale;
+inline constexpr std::array kScales{Scale::Full, Scale::HalfWidth, Scale::Quarter};
+/// What a host asks for a scale with.
+constexpr std::uint32_t ModeOf(Scale in) {
+    return in == Scale::Full ? 0 : 1;
+}
+constexpr std::uint32_t SubModeOf(Scale in) {
+    return in == Scale::Quarter ? 1 : 0;
+}
+inline const char* NameOf(Scale in) {
+    return in == Scale::Full ? "Full" : in == Scale::HalfWidth ? "HalfWidth" : "Quarter";
+}
 
-    const char* Name() const { return mode == 0 ? "Full" : subMode == 0 ? "HalfWidth" : "Quarter"; }
-    friend void PrintTo(const Scale& inScale, std::ostream* outText) { *outText << inScale.Name(); }
-};
-inline constexpr Scale kFullSize{};
-inline constexpr Scale kHalfWidth{1, 0, 2, 1};
-inline constexpr Scale kQuarterSize{1, 1, 2, 2};
-inline constexpr std::array kScales{kFullSize, kHalfWidth, kQuarterSize};
-
-/// Calls inVisit(first sample, count) for the visible part of every row: Y, Cb, Cr.
+/// Calls inVisit(line, first sample, count) for the visible part of every row: Y, Cb, Cr.
 template <typename Picture, typename Visit>
-void ForEachVisibleRow(Picture& ioPicture, const FileInfo& inInfo, const Scale& inScale, Visit inVisit) {
-    const auto padded = [](std::uint32_t in) { return (in + 127) / 128 * 128; };
-    const std::uint32_t width = inInfo.width / inScale.widthDivisor;
-    const std::uint32_t height = inInfo.height / inScale.heightDivisor;
-    const std::uint32_t pitch = inInfo.pitch / inScale.widthDivisor;
-    const auto visit = [&](auto& ioPlane, std::uint32_t inStep, std::uint32_t inWidth,
+void ForEachRow(Picture& ioPicture, const PlaneLayout& inLayout, Visit inVisit) {
+    const auto visit = [&](auto& ioPlane, std::uint32_t inPitch, std::uint32_t inWidth,
                            std::uint32_t inHeight) {
-        EXPECT_LE(std::size_t{inStep} * inHeight, ioPlane.size());
-        for (std::uint32_t y = 0; y < inHeight; ++y)
-            inVisit(ioPlane.data() + std::size_t{y} * inStep, inWidth);
+        EXPECT_LE(std::size_t{inPitch} * inHeight, ioPlane.size());
+        for (std::size_t line = 0; line < inHeight; ++line)
+            inVisit(line, ioPlane.data() + line * inPitch, inWidth);
     };
-    visit(ioPicture.luma, padded(pitch), width, height);
-    visit(ioPicture.cb, padded(pitch / 2), (width + 1) / 2, (height + 1) / 2);
-    visit(ioPicture.cr, padded(pitch / 2), (width + 1) / 2, (height + 1) / 2);
+    visit(ioPicture.luma, inLayout.pitches.luma, inLayout.width, inLayout.height);
+    visit(ioPicture.cb, inLayout.pitches.chroma, inLayout.chromaWidth, inLayout.chromaHeight);
+    visit(ioPicture.cr, inLayout.pitches.chroma, inLayout.chromaWidth, inLayout.chromaHeight);
 }
 
 /// The visible samples of a picture without padding: Y, Cb, Cr.
-inline std::vector<std::uint8_t> Visible(const Picture420& inPicture, const FileInfo& inInfo,
-                                         const Scale& inScale = kFullSize) {
+inline std::vector<std::uint8_t> Visible(const Picture420& inPicture, const PlaneLayout& inLayout) {
     std::vector<std::uint8_t> samples;
-    ForEachVisibleRow(inPicture, inInfo, inScale, [&](const std::uint8_t* inRow, std::uint32_t inCount) {
+    ForEachRow(inPicture, inLayout, [&](std::size_t, const std::uint8_t* inRow, std::size_t inCount) {
         samples.insert(samples.end(), inRow, inRow + inCount);
     });
     return samples;
 }
 
-/// The opposite: samples as Visible gives them become the visible ones of a full-size picture.
-inline void SetVisible(const std::uint8_t* inSamples, const FileInfo& inInfo, Picture420& outPicture) {
-    ForEachVisibleRow(outPicture, inInfo, kFullSize, [&](std::uint8_t* outRow, std::uint32_t inCount) {
+/// The opposite: samples as Visible gives them become a picture.
+inline Picture420 PictureOf(const std::uint8_t* inSamples, const PlaneLayout& inLayout) {
+    Picture420 picture(inLayout);
+    ForEachRow(picture, inLayout, [&](std::size_t, std::uint8_t* outRow, std::size_t inCount) {
         std::copy_n(inSamples, inCount, outRow);
         inSamples += inCount;
     });
+    return picture;
 }
 
 /// Of the size that the handle asks for.
@@ -94,7 +89,7 @@ inline constexpr std::int32_t kNoReference = 0x7FFFFFFF;
 
 /// Decodes a frame, predicted from the planes that inPlanesOf(frame) gives for its references.
 template <typename PlanesOf, typename Picture>
-Vexmora_Status DecodeFrame(Vexmora_Handle inHandle, std::int32_t inFrame, const Scale& inScale,
+Vexmora_Status DecodeFrame(Vexmora_Handle inHandle, std::int32_t inFrame, Scale inScale,
                            const PlanesOf& inPlanesOf, Picture& outPicture) {
     std::int32_t past = 0;
     std::int32_t future = 0;
@@ -103,13 +98,14 @@ Vexmora_Status DecodeFrame(Vexmora_Handle inHandle, std::int32_t inFrame, const 
     const FramePlanes forward = past != kNoReference ? inPlanesOf(past) : FramePlanes{};
     const FramePlanes backward = future != kNoReference ? inPlanesOf(future) : FramePlanes{};
     const FramePlanes output = outPicture.Planes();
-    return Vexmora_GetFrame(inHandle, inFrame, &forward, &backward, &output, inScale.mode, inScale.subMode);
+    return Vexmora_GetFrame(inHandle, inFrame, &forward, &backward, &output, ModeOf(inScale),
+                            SubModeOf(inScale));
 }
 
 /// A file that was indexed and opened; decoded pictures are kept.
 class DecodeChain {
   public:
-    explicit DecodeChain(const std::filesystem::path& inMedia, const Scale& inScale = kFullSize)
+    explicit DecodeChain(const std::filesystem::path& inMedia, Scale inScale = Scale::Full)
         : mMedia(inMedia), mHost(mFolder.Path()), mScale(inScale) {
         Vexmora_Startup();
         Vexmora_Status status = Open();
@@ -142,6 +138,7 @@ class DecodeChain {
     }
     Vexmora_Handle Handle() const { return mHandle; }
     const FileInfo& Info() const { return mInfo; }
+    PlaneLayout Layout() const { return PlaneLayoutOf(mInfo, mScale); }
     const IndexHeader& Header() const { return mHeader; }
     Picture420 NewPicture() const { return Test::NewPicture(mHandle); }
     void Forget() { mPictures.clear(); }
@@ -159,7 +156,6 @@ class DecodeChain {
             decoded.picture);
         return mPictures.emplace(inFrame, std::move(decoded)).first->second;
     }
-    static constexpr std::int32_t kNone = kNoReference;
 
   private:
     const TemporaryFolder mFolder;

@@ -123,19 +123,20 @@ TEST_F(FrameAccess, AMacroblockInErrorIsRedAtEveryScale) {
         const Bytes picture =
             Join({PictureHeader(0, 1), PictureCodingExtension(), faulty, slice(4, 0b0011).Take(),
                   SequenceEnd()});  // from the fourth macroblock on
-        for (const Scale& scale : kScales) {
-            SCOPED_TRACE(testing::PrintToString(scale) + ", " + std::to_string(fault));
+        for (const Scale scale : kScales) {
+            SCOPED_TRACE(NameOf(scale) + std::string(", ") + std::to_string(fault));
             Vexmora_CloseFile(mHandle);
             ASSERT_EQ(Vexmora_OpenBufferInstance(mHost.Services(), 65536, &mHandle, &buffer), Vexmora_Ok);
             const Bytes data = Join({VideoHeaders(), picture});
             std::memcpy(buffer, data.data(), data.size());
             std::fill(mPicture.luma.begin(), mPicture.luma.end(), 7);
             const FramePlanes output = mPicture.Planes();
-            EXPECT_EQ(Vexmora_GetFrameFromBuffer(mHandle, static_cast<std::uint32_t>(data.size()), 1,
-                                                 &kNoPlanes, &kNoPlanes, &output, scale.mode, scale.subMode),
-                      Vexmora_NoSuchFrame);
-            const std::size_t width = 16 / scale.widthDivisor;
-            const std::size_t height = 16 / scale.heightDivisor;
+            EXPECT_EQ(
+                Vexmora_GetFrameFromBuffer(mHandle, static_cast<std::uint32_t>(data.size()), 1, &kNoPlanes,
+                                           &kNoPlanes, &output, ModeOf(scale), SubModeOf(scale)),
+                Vexmora_NoSuchFrame);
+            const std::size_t width = scale == Scale::Full ? 16 : 8;
+            const std::size_t height = scale == Scale::Quarter ? 8 : 16;
             EXPECT_EQ(mPicture.luma[width - 1], 128);
             EXPECT_EQ(mPicture.luma[width], 81);
             EXPECT_EQ(mPicture.luma[2 * width - 1], 81);

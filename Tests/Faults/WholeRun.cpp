@@ -31,7 +31,7 @@ RunResult WholeRun::Run(const FaultPlan& inPlan, Length inLength) {
     if (inLength == Length::Whole) {
         DecodeFile();
         Close();
-        for (const Scale& scale : kScales) DecodeFromBuffer(scale);
+        for (Scale scale : kScales) DecodeFromBuffer(scale);
         IndexBuffers();
     } else {
         Close();
@@ -99,11 +99,11 @@ void WholeRun::DecodeFile() {
     std::uint32_t chroma = 0;
     Until(Phase::Query, Vexmora_Ok, [&] { return Vexmora_GetFrameSizes(mHandle, &luma, &chroma); });
     mBlank = {luma, chroma};
-    for (const Scale& scale : kScales) DecodeAt(scale, false);
-    DecodeAt(kFullSize, true);
+    for (Scale scale : kScales) DecodeAt(scale, false);
+    DecodeAt(Scale::Full, true);
 }
 
-void WholeRun::DecodeAt(const Scale& inScale, bool inBackwards) {
+void WholeRun::DecodeAt(Scale inScale, bool inBackwards) {
     mFrames.clear();
     for (std::int32_t i = 0; i < std::int32_t{kPaddedPictures}; ++i) {
         Note(Frame(inBackwards ? std::int32_t{kPaddedPictures} - 1 - i : i, inScale));
@@ -111,7 +111,7 @@ void WholeRun::DecodeAt(const Scale& inScale, bool inBackwards) {
 }
 
 // With all that it is predicted from.
-Picture420& WholeRun::Frame(std::int32_t inFrame, const Scale& inScale) {
+Picture420& WholeRun::Frame(std::int32_t inFrame, Scale inScale) {
     if (const auto found = mFrames.find(inFrame); found != mFrames.end()) return found->second;
     constexpr std::int32_t kNone = 0x7FFFFFFF;
     std::int32_t past = kNone;
@@ -126,13 +126,13 @@ Picture420& WholeRun::Frame(std::int32_t inFrame, const Scale& inScale) {
     Picture420& picture = mFrames.emplace(inFrame, mBlank).first->second;
     const FramePlanes output = picture.Planes();
     Until(Phase::Decode, Vexmora_Ok, [&] {
-        return Vexmora_GetFrame(mHandle, inFrame, &forward, &backward, &output, inScale.mode,
-                                inScale.subMode);
+        return Vexmora_GetFrame(mHandle, inFrame, &forward, &backward, &output, ModeOf(inScale),
+                                SubModeOf(inScale));
     });
     return picture;
 }
 
-void WholeRun::DecodeFromBuffer(const Scale& inScale) {
+void WholeRun::DecodeFromBuffer(Scale inScale) {
     constexpr std::uint32_t kCapacity = 65536;
     const HostServices services = mHost.Services();
     std::uint8_t* buffer = nullptr;
@@ -153,7 +153,7 @@ void WholeRun::DecodeFromBuffer(const Scale& inScale) {
             std::memcpy(buffer, data.data(), data.size());
             return Vexmora_GetFrameFromBuffer(mHandle, static_cast<std::uint32_t>(data.size()),
                                               unit.picture_coding_type, &forward, &backward, &output,
-                                              inScale.mode, inScale.subMode);
+                                              ModeOf(inScale), SubModeOf(inScale));
         });
         Note(picture);
         mFrames.emplace(static_cast<std::int32_t>(unit.frame), std::move(picture));

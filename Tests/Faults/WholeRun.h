@@ -49,9 +49,9 @@ class WholeRun {
     std::int32_t Open();
     void OpenIndexed();
     void DecodeFile();
-    void DecodeAt(const Scale& inScale, bool inBackwards);
-    Picture420& Frame(std::int32_t inFrame, const Scale& inScale);
-    void DecodeFromBuffer(const Scale& inScale);
+    void DecodeAt(Scale inScale, bool inBackwards);
+    Picture420& Frame(std::int32_t inFrame, Scale inScale);
+    void DecodeFromBuffer(Scale inScale);
     void IndexBuffers();
     void Close();
     void Note(const Picture420& inPicture);

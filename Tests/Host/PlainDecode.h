@@ -71,26 +71,22 @@ class IndexedFile {
 
     /// The samples of a record of a sound stream by way of the exports alone, each picture decoded once.
     Samples Plain(std::int32_t inRecord, Scale inScale) {
-        return Visible(PlainPicture(inRecord, inScale), mInfo,
-                       kTestScales[static_cast<std::size_t>(inScale)]);
+        return Visible(PlainPicture(inRecord, inScale),
+                       PlaneLayoutOf(mInfo, static_cast<Vexmora::DecodeScale>(inScale)));
     }
     const Records& AllRecords() const { return mRecords; }
     Vexmora_Handle Handle() const { return mHandle.get(); }
 
   private:
-    static constexpr Vexmora::Test::Scale kTestScales[] = {
-        Vexmora::Test::kFullSize, Vexmora::Test::kHalfWidth, Vexmora::Test::kQuarterSize};
-
     Vexmora::Test::Picture420& PlainPicture(std::int32_t inRecord, Scale inScale) {
         const auto key = std::pair(inRecord, inScale);
         if (const auto found = mPlain.find(key); found != mPlain.end()) return found->second;
         // Planes of the host's layout, each without a byte to spare.
         const PictureLayout layout = LayoutOf(mInfo, {}, inScale);
-        Vexmora::Test::Picture420 picture(static_cast<std::uint32_t>(layout.cbOffset),
-                                          static_cast<std::uint32_t>(layout.crOffset - layout.cbOffset));
+        Vexmora::Test::Picture420 picture(layout.cbOffset, layout.crOffset - layout.cbOffset);
         const auto planesOf = [&](std::int32_t in) { return PlainPicture(in, inScale).Planes(); };
-        EXPECT_EQ(DecodeFrame(mHandle.get(), inRecord, kTestScales[static_cast<std::size_t>(inScale)],
-                              planesOf, picture),
+        EXPECT_EQ(DecodeFrame(mHandle.get(), inRecord, static_cast<Vexmora::DecodeScale>(inScale), planesOf,
+                              picture),
                   Vexmora_Ok);
         return mPlain.emplace(key, std::move(picture)).first->second;
     }

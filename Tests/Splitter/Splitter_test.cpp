@@ -23,7 +23,7 @@ Bytes Video(std::size_t inSliceSize = 300) {
 std::vector<Bytes> Pieces(const Bytes& inVideo) {
     std::vector<Bytes> pieces;
     auto from = inVideo.begin();
-    for (const std::size_t code : PictureStartCodes(inVideo)) {
+    for (const std::size_t code : StartCodes(inVideo)) {
         const auto to = inVideo.begin() + static_cast<std::ptrdiff_t>(code + 4);
         pieces.emplace_back(from, to);
         from = to;

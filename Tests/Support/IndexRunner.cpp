@@ -51,7 +51,7 @@ std::vector<std::size_t> RandomCuts(std::size_t inStreamSize, std::size_t inSmal
 }
 
 std::vector<Extent> ExpectedExtents(const Packetised& inStream) {
-    const std::vector<std::size_t> pictures = PictureStartCodes(inStream.video);
+    const std::vector<std::size_t> pictures = StartCodes(inStream.video);
     std::vector<Extent> extents;
     for (std::size_t index = 0; index < pictures.size(); ++index) {
         const std::size_t offset = inStream.PacketPosition(pictures[index]);

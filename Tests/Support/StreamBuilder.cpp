@@ -2,6 +2,7 @@
 #include "Support/StreamBuilder.h"
 
 #include <algorithm>
+#include <array>
 #include <stdexcept>
 
 namespace Vexmora::Test {
@@ -122,14 +123,15 @@ Bytes Picture(unsigned inTemporalReference, unsigned inType, std::size_t inSlice
         {PictureHeader(inTemporalReference, inType), PictureCodingExtension(inFlags), Slice(inSliceSize)});
 }
 
-std::vector<std::size_t> PictureStartCodes(const Bytes& inVideo) {
-    std::vector<std::size_t> positions;
-    for (std::size_t at = 0; at + 4 <= inVideo.size(); ++at) {
-        if (inVideo[at] == 0 && inVideo[at + 1] == 0 && inVideo[at + 2] == 1 && inVideo[at + 3] == 0) {
-            positions.push_back(at);
-        }
+std::vector<std::size_t> StartCodes(const Bytes& inBytes, std::uint8_t inFirst, std::uint8_t inLast) {
+    static constexpr std::array<std::uint8_t, 3> kPrefix{0, 0, 1};
+    std::vector<std::size_t> found;
+    for (auto at = inBytes.begin();; ++at) {
+        at = std::search(at, inBytes.end(), kPrefix.begin(), kPrefix.end());
+        if (inBytes.end() - at < 4) return found;
+        if (at[3] >= inFirst && at[3] <= inLast)
+            found.push_back(static_cast<std::size_t>(at - inBytes.begin()));
     }
-    return positions;
 }
 
 Bytes PesPacket(unsigned inStreamId, std::span<const std::uint8_t> inPayload,

@@ -71,8 +71,8 @@ Bytes Slice(std::size_t inSize = 40);
 Bytes Picture(unsigned inTemporalReference, unsigned inType, std::size_t inSliceSize = 40,
               const PictureFlags& inFlags = {});
 
-/// Where the picture start codes of a video stream are, byte by byte, in stream order.
-std::vector<std::size_t> PictureStartCodes(const Bytes& inVideo);
+/// Where the start codes from inFirst to inLast are, those of pictures by default: byte by byte, ascending.
+std::vector<std::size_t> StartCodes(const Bytes& inBytes, std::uint8_t inFirst = 0, std::uint8_t inLast = 0);
 
 // ---- Packets (ISO/IEC 13818-1, 2.4 and 2.5) ---------------------------------------------------------------
 

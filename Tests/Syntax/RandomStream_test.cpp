@@ -6,8 +6,7 @@
 #include <map>
 
 #include "Decoding/CodedVideo.h"
-#include "Decoding/Mpeg2dec.h"
-#include "Syntax/FrameLayout.h"
+#include "Decoding/OtherDecoders.h"
 #include "Syntax/RandomStream.h"
 
 namespace Vexmora::Test {
@@ -29,7 +28,7 @@ class RandomStreams : public testing::TestWithParam<StreamPlan> {
     void SetUp() override {
         Features features;
         mStream = MakeRandomStream(GetParam(), SyntaxSeed(), features);
-        mLayout = {mStream.sequence.width, mStream.sequence.height};
+        mLayout = LayoutAt(Scale::Full);
         WriteAll(mMedia, mStream.All());
         Vexmora_Startup();
     }
@@ -51,26 +50,17 @@ class RandomStreams : public testing::TestWithParam<StreamPlan> {
     }
     // Decodes every picture from what inFrames has for its references, and compares it with what they have.
     void CompareEach(const Samples& inFrames, const Decode& inDecode);
-    Picture420 FrameOf(const Samples& inFrames, unsigned inNumber) const {
-        Picture420 picture = mLayout.NewPicture();
-        mLayout.VisitRows(picture, inNumber * mLayout.SampleCount(),
-                          [&](std::size_t, std::uint8_t* outRow, std::size_t inSample, std::size_t inCount) {
-                              std::copy_n(inFrames.begin() + static_cast<std::ptrdiff_t>(inSample), inCount,
-                                          outRow);
-                          });
-        return picture;
+    PlaneLayout LayoutAt(Scale inScale) const {
+        return PlaneLayoutOf(mStream.sequence.width, mStream.sequence.height, inScale);
     }
-    // Only the first field of a frame is there when the second one is decoded.
-    void ForgetLines(Picture420& ioPicture, unsigned inPictureStructure) const {
-        mLayout.VisitRows(ioPicture, 0,
-                          [&](std::size_t inLine, std::uint8_t* outRow, std::size_t, std::size_t inCount) {
-                              if (HasLine(inPictureStructure, inLine)) std::fill_n(outRow, inCount, 0x55);
-                          });
+    std::size_t FrameSamples() const { return std::size_t{mLayout.width} * mLayout.height * 3 / 2; }
+    const std::uint8_t* SamplesOf(const Samples& inFrames, unsigned inNumber) const {
+        return inFrames.data() + inNumber * FrameSamples();
     }
 
     const ExactHost mHost;
     RandomStream mStream;
-    FrameLayout mLayout;
+    PlaneLayout mLayout;
     const TemporaryFolder mFolder;
     const fs::path mMedia = mFolder / "random.m2v";
 };
@@ -79,7 +69,7 @@ void RandomStreams::CompareEach(const Samples& inFrames, const Decode& inDecode)
     const auto frameCount = static_cast<std::size_t>(
         std::count_if(mStream.pictures.begin(), mStream.pictures.end(),
                       [](const RandomStream::Picture& in) { return !in.syntax.isSecondField; }));
-    ASSERT_EQ(inFrames.size(), frameCount * mLayout.SampleCount());
+    ASSERT_EQ(inFrames.size(), frameCount * FrameSamples());
     std::map<unsigned, Picture420> references;
     unsigned past = 0;
     unsigned future = 0;
@@ -89,10 +79,15 @@ void RandomStreams::CompareEach(const Samples& inFrames, const Decode& inDecode)
         if (syntax.picture_coding_type != kPictureTypeB && !syntax.isSecondField) {
             past = future;
             future = number;
-            references.emplace(number, FrameOf(inFrames, number));
+            references.emplace(number, PictureOf(SamplesOf(inFrames, number), mLayout));
         }
-        Picture420 output = FrameOf(inFrames, number);
-        ForgetLines(output, syntax.isSecondField ? syntax.picture_structure : 3);
+        const std::uint8_t* const theirs = SamplesOf(inFrames, number);
+        Picture420 output = PictureOf(theirs, mLayout);
+        ForEachRow(output, mLayout, [&](std::size_t inLine, std::uint8_t* outRow, std::size_t inCount) {
+            // Only the first field of a frame is there when the second one is decoded.
+            if (!syntax.isSecondField || HasLine(syntax.picture_structure, inLine))
+                std::fill_n(outRow, inCount, 0x55);
+        });
         References planes;
         if (i > 1 || (i == 1 && !syntax.isSecondField)) planes.forward = references.at(past).Planes();
         planes.backward = references.at(future).Planes();
@@ -102,17 +97,16 @@ void RandomStreams::CompareEach(const Samples& inFrames, const Decode& inDecode)
         int largest = 0;
         std::size_t different = 0;
         std::size_t count = 0;
-        mLayout.VisitRows(
-            output, number * mLayout.SampleCount(),
-            [&](std::size_t inLine, std::uint8_t* inRow, std::size_t inSample, std::size_t inCount) {
-                if (!HasLine(syntax.picture_structure, inLine)) return;
-                for (std::size_t x = 0; x < inCount; ++x) {
-                    const int d = std::abs(inRow[x] - inFrames[inSample + x]);
-                    largest = std::max(largest, d);
-                    different += d != 0;
-                }
-                count += inCount;
-            });
+        const std::uint8_t* their = theirs;
+        ForEachRow(output, mLayout, [&](std::size_t inLine, const std::uint8_t* inRow, std::size_t inCount) {
+            for (std::size_t x = 0; x < inCount; ++x, ++their) {
+                if (!HasLine(syntax.picture_structure, inLine)) continue;
+                const int d = std::abs(inRow[x] - *their);
+                largest = std::max(largest, d);
+                different += d != 0;
+                ++count;
+            }
+        });
         const std::string what =
             "picture " + std::to_string(i) + ", type " + std::to_string(syntax.picture_coding_type) +
             ", structure " + std::to_string(syntax.picture_structure) + ", frame " + std::to_string(number);
@@ -141,7 +135,7 @@ std::string PlanName(const testing::TestParamInfo<StreamPlan>& inInfo) {
 
 class FromBufferAsByMpeg2dec : public RandomStreams {};
 TEST_P(FromBufferAsByMpeg2dec, EachPictureIsDecoded) {
-    BufferInstance instance(mHost.Services(), kFullSize);
+    BufferInstance instance(mHost.Services(), Scale::Full);
     CompareEach(RunMpeg2dec(mMedia, mLayout.width, mLayout.height, "-c"),
                 [&](const auto& inPicture, const References& inReferences) {
                     return DecodeFromBuffer(instance, inPicture, inReferences);
@@ -152,10 +146,11 @@ INSTANTIATE_TEST_SUITE_P(AllPlans, FromBufferAsByMpeg2dec, testing::ValuesIn(kSt
 // Which does not saturate coefficients (7.4.3).
 class FromBufferAsByFfmpeg : public RandomStreams {};
 TEST_P(FromBufferAsByFfmpeg, EachPictureIsDecoded) {
-    BufferInstance instance(mHost.Services(), kFullSize);
-    CompareEach(RunFfmpeg(mMedia, "faani"), [&](const auto& inPicture, const References& inReferences) {
-        return DecodeFromBuffer(instance, inPicture, inReferences);
-    });
+    BufferInstance instance(mHost.Services(), Scale::Full);
+    CompareEach(RunFfmpeg({{mMedia, "faani"}}).front(),
+                [&](const auto& inPicture, const References& inReferences) {
+                    return DecodeFromBuffer(instance, inPicture, inReferences);
+                });
 }
 INSTANTIATE_TEST_SUITE_P(Unsaturated, FromBufferAsByFfmpeg,
                          testing::ValuesIn(PlansWhere([](const StreamPlan& in) { return !in.saturates; })),
@@ -181,10 +176,8 @@ INSTANTIATE_TEST_SUITE_P(Frames, FromFileAsByMpeg2dec,
 // the same whatever the planes held before. The planes have no byte to spare.
 class FromBufferAtEachScale : public RandomStreams {
   protected:
-    std::vector<Samples> AllFrames(const Scale& inScale, std::uint8_t inFill) {
-        const std::size_t pitch = FrameLayout::Padded(mLayout.LumaPitch() / inScale.widthDivisor);
-        const std::size_t chromaPitch = FrameLayout::Padded(mLayout.LumaPitch() / inScale.widthDivisor / 2);
-        const std::size_t height = mLayout.height / inScale.heightDivisor;
+    std::vector<Samples> AllFrames(Scale inScale, std::uint8_t inFill) {
+        const PlaneLayout layout = LayoutAt(inScale);
         BufferInstance instance(mHost.Services(), inScale);
         std::map<unsigned, Picture420> frames;
         unsigned past = 0;
@@ -195,24 +188,19 @@ class FromBufferAtEachScale : public RandomStreams {
                 past = future;
                 future = number;
             }
-            frames.try_emplace(number, static_cast<std::uint32_t>(pitch * height),
-                               static_cast<std::uint32_t>(chromaPitch * height / 2), inFill);
+            frames.try_emplace(number, layout, inFill);
             const References planes{frames.at(past).Planes(), frames.at(future).Planes(),
                                     frames.at(number).Planes()};
             EXPECT_EQ(DecodeFromBuffer(instance, picture, planes), Vexmora_Ok) << number;
         }
-        FileInfo info{};
-        info.width = mStream.sequence.width;
-        info.height = mStream.sequence.height;
-        info.pitch = static_cast<std::uint32_t>(mLayout.LumaPitch());
         std::vector<Samples> visible;
-        for (const auto& [number, frame] : frames) visible.push_back(Visible(frame, info, inScale));
+        for (const auto& [number, frame] : frames) visible.push_back(Visible(frame, layout));
         return visible;
     }
 };
 TEST_P(FromBufferAtEachScale, FramesDependOnNothingElse) {
-    for (const Scale& scale : {kFullSize, kHalfWidth, kQuarterSize}) {
-        EXPECT_EQ(AllFrames(scale, 0), AllFrames(scale, 255)) << scale.mode << scale.subMode;
+    for (const Scale scale : kScales) {
+        EXPECT_EQ(AllFrames(scale, 0), AllFrames(scale, 255)) << NameOf(scale);
     }
 }
 INSTANTIATE_TEST_SUITE_P(AllPlans, FromBufferAtEachScale, testing::ValuesIn(kStreamPlans), PlanName);
