@@ -3,43 +3,21 @@
 
 #include <gtest/gtest.h>
 
-#include <map>
 #include <numeric>
+#include <optional>
 
 #include "Primitives/PrimitiveSupport.h"
+#include "Syntax/SyntaxWriter.h"
 
 namespace Vexmora::Test {
 namespace {
 
 struct RunLevel {
-    int run;
+    unsigned run;
     int level;
 };
-using RunLevels = std::vector<RunLevel>;
 
-/// A coefficient list turned into an encoder.
-class RunLevelEncoder {
-  public:
-    explicit RunLevelEncoder(VlcList inList) {
-        for (const ListedCode& code : CodesOf(inList, 2)) mCodes[{code.values[0], code.values[1]}] = code;
-    }
-    void Put(BitWriter& ioWriter, RunLevel inCode) const {
-        const auto [run, level] = inCode;
-        const auto found = mCodes.find({run, std::abs(level)});
-        const ListedCode& code = found != mCodes.end() ? found->second : mCodes.at({kRunEscape, 0});
-        ioWriter.Put(code.length, code.bits);
-        if (found == mCodes.end()) {
-            ioWriter.Put(6, static_cast<unsigned>(run)).Put(12, static_cast<unsigned>(level) & 0xFFF);
-        } else if (run != kRunEndOfBlock) {
-            ioWriter.Put(1, level < 0 ? 1U : 0U);
-        }
-    }
-
-  private:
-    std::map<std::pair<int, int>, ListedCode> mCodes;
-};
-
-/// Tables, encoders and the parameters of blocks.
+/// Tables, and the parameters of blocks.
 class BlockDecode : public ::testing::Test {
   protected:
     void SetUp() override {
@@ -58,16 +36,14 @@ class BlockDecode : public ::testing::Test {
         return {ViewOf(mFirst), ViewOf(mAc), mScan.data(), mWeights.data(), mScale};
     }
 
-    void PutNonIntra(BitWriter& ioWriter, const RunLevels& inCodes) const {
-        for (std::size_t i = 0; i < inCodes.size(); ++i) {
-            (i == 0 ? mFirstEncoder : mAcEncoder).Put(ioWriter, inCodes[i]);
-        }
-        mAcEncoder.Put(ioWriter, {kRunEndOfBlock, 0});
+    static void PutNonIntra(SyntaxWriter& ioWriter, RunLevel inCode) {
+        ioWriter.PutCoefficient(CoefficientTable::First, inCode.run, inCode.level, false);
+        ioWriter.PutEndOfBlock(CoefficientTable::B14);
     }
     /// With a DC differential of 0.
-    static void PutIntra(BitWriter& ioWriter, const RunLevelEncoder& inEncoder, RunLevel inCode) {
-        inEncoder.Put(ioWriter.Put(3, 0b100), inCode);
-        inEncoder.Put(ioWriter, {kRunEndOfBlock, 0});
+    static void PutIntra(SyntaxWriter& ioWriter, CoefficientTable inTable, RunLevel inCode) {
+        ioWriter.Put(3, 0b100).PutCoefficient(inTable, inCode.run, inCode.level, false);
+        ioWriter.PutEndOfBlock(inTable);
     }
 
     /// Both with the place at the next block.
@@ -83,22 +59,20 @@ class BlockDecode : public ::testing::Test {
         return block;
     }
 
-    /// Compares with the coefficients by the formulas of 7.4, given the DC coefficient if it is an intra
-    /// block.
-    void ExpectBlock(const CoefficientBlock& inBlock, const RunLevels& inCodes,
+    /// Compares with the coefficients by the formulas of 7.4: one at most, and the DC coefficient if it is an
+    /// intra block.
+    void ExpectBlock(const CoefficientBlock& inBlock, std::optional<RunLevel> inCode,
                      std::optional<int> inDc) const {
         std::array<int, 64> values{};
         int sum = 0;
-        int index = inDc ? 0 : -1;
-        const auto set = [&](int inAt, int inValue) {
-            sum += values[mScan[static_cast<std::size_t>(inAt)]] = std::clamp(inValue, -2048, 2047);
+        const auto set = [&](std::size_t inAt, int inValue) {
+            sum += values[mScan[inAt]] = std::clamp(inValue, -2048, 2047);
         };
         if (inDc) set(0, *inDc);
-        for (const RunLevel& code : inCodes) {
-            index += code.run + 1;
-            const int doubled = 2 * code.level + (inDc ? 0 : code.level < 0 ? -1 : 1);
-            const int weight = mWeights[static_cast<std::size_t>(index)];
-            set(index, static_cast<int>(static_cast<std::int64_t>(doubled) * weight * mScale / 32));
+        if (inCode) {
+            const std::size_t index = inCode->run + (inDc ? 1 : 0);
+            const int doubled = 2 * inCode->level + (inDc ? 0 : inCode->level < 0 ? -1 : 1);
+            set(index, doubled * mWeights[index] * mScale / 32);
         }
         if (sum % 2 == 0) values[63] += values[63] % 2 == 0 ? 1 : -1;
         for (std::size_t p = 0; p < 64; ++p) {
@@ -109,9 +83,7 @@ class BlockDecode : public ::testing::Test {
     }
 
     const PrimitiveTable& mPrimitives = PortablePrimitives();
-    const RunLevelEncoder mFirstEncoder{kDctFirstCoefficientList};
-    const RunLevelEncoder mAcEncoder{kDctCoefficientList};
-    const RunLevelEncoder mAlternativeEncoder{kDctCoefficientAlternativeList};
+    Features mUnused;
     VlcTable mDcSize;
     RunLevelTable mFirst, mAc, mAlternative;
     std::array<std::uint8_t, 64> mScan;
@@ -126,60 +98,22 @@ TEST_F(BlockDecode, EveryRunAndLevelInEveryTable) {
     IntraBlockCoding alternative = Intra();
     alternative.acTable = ViewOf(mAlternative);
     unsigned before = 0;
-    for (int run = 0; run < 63; ++run) {
+    for (unsigned run = 0; run < 63; ++run) {
         for (const int magnitude : levels) {
             for (const int level : {magnitude, -magnitude}) {
                 SCOPED_TRACE("run " + std::to_string(run) + ", level " + std::to_string(level));
                 before = (before + 1) % 32;
-                BitWriter writer;
-                PutNonIntra(writer.Put(before, 0), {{run, level}});
-                PutIntra(writer, mAcEncoder, {run, level});
-                PutIntra(writer, mAlternativeEncoder, {run, level});
+                SyntaxWriter writer(mUnused);
+                PutNonIntra(writer.Put(before, 0), {run, level});
+                PutIntra(writer, CoefficientTable::B14, {run, level});
+                PutIntra(writer, CoefficientTable::B15, {run, level});
                 const Bytes words = ToWords(writer.Take());
                 BitWindow position = PositionIn(words, before);
-                ExpectBlock(DecodeNonIntra(position, NonIntra()), {{run, level}}, {});
-                ExpectBlock(DecodeIntra(position, Intra()), {{run, level}}, 9 * 8);
-                ExpectBlock(DecodeIntra(position, alternative), {{run, level}}, 9 * 8);
+                ExpectBlock(DecodeNonIntra(position, NonIntra()), RunLevel{run, level}, {});
+                ExpectBlock(DecodeIntra(position, Intra()), RunLevel{run, level}, 9 * 8);
+                ExpectBlock(DecodeIntra(position, alternative), RunLevel{run, level}, 9 * 8);
                 ASSERT_EQ((position.NextBit() + 31) / 32, position.wordCount);
             }
-        }
-    }
-}
-
-TEST_F(BlockDecode, RandomMacroblocksInEveryVariant) {
-    RandomNumbers random;
-    for (int round = 0; round < 300; ++round) {
-        std::shuffle(mScan.begin() + 1, mScan.end(),
-                     std::mt19937(static_cast<unsigned>(random.Between(0, 1 << 20))));
-        for (std::uint16_t& weight : mWeights) weight = static_cast<std::uint16_t>(random.Between(1, 255));
-        mScale = random.Between(1, 112);
-        BitWriter writer;
-        std::array<RunLevels, kBlocks> expected;
-        for (RunLevels& codes : expected) {
-            int index = -1;
-            while (true) {
-                const int run = random.Between(0, 5);
-                if ((index += run + 1) > 63) break;
-                const int level = random.Between(1, random.Between(0, 3) == 0 ? 2047 : 3);
-                codes.push_back({run, random.Between(0, 1) == 0 ? level : -level});
-            }
-            PutNonIntra(writer, codes);
-        }
-        Bytes words = ToWords(writer.Take());
-        const std::size_t word_count = words.size() / 4;
-        words.resize(words.size() + kZeroBytesBehindWords);
-        ScaledPositions positions;
-        MakeScaledPositions(mScan.data(), mWeights.data(), mScale, positions);
-        const NonIntraCoding coding{ViewOf(mFirst), ViewOf(mAc), {&positions, &positions}};
-        for (const PrimitiveTable* table : RunnableTables()) {
-            BitWindow position(words.data(), word_count, 0);
-            CoefficientBlocks blocks;
-            std::uint32_t decoded = 0;
-            ASSERT_EQ(table->decodeNonIntraBlocks(position, coding, 63, blocks, decoded),
-                      PrimitiveStatus::Ok);
-            for (std::size_t block = 0; block < kBlocks; ++block)
-                ExpectBlock(blocks[block], expected[block], {});
-            ASSERT_EQ((position.NextBit() + 31) / 32, word_count);
         }
     }
 }
@@ -235,9 +169,9 @@ TEST_F(BlockDecode, QuantisationDerivedByHand) {
     for (const auto& one : kCases) {
         mWeights[1] = one.weight;
         mScale = one.scale;
-        BitWriter writer;
-        PutIntra(writer, mAcEncoder, {0, one.level});
-        PutNonIntra(writer, {{1, one.level}});
+        SyntaxWriter writer(mUnused);
+        PutIntra(writer, CoefficientTable::B14, {0, one.level});
+        PutNonIntra(writer, {1, one.level});
         const Bytes words = ToWords(writer.Take());
         BitWindow position = PositionIn(words);
         const CoefficientBlock intra = DecodeIntra(position, Intra());
@@ -248,8 +182,8 @@ TEST_F(BlockDecode, QuantisationDerivedByHand) {
         EXPECT_EQ(non_intra.values[63], one.non_intra % 2 == 0 ? 1 : 0);
     }
     // No matrix means 16 everywhere: (2 * 3 + 1) * 16 * 4 / 32.
-    BitWriter writer;
-    PutNonIntra(writer, {{1, 3}});
+    SyntaxWriter writer(mUnused);
+    PutNonIntra(writer, {1, 3});
     const Bytes words = ToWords(writer.Take());
     BitWindow position = PositionIn(words);
     mScale = 4;
@@ -259,10 +193,11 @@ TEST_F(BlockDecode, QuantisationDerivedByHand) {
 }
 
 TEST_F(BlockDecode, BadDataIsRefusedAndMovesNothing) {
-    const auto put = [this](const RunLevels& inCodes) {
-        BitWriter writer;
+    const auto put = [this](std::initializer_list<RunLevel> inCodes) {
+        SyntaxWriter writer(mUnused);
         writer.Put(3, 0b100);
-        for (const RunLevel& code : inCodes) mAcEncoder.Put(writer, code);
+        for (const auto& [run, level] : inCodes)
+            writer.PutCoefficient(CoefficientTable::B14, run, level, false);
         return writer;
     };
     const struct {
