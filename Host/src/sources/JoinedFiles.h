@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <filesystem>
 #include <span>
 #include <vector>
@@ -21,7 +22,7 @@ class JoinedFiles {
     /// Bytes of all files together.
     std::uint64_t Size() const { return mSize; }
     /// The files in their order.
-    const std::vector<Posix::InputFile>& Files() const { return mFiles; }
+    const std::deque<Posix::InputFile>& Files() const { return mFiles; }
     /// Fills outBytes from inPosition on, and answers how many there were: fewer only at the end.
     std::size_t ReadAt(std::uint64_t inPosition, std::span<std::uint8_t> outBytes) const;
 
@@ -34,8 +35,8 @@ class JoinedFiles {
     Place PlaceOf(std::uint64_t inPosition) const;
 
   private:
-    std::vector<Posix::InputFile> mFiles;
-    std::vector<std::uint64_t> mBegins;  // position of each file's first byte
+    std::deque<Posix::InputFile> mFiles;  // they do not move
+    std::vector<std::uint64_t> mBegins;   // position of each file's first byte
     std::uint64_t mSize = 0;
 };
 
