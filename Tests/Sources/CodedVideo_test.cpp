@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <map>
 #include <optional>
 #include <utility>
 
@@ -41,83 +42,95 @@ CodedVideo WithPlainPositions(CodedVideo inVideo) {
     return inVideo;
 }
 
-std::vector<std::filesystem::path> Streams(const std::string& inExtension) {
-    std::vector<std::filesystem::path> found;
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(VEXMORA_STREAM_DIR)) {
-        if (entry.path().extension() == inExtension) found.push_back(entry.path());
+// A recording that the host takes apart, with all that is made of it.
+struct Source {
+    explicit Source(const std::filesystem::path& inPath) : files({inPath}) {
+        VideoScanner scanner;
+        VideoPiece piece;
+        const auto scan = MakeScanningReader(files, packaging, chosen, account);
+        while (scan->Next(piece)) scanner.Add(piece);
+        video = scanner.Finish();
+        index = MakeSourceIndex(video, packaging.kind, files.Size(), {});
+        media.emplace([this] { return MakeRandomReader(files, packaging, account); }, video, index);
+        missing.emplace(index.index.records);
+        reader = media->OpenReader();
     }
-    return found;
-}
-
-TEST(ElementaryStreams, HaveTheIndexOfTheLibrary) {
-    int compared = 0;
-    for (const auto& path : Streams(".m2v")) {
-        const Bytes stream = ReadAll(path);
-        IndexResult expected = Index(stream);
-        const CodedVideo video = Scan(stream);
-        if (expected.done != Vexmora_Ok) continue;  // MPEG-1 video, field pictures
-        ++compared;
-        auto made = MakeSourceIndex(video, Packaging::Kind::Elementary, stream.size(), {});
-        ASSERT_EQ(made.index.records.size(), expected.records.size()) << path;
-        for (std::size_t i = 0; i < expected.records.size(); ++i) {
-            made.index.records[i].size = expected.records[i].size;
-            EXPECT_EQ(made.index.records[i], expected.records[i]) << path << i;
-        }
-        made.index.header.maxPictureSize = expected.header.maxPictureSize;
-        EXPECT_EQ(made.index.header, expected.header) << path;
-        for (const auto& cuts : {FixedCuts(stream.size(), 184), RandomCuts(stream.size(), 1, 9, 1)}) {
-            EXPECT_EQ(WithPlainPositions(Scan(stream, cuts)), WithPlainPositions(video)) << path;
-        }
-    }
-    EXPECT_GT(compared, 20);
-}
-
-// Reads a stream that is in memory, in blocks.
-class MemoryReader : public VideoReader {
-  public:
-    explicit MemoryReader(const Bytes& inVideo) : mVideo(inVideo) {}
-    void Seek(std::uint64_t inPosition) override { mAt = inPosition; }
-    bool Next(VideoPiece& outPiece) override {
-        const std::size_t size = std::min(mVideo.size() - mAt, kBlock - mAt % kBlock);
-        outPiece = {.position = mAt, .bytes = std::span(mVideo).subspan(mAt, size)};
-        mAt += size;
-        return size > 0;
-    }
-    static constexpr std::size_t kBlock = 1000;
-
-  private:
-    const Bytes& mVideo;
-    std::size_t mAt = 0;
-};
-
-// A stream in memory with all that is made of it.
-struct MemorySource {
-    explicit MemorySource(Bytes inStream)
-        : stream(std::move(inStream)), video(Scan(stream, FixedCuts(stream.size(), MemoryReader::kBlock))) {}
-
-    FrameSource Source(FrameCache& ioCache, Memory& ioMemory) {
+    FrameSource Frames() {
         const auto count = static_cast<std::uint32_t>(index.index.records.size());
-        return {*reader, media, index.index.records, missing, 0, count, 1, ioCache, ioMemory};
+        return {*reader, *media, index.index.records, *missing, 0, count, 1, cache, memory};
     }
 
     const Library library;
-    const Bytes stream;
-    const CodedVideo video;
-    const SourceIndex index = MakeSourceIndex(video, Packaging::Kind::Elementary, stream.size(), {});
-    const SourceMedia media{[this] { return std::make_unique<MemoryReader>(stream); }, video, index};
-    const MissingAnchors missing{index.index.records};
-    const std::unique_ptr<PictureReader> reader = media.OpenReader();
+    const JoinedFiles files;
+    const Packaging packaging = FindPackaging(files);
+    const ChosenVideo chosen = ChooseVideo(packaging, {}, {});
+    StreamAccount account;
+    CodedVideo video;
+    SourceIndex index;
+    std::optional<SourceMedia> media;
+    std::optional<MissingAnchors> missing;
+    std::unique_ptr<PictureReader> reader;
+    Memory memory;
+    FrameCache cache{std::size_t{64} << 20};
 };
 
-TEST(ElementaryStreams, HaveThePicturesOfTheLibrary) {
-    for (const char* const name : {"b2-open-352x288.m2v", "pulldown-352x256.m2v", "ip-64x48.m2v"}) {
-        const std::filesystem::path path = std::filesystem::path(VEXMORA_STREAM_DIR) / name;
-        IndexedFile plain(path);
-        MemorySource source(ReadAll(path));
-        Memory memory;
-        FrameCache cache{1 << 20};
-        for (const auto scale : VexmoraHost::kScales) {
-            FrameDecoder decoder(source.Source(cache, memory), scale);
+// The same stream in memory and as a file.
+struct RandomSource {
+    explicit RandomSource(const RandomStream& inStream)
+        : stream(inStream.All()), path(folder / "random.m2v"), source((WriteAll(path, stream), path)) {}
+
+    const Bytes stream;
+    const TemporaryFolder folder;
+    const std::filesystem::path path;
+    Source source;
+};
+
+const std::filesystem::path kStreams = VEXMORA_STREAM_DIR;
+
+TEST(RealStreams, HaveTheIndexOfTheLibrary) {
+    std::map<std::string, int> compared;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(kStreams)) {
+        const std::filesystem::path& path = entry.path();
+        const std::string extension = path.extension();
+        if (extension != ".m2v" && extension != ".ts" && extension != ".vob" && extension != ".mpg") continue;
+        const Bytes stream = ReadAll(path);
+        IndexResult expected = Index(stream);
+        if (expected.done != Vexmora_Ok) continue;  // MPEG-1 video, field pictures
+        ++compared[extension];
+        Source source(path);
+        auto& made = source.index.index;
+        ASSERT_EQ(made.records.size(), expected.records.size()) << path;
+        const bool isElementary = source.packaging.kind == Packaging::Kind::Elementary;
+        for (std::size_t i = 0; i < expected.records.size(); ++i) {
+            made.records[i].size = expected.records[i].size;
+            const CodedFrame* const frame = source.media->FrameOf(static_cast<std::int32_t>(i));
+            // The library does not look at extensions in the last 32 bytes.
+            if (frame == &source.video.frames.back()) made.records[i].flags = expected.records[i].flags;
+            if (!isElementary && made.records[i].size > 0) {
+                EXPECT_EQ(source.media->FrameOf(static_cast<std::int32_t>(i))->position,
+                          expected.records[i].offset);
+                made.records[i].offset = expected.records[i].offset;
+            }
+            EXPECT_EQ(made.records[i], expected.records[i]) << path << i;
+        }
+        made.header.maxPictureSize = expected.header.maxPictureSize;
+        EXPECT_EQ(made.header, expected.header) << path;
+        if (!isElementary) continue;
+        for (const auto& cuts : {FixedCuts(stream.size(), 184), RandomCuts(stream.size(), 1, 9, 1)}) {
+            EXPECT_EQ(WithPlainPositions(Scan(stream, cuts)), WithPlainPositions(source.video)) << path;
+        }
+    }
+    EXPECT_GT(compared[".m2v"], 20);
+    EXPECT_GT(compared[".ts"], 3);
+    EXPECT_GT(compared[".vob"], 2);
+}
+
+TEST(RealStreams, HaveThePicturesOfTheLibrary) {
+    for (const char* const name : {"b2-open-352x288.m2v", "b3-100x76.ts", "mplex-dvd.vob", "ip-64x48.m2v"}) {
+        IndexedFile plain(kStreams / name);
+        Source source(kStreams / name);
+        for (const auto scale : kScales) {
+            FrameDecoder decoder(source.Frames(), scale);
             for (std::uint32_t frame = 0; frame < plain.AllRecords().size(); ++frame) {
                 const SharedPicture picture = decoder.Frame(frame);
                 EXPECT_TRUE(picture->damage.None()) << name << frame;
@@ -136,10 +149,9 @@ TEST_P(RandomSources, EachFrameIsDecoded) {
     const RandomStream stream = MakeRandomStream(GetParam(), SyntaxSeed(), features);
     const auto layout =
         Vexmora::PlaneLayoutOf(stream.sequence.width, stream.sequence.height, Vexmora::DecodeScale::Full);
-    MemorySource source(stream.All());
-    const TemporaryFolder folder;
-    WriteAll(folder / "a.m2v", source.stream);
-    const Samples theirs = RunMpeg2dec(folder / "a.m2v", layout.width, layout.height, "-c");
+    RandomSource random(stream);
+    Source& source = random.source;
+    const Samples theirs = RunMpeg2dec(random.path, layout.width, layout.height, "-c");
     const std::vector<FrameRecord>& records = source.index.index.records;
     const std::size_t frameBytes = std::size_t{layout.width} * layout.height * 3 / 2;
     ASSERT_EQ(theirs.size(), records.size() * frameBytes);
@@ -149,7 +161,7 @@ TEST_P(RandomSources, EachFrameIsDecoded) {
     std::size_t different = 0;
     for (auto record = static_cast<std::int32_t>(records.size()) - 1; record >= 0; --record) {
         const FrameRecord& entry = records[static_cast<std::size_t>(record)];
-        const std::int32_t pastOfIntra = source.media.PastOfIntra(record);
+        const std::int32_t pastOfIntra = source.media->PastOfIntra(record);
         const std::int32_t past = pastOfIntra != kNoRecord ? pastOfIntra : record + entry.pastRefDelta;
         Picture420 forward = PictureOf(samplesOf(past), layout);
         Picture420 backward = PictureOf(samplesOf(record + entry.futureRefDelta), layout);
@@ -171,12 +183,10 @@ TEST_P(RandomSources, EachFrameIsDecoded) {
 
 TEST_P(RandomSources, NothingIsMissedAtAnyScale) {
     Features features;
-    MemorySource source(MakeRandomStream(GetParam(), SyntaxSeed(), features).All());
-    Memory memory;
-    FrameCache cache{std::size_t{64} << 20};
-    for (const auto scale : VexmoraHost::kScales) {
-        FrameDecoder decoder(source.Source(cache, memory), scale);
-        for (std::uint32_t frame = 0; frame < source.index.index.records.size(); ++frame) {
+    RandomSource random(MakeRandomStream(GetParam(), SyntaxSeed(), features));
+    for (const auto scale : kScales) {
+        FrameDecoder decoder(random.source.Frames(), scale);
+        for (std::uint32_t frame = 0; frame < random.source.index.index.records.size(); ++frame) {
             EXPECT_TRUE(decoder.Frame(frame)->damage.None()) << frame;
         }
     }
@@ -197,8 +207,8 @@ TEST(FieldPairs, OfAnIntraPictureNeedThePastWhereTheyArePredictedFromIt) {
         again.bytes[5] = static_cast<std::uint8_t>((again.bytes[5] & 0x3F) | 1 << 6);
         stream.pictures.insert(stream.pictures.begin() + 2 + static_cast<std::ptrdiff_t>(field), again);
     }
-    const MemorySource source(stream.All());
-    EXPECT_EQ(source.media.PastOfIntra(1), kNoRecord);
+    const RandomSource random(stream);
+    EXPECT_EQ(random.source.media->PastOfIntra(1), kNoRecord);
 }
 
 // Packets as of a transport stream: a time stamp belongs to the first picture that begins behind it.
