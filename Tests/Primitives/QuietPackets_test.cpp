@@ -31,26 +31,26 @@ QuietPackets Expected(const Bytes& inPackets) {
 }
 
 TEST(QuietPackets, RunsEndWhereAPacketTellsSomething) {
-    RandomNumbers random;
-    const auto oneIn = [&](int inCount) { return random.Between(1, inCount) == 1; };
+    Random random;
     std::size_t longest = 0;
     for (int run = 0; run < 4000; ++run) {
         Bytes packets(kPacket * static_cast<std::size_t>(random.Between(0, 12)));
         for (std::size_t at = 0; at < packets.size(); at += kPacket) {
             const auto packet = packets.begin() + static_cast<long>(at);
             for (std::size_t i = 4; i < kPacket; ++i) packet[static_cast<long>(i)] = random.Byte();
-            const unsigned pid = oneIn(4) ? 0x124 : oneIn(20) ? 0 : kPid;
-            packet[0] = oneIn(50) ? 0x46 : 0x47;
+            const unsigned pid = random.OneIn(4) ? 0x124 : random.OneIn(20) ? 0 : kPid;
+            packet[0] = random.OneIn(50) ? 0x46 : 0x47;
             packet[1] =
-                static_cast<std::uint8_t>(pid >> 8 | (oneIn(30) ? 0x40U << random.Between(0, 1) : 0U));
+                static_cast<std::uint8_t>(pid >> 8 | (random.OneIn(30) ? 0x40U << random.Between(0, 1) : 0U));
             packet[2] = static_cast<std::uint8_t>(pid);
-            packet[3] = static_cast<std::uint8_t>(random.Byte() & (oneIn(30) ? 0xFF : 0xCF)) | 0x10;
-            if (packet[187] == 0 && !oneIn(20)) packet[187] = 5;
-            if (!oneIn(3)) continue;
+            packet[3] = static_cast<std::uint8_t>(random.Byte() & (random.OneIn(30) ? 0xFF : 0xCF)) | 0x10;
+            if (packet[187] == 0 && !random.OneIn(20)) packet[187] = 5;
+            if (!random.OneIn(3)) continue;
             // A start code, of a slice more often than not, or only zeros.
-            const std::uint8_t code[] = {0, 0, oneIn(4) ? std::uint8_t{3} : std::uint8_t{1},
-                                         static_cast<std::uint8_t>(oneIn(5) ? random.Byte() : 1)};
-            std::copy_n(code, 4, packet + (oneIn(2) ? random.Between(145, 184) : random.Between(4, 184)));
+            const std::uint8_t code[] = {0, 0, random.OneIn(4) ? std::uint8_t{3} : std::uint8_t{1},
+                                         static_cast<std::uint8_t>(random.OneIn(5) ? random.Byte() : 1)};
+            std::copy_n(code, 4,
+                        packet + (random.OneIn(2) ? random.Between(145, 184) : random.Between(4, 184)));
         }
         const QuietPackets expected = Expected(packets);
         longest = std::max(longest, expected.count);

@@ -16,7 +16,7 @@ class VariantCheck : public testing::TestWithParam<const PrimitiveTable*> {
   protected:
     const PrimitiveTable& mPortable = PortablePrimitives();
     const PrimitiveTable& mTable = *GetParam();
-    RandomNumbers mRandom;
+    Random mRandom;
 };
 
 INSTANTIATE_TEST_SUITE_P(Table, VariantCheck, testing::ValuesIn(RunnableTables()),
@@ -25,7 +25,7 @@ INSTANTIATE_TEST_SUITE_P(Table, VariantCheck, testing::ValuesIn(RunnableTables()
 /// Rows of bytes at a base and a step of the test's choice, with other bytes before, between and behind them.
 class GuardedRows {
   public:
-    GuardedRows(RandomNumbers& ioRandom, std::size_t inBase, std::size_t inStep, std::size_t inRows)
+    GuardedRows(Random& ioRandom, std::size_t inBase, std::size_t inStep, std::size_t inRows)
         : mBase(kGuard + inBase), mStep(inStep), mBytes(mBase + inStep * inRows + kGuard) {
         for (std::uint8_t& byte : mBytes) byte = ioRandom.Byte();
     }
@@ -53,7 +53,7 @@ CoefficientBlock MakeBlock(const std::function<int(unsigned)>& inValueAt) {
 }
 
 /// Single coefficients, the DC coefficient alone and with mismatch control, sparse, dense and extreme blocks.
-std::vector<CoefficientBlock> MakeBlocks(RandomNumbers& ioRandom) {
+std::vector<CoefficientBlock> MakeBlocks(Random& ioRandom) {
     std::vector<CoefficientBlock> blocks;
     for (const int value : {-2048, -3, -1, 1, 2, 2047}) {
         for (unsigned at = 0; at < 64; ++at) {
@@ -225,7 +225,7 @@ struct MacroblockCoding {
         EXPECT_EQ(BuildRunLevelTable(kDctCoefficientAlternativeList, acTables[1]), PrimitiveStatus::Ok);
         for (unsigned i = 0; i < 64; ++i) scan[i] = static_cast<std::uint8_t>(i * 37 % 64);
     }
-    void SetScale(std::int32_t inScale, RandomNumbers& ioRandom) {
+    void SetScale(std::int32_t inScale, Random& ioRandom) {
         scale = inScale;
         for (std::size_t plane = 0; plane < 2; ++plane) {
             for (std::uint16_t& weight : weights[plane])

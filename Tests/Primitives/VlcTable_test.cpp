@@ -38,7 +38,7 @@ TEST(VlcTable, EveryCodeOfEveryTableDecodesAtEveryBit) {
         ASSERT_EQ(hasLevels ? BuildRunLevelTable(one.list, runLevels) : BuildVlcTable(one.list, table),
                   PrimitiveStatus::Ok);
         std::int64_t unused = 65536;
-        std::set<std::vector<std::int32_t>> values;
+        std::set<std::array<std::int32_t, 2>> values;
         for (const ListedCode& code : CodesOf(one.list, hasLevels ? 2 : 1)) {
             unused -= 65536 >> code.length;
             values.insert(code.values);

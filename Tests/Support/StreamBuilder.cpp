@@ -94,18 +94,23 @@ Bytes PictureHeader(unsigned inTemporalReference, unsigned inType) {
 }
 
 Bytes PictureCodingExtension(const PictureFlags& inFlags) {
-    return StartCode(0xB5)
-        .Put(4, 8)
-        .Put(16, 0x2222)  // f_code
-        .Put(2, 0)        // intra_dc_precision
+    BitWriter bits = StartCode(0xB5);
+    bits.Put(4, 8);
+    for (const auto& direction : inFlags.f_code) {
+        for (const unsigned f_code : direction) bits.Put(4, f_code);
+    }
+    return bits.Put(2, inFlags.intra_dc_precision)
         .Put(2, inFlags.picture_structure)
         .Put(1, inFlags.top_field_first)
-        .Put(1, 1)  // frame_pred_frame_dct
-        .Put(4, 0)
+        .Put(1, inFlags.frame_pred_frame_dct)
+        .Put(1, inFlags.concealment_motion_vectors)
+        .Put(1, inFlags.q_scale_type)
+        .Put(1, inFlags.intra_vlc_format)
+        .Put(1, inFlags.alternate_scan)
         .Put(1, inFlags.repeat_first_field)
         .Put(1, inFlags.progressive_frame)  // chroma_420_type
         .Put(1, inFlags.progressive_frame)
-        .Put(1, 0)
+        .Put(1, 0)  // composite_display_flag
         .Take();
 }
 

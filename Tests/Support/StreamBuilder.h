@@ -2,6 +2,7 @@
 // them.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -57,9 +58,17 @@ Bytes SequenceDisplayExtension(unsigned inWidth, unsigned inHeight, unsigned inV
 Bytes GopHeader(bool inClosed = true, bool inBrokenLink = false);
 Bytes SequenceEnd();
 
+/// What the picture coding extension says.
 struct PictureFlags {
+    std::array<std::array<unsigned, 2>, 2> f_code{{{2, 2}, {2, 2}}};
+    unsigned intra_dc_precision = 0;
     unsigned picture_structure = 3;
     bool top_field_first = true;
+    bool frame_pred_frame_dct = true;
+    bool concealment_motion_vectors = false;
+    bool q_scale_type = false;
+    bool intra_vlc_format = false;
+    bool alternate_scan = false;
     bool repeat_first_field = false;
     bool progressive_frame = false;
 };

@@ -9,27 +9,6 @@ namespace {
 
 constexpr unsigned kTallPicture = 2800;
 
-Bytes PictureCodingExtension(const PictureSyntax& inPicture) {
-    BitWriter bits;
-    bits.Put(32, 0x1B5).Put(4, 8);
-    for (const auto& direction : inPicture.f_code) {
-        for (const unsigned f_code : direction) bits.Put(4, f_code);
-    }
-    return bits.Put(2, inPicture.intra_dc_precision)
-        .Put(2, inPicture.picture_structure)
-        .Put(1, inPicture.top_field_first)
-        .Put(1, inPicture.frame_pred_frame_dct)
-        .Put(1, inPicture.concealment_motion_vectors)
-        .Put(1, inPicture.q_scale_type)
-        .Put(1, inPicture.intra_vlc_format)
-        .Put(1, inPicture.alternate_scan)
-        .Put(1, 0)                            // repeat_first_field
-        .Put(1, inPicture.progressive_frame)  // chroma_420_type
-        .Put(1, inPicture.progressive_frame)
-        .Put(1, 0)  // composite_display_flag
-        .Take();
-}
-
 Bytes QuantMatrixExtension(const WeightsInUse& inLoaded) {
     if (!inLoaded.intra && !inLoaded.nonIntra) return {};
     BitWriter bits;

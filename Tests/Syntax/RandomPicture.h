@@ -5,23 +5,11 @@
 #include <array>
 #include <cstdint>
 #include <optional>
-#include <random>
 
+#include "Support/Random.h"
 #include "Syntax/SyntaxWriter.h"
 
 namespace Vexmora::Test {
-
-class Random {
-  public:
-    explicit Random(std::uint32_t inSeed) : mEngine(inSeed) {}
-    int Between(int inLeast, int inMost) {
-        return inLeast + static_cast<int>(mEngine() % static_cast<std::uint32_t>(inMost - inLeast + 1));
-    }
-    bool OneIn(int inCount) { return Between(1, inCount) == 1; }
-
-  private:
-    std::mt19937 mEngine;
-};
 
 /// Weights in raster order.
 using Weights = std::array<std::uint8_t, 64>;
@@ -31,20 +19,14 @@ struct WeightsInUse {
 };
 
 /// One coded picture, a frame or a field: its header, its extensions, and what its macroblocks are like.
-struct PictureSyntax {
+struct PictureSyntax : PictureFlags {
+    PictureSyntax()
+        : PictureFlags{
+              .f_code = {{{15, 15}, {15, 15}}}, .top_field_first = false, .frame_pred_frame_dct = false} {}
+
     unsigned temporal_reference = 0;
     unsigned picture_coding_type = kPictureTypeI;
-    unsigned picture_structure = 3;
     bool isSecondField = false;
-    std::array<std::array<unsigned, 2>, 2> f_code{{{15, 15}, {15, 15}}};
-    unsigned intra_dc_precision = 0;
-    bool top_field_first = false;
-    bool frame_pred_frame_dct = false;
-    bool concealment_motion_vectors = false;
-    bool q_scale_type = false;
-    bool intra_vlc_format = false;
-    bool alternate_scan = false;
-    bool progressive_frame = false;
     /// In a quantiser matrix extension.
     WeightsInUse loaded;
 

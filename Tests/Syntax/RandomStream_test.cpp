@@ -50,6 +50,28 @@ class RandomStreams : public testing::TestWithParam<StreamPlan> {
     }
     // Decodes every picture from what inFrames has for its references, and compares it with what they have.
     void CompareEach(const Samples& inFrames, const Decode& inDecode);
+    /// The visible samples of all frames, decoded into planes full of inFill.
+    std::vector<Samples> AllFrames(Scale inScale, std::uint8_t inFill) {
+        const PlaneLayout layout = LayoutAt(inScale);
+        BufferInstance instance(mHost.Services(), inScale);
+        std::map<unsigned, Picture420> frames;
+        unsigned past = 0;
+        unsigned future = 0;
+        for (const RandomStream::Picture& picture : mStream.pictures) {
+            const unsigned number = picture.syntax.temporal_reference;
+            if (picture.syntax.picture_coding_type != kPictureTypeB && !picture.syntax.isSecondField) {
+                past = future;
+                future = number;
+            }
+            frames.try_emplace(number, layout, inFill);
+            const References planes{frames.at(past).Planes(), frames.at(future).Planes(),
+                                    frames.at(number).Planes()};
+            EXPECT_EQ(DecodeFromBuffer(instance, picture, planes), Vexmora_Ok) << number;
+        }
+        std::vector<Samples> visible;
+        for (const auto& [number, frame] : frames) visible.push_back(Visible(frame, layout));
+        return visible;
+    }
     PlaneLayout LayoutAt(Scale inScale) const {
         return PlaneLayoutOf(mStream.sequence.width, mStream.sequence.height, inScale);
     }
@@ -123,87 +145,33 @@ TEST(FeaturesOfRandomStreams, AreAllThere) {
     EXPECT_GE(features.Kinds(), 869u);
 }
 
-template <class Predicate>
-std::vector<StreamPlan> PlansWhere(const Predicate& inPredicate) {
-    std::vector<StreamPlan> plans;
-    std::copy_if(kStreamPlans.begin(), kStreamPlans.end(), std::back_inserter(plans), inPredicate);
-    return plans;
-}
-std::string PlanName(const testing::TestParamInfo<StreamPlan>& inInfo) {
-    return inInfo.param.name;
-}
-
-class FromBufferAsByMpeg2dec : public RandomStreams {};
-TEST_P(FromBufferAsByMpeg2dec, EachPictureIsDecoded) {
-    BufferInstance instance(mHost.Services(), Scale::Full);
-    CompareEach(RunMpeg2dec(mMedia, mLayout.width, mLayout.height, "-c"),
-                [&](const auto& inPicture, const References& inReferences) {
-                    return DecodeFromBuffer(instance, inPicture, inReferences);
-                });
-}
-INSTANTIATE_TEST_SUITE_P(AllPlans, FromBufferAsByMpeg2dec, testing::ValuesIn(kStreamPlans), PlanName);
-
-// Which does not saturate coefficients (7.4.3).
-class FromBufferAsByFfmpeg : public RandomStreams {};
-TEST_P(FromBufferAsByFfmpeg, EachPictureIsDecoded) {
-    BufferInstance instance(mHost.Services(), Scale::Full);
-    CompareEach(RunFfmpeg({{mMedia, "faani"}}).front(),
-                [&](const auto& inPicture, const References& inReferences) {
-                    return DecodeFromBuffer(instance, inPicture, inReferences);
-                });
-}
-INSTANTIATE_TEST_SUITE_P(Unsaturated, FromBufferAsByFfmpeg,
-                         testing::ValuesIn(PlansWhere([](const StreamPlan& in) { return !in.saturates; })),
-                         PlanName);
-
-// On all processors, where slices fill their rows. Streams of field pictures have no index.
-class FromFileAsByMpeg2dec : public RandomStreams {};
-TEST_P(FromFileAsByMpeg2dec, EachFrameIsDecoded) {
-    DecodeChain chain(mMedia);
+TEST_P(RandomStreams, ArePredictedAndDecodedAsByOtherDecoders) {
+    const auto fromBuffer =
+        [this, instance = std::make_shared<BufferInstance>(mHost.Services(), Scale::Full)](
+            const auto& inPicture, const auto& in) { return DecodeFromBuffer(*instance, inPicture, in); };
+    const Samples byMpeg2dec = RunMpeg2dec(mMedia, mLayout.width, mLayout.height, "-c");
+    CompareEach(byMpeg2dec, fromBuffer);
+    // Which does not saturate coefficients (7.4.3).
+    if (!GetParam().saturates) CompareEach(RunFfmpeg({{mMedia, "faani"}}).front(), fromBuffer);
+    // On all processors, where slices fill their rows. Streams of field pictures have no index.
+    if (GetParam().HasFields()) return;
+    const DecodeChain chain(mMedia);
     ASSERT_NE(chain.Handle(), nullptr);
-    CompareEach(RunMpeg2dec(mMedia, mLayout.width, mLayout.height, "-c"),
-                [&](const auto& inPicture, const References& inReferences) {
-                    return Vexmora_GetFrame(
-                        chain.Handle(), static_cast<std::int32_t>(inPicture.syntax.temporal_reference),
-                        &inReferences.forward, &inReferences.backward, &inReferences.output, 0, 0);
-                });
+    CompareEach(byMpeg2dec, [&](const auto& inPicture, const References& in) {
+        return Vexmora_GetFrame(chain.Handle(),
+                                static_cast<std::int32_t>(inPicture.syntax.temporal_reference), &in.forward,
+                                &in.backward, &in.output, 0, 0);
+    });
 }
-INSTANTIATE_TEST_SUITE_P(Frames, FromFileAsByMpeg2dec,
-                         testing::ValuesIn(PlansWhere([](const StreamPlan& in) { return !in.HasFields(); })),
-                         PlanName);
 
 // Every visible sample is written, by what the references and the stream say: at each scale, the frames are
 // the same whatever the planes held before. The planes have no byte to spare.
-class FromBufferAtEachScale : public RandomStreams {
-  protected:
-    std::vector<Samples> AllFrames(Scale inScale, std::uint8_t inFill) {
-        const PlaneLayout layout = LayoutAt(inScale);
-        BufferInstance instance(mHost.Services(), inScale);
-        std::map<unsigned, Picture420> frames;
-        unsigned past = 0;
-        unsigned future = 0;
-        for (const RandomStream::Picture& picture : mStream.pictures) {
-            const unsigned number = picture.syntax.temporal_reference;
-            if (picture.syntax.picture_coding_type != kPictureTypeB && !picture.syntax.isSecondField) {
-                past = future;
-                future = number;
-            }
-            frames.try_emplace(number, layout, inFill);
-            const References planes{frames.at(past).Planes(), frames.at(future).Planes(),
-                                    frames.at(number).Planes()};
-            EXPECT_EQ(DecodeFromBuffer(instance, picture, planes), Vexmora_Ok) << number;
-        }
-        std::vector<Samples> visible;
-        for (const auto& [number, frame] : frames) visible.push_back(Visible(frame, layout));
-        return visible;
-    }
-};
-TEST_P(FromBufferAtEachScale, FramesDependOnNothingElse) {
-    for (const Scale scale : kScales) {
-        EXPECT_EQ(AllFrames(scale, 0), AllFrames(scale, 255)) << NameOf(scale);
-    }
+TEST_P(RandomStreams, DependOnNothingElseAtAnyScale) {
+    for (const Scale scale : kScales) EXPECT_EQ(AllFrames(scale, 0), AllFrames(scale, 255)) << NameOf(scale);
 }
-INSTANTIATE_TEST_SUITE_P(AllPlans, FromBufferAtEachScale, testing::ValuesIn(kStreamPlans), PlanName);
+
+INSTANTIATE_TEST_SUITE_P(AllPlans, RandomStreams, testing::ValuesIn(kStreamPlans),
+                         [](const auto& inInfo) { return inInfo.param.name; });
 
 }  // namespace
 }  // namespace Vexmora::Test

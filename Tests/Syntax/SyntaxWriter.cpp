@@ -1,44 +1,30 @@
 // Looking codes up in the lists of the tables, and what is not looked up.
 #include "Syntax/SyntaxWriter.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdlib>
 #include <stdexcept>
 
-#include "mpeg2/vlc/VlcLists.h"
+#include "Support/CodeLists.h"
 
 namespace Vexmora::Test {
 namespace {
 
 constexpr int kLargestIncrement = 33;
 
-// Calls inVisit with the length and the numbers of each code, inNumbers of them.
-template <class Visit>
-void VisitCodes(VlcList inList, std::size_t inNumbers, const Visit& inVisit) {
-    std::size_t at = 2 + static_cast<std::size_t>(inList[1]);
-    for (unsigned length = 1; inList[at] != kVlcListEnd; ++length) {
-        for (std::int32_t left = inList[at++]; left > 0; --left, at += inNumbers) {
-            inVisit(length, inList.subspan(at, inNumbers));
-        }
-    }
-}
-
 void PutCode(BitWriter& ioBits, VlcList inList, int inValue) {
-    bool isFound = false;
-    VisitCodes(inList, 2, [&](unsigned inLength, VlcList inCode) {
-        if (inCode[1] != inValue || isFound) return;
-        ioBits.Put(inLength, static_cast<unsigned>(inCode[0]));
-        isFound = true;
-    });
-    if (!isFound) throw std::out_of_range("no code for this value");
+    const std::vector<ListedCode> codes = CodesOf(inList, 1);
+    const auto code = std::ranges::find(codes, inValue, [](const ListedCode& in) { return in.values[0]; });
+    if (code == codes.end()) throw std::out_of_range("no code for this value");
+    ioBits.Put(code->length, code->bits);
 }
 
 std::vector<CoefficientCode> ReadCodes(VlcList inList) {
     std::vector<CoefficientCode> codes;
-    VisitCodes(inList, 3, [&](unsigned inLength, VlcList inCode) {
-        codes.push_back(
-            {static_cast<unsigned>(inCode[1]), inCode[2], inLength, static_cast<unsigned>(inCode[0])});
-    });
+    for (const ListedCode& code : CodesOf(inList, 2)) {
+        codes.push_back({static_cast<unsigned>(code.values[0]), code.values[1], code.length, code.bits});
+    }
     return codes;
 }
 
