@@ -10,11 +10,7 @@ namespace {
 
 // Elementary streams are handed over in pieces, whose ends cut the skips that PES headers in them ask for.
 bool HasPesHeader(const Bytes& inStream) {
-    for (std::size_t at = 0; at + 4 <= inStream.size(); ++at) {
-        const bool isPrefix = inStream[at] == 0 && inStream[at + 1] == 0 && inStream[at + 2] == 1;
-        if (isPrefix && (inStream[at + 3] == 0xC0 || inStream[at + 3] == 0xE0)) return true;
-    }
-    return false;
+    return !StartCodes(inStream, 0xC0, 0xC0).empty() || !StartCodes(inStream, 0xE0, 0xE0).empty();
 }
 
 }  // namespace

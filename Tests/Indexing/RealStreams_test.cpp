@@ -43,21 +43,17 @@ RealStream Load(const std::filesystem::path& inPath) {
     return stream;
 }
 
-const std::vector<RealStream>& Streams(bool inRefused = false) {
-    static const auto load = [](bool inWanted) {
-        std::vector<RealStream> streams;
+const std::vector<RealStream>& Streams() {
+    static const std::vector<RealStream> streams = [] {
+        std::vector<RealStream> all;
         for (const auto& entry : std::filesystem::directory_iterator(VEXMORA_STREAM_DIR)) {
             const std::filesystem::path& path = entry.path();
-            const std::string extension = path.extension().string();
-            if (extension != ".m2v" && extension != ".vob" && extension != ".mpg" && extension != ".ts")
-                continue;
-            if (path.filename().string().starts_with("refused-") == inWanted) streams.push_back(Load(path));
+            const bool isStream = std::filesystem::exists(path.string() + ".pictures");
+            if (isStream && !path.filename().string().starts_with("refused-")) all.push_back(Load(path));
         }
-        return streams;
-    };
-    static const std::vector<RealStream> accepted = load(false);
-    static const std::vector<RealStream> refused = load(true);
-    return inRefused ? refused : accepted;
+        return all;
+    }();
+    return streams;
 }
 
 bool StartsWithCode(const Bytes& inBytes, std::size_t inAt, unsigned inCode) {
@@ -191,22 +187,11 @@ TEST(RealStreams, AnyBuffersGiveTheSameIndex) {
         const std::size_t size = stream.bytes.size();
         const IndexResult whole = Index(stream.bytes);
         for (const std::size_t piece : {std::size_t{1} << 24, std::size_t{4096}, std::size_t{33}}) {
-            EXPECT_TRUE(Index(stream.bytes, FixedCuts(size, piece)) == whole) << "pieces of " << piece;
+            EXPECT_TRUE(Index(stream.bytes, FixedCuts(size, piece)) == whole)
+                << "pieces of " << piece;
         }
         EXPECT_TRUE(Index(stream.bytes, RandomCuts(size, 33, 5000, seed)) == whole);
         EXPECT_TRUE(Index(stream.bytes, RandomCuts(size, 33, 200, seed)) == whole);
-    }
-}
-
-TEST(RealStreams, OtherKindsOfMpegAreRefused) {
-    ASSERT_EQ(Streams(true).size(), 2U);
-    for (const RealStream& stream : Streams(true)) {
-        const IndexResult index = Index(stream.bytes);
-        // MPEG-1 packs are told by the first bytes, MPEG-1 video by its missing extension.
-        EXPECT_EQ(index.created, stream.name.ends_with(".mpg") ? Vexmora_Failure : Vexmora_Ok);
-        if (index.created == Vexmora_Ok) {
-            EXPECT_EQ(index.done, Vexmora_Unsupported);
-        }
     }
 }
 

@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <random>
 #include <string>
 
 #include "Support/Options.h"
@@ -129,23 +128,10 @@ TEST(Splits, BuffersGiveTheSameIndexHoweverTheyAreCut) {
             ASSERT_TRUE(Index(bytes, {cut, second}) == whole) << "cut at " << cut << " and " << second;
         }
         for (std::size_t piece = 33; piece <= 400; piece += kStride) {
-            ASSERT_TRUE(Index(bytes, FixedCuts(bytes.size(), piece)) == whole) << "pieces of " << piece;
+            ASSERT_TRUE(Index(bytes, FixedCuts(bytes.size(), piece)) == whole)
+                << "pieces of " << piece;
             ASSERT_TRUE(Index(bytes, RandomCuts(bytes.size(), 33, piece, piece)) == whole)
                 << "random pieces, seed " << piece;
-        }
-    }
-}
-
-TEST(Splits, ChangedBytesMakeNoDifferenceToThat) {
-    std::mt19937_64 random(Option("VEXMORA_SEED", 1));
-    for (const Case& item : Cases()) {
-        for (std::size_t at = 4; at < item.stream.bytes.size(); at += 1 + random() % 8) {
-            Bytes damaged = item.stream.bytes;
-            damaged[at] = static_cast<std::uint8_t>(at % 3 == 0 ? 0 : damaged[at] ^ 1U << random() % 8);
-            const IndexResult whole = Index(damaged);
-            if (whole.created != Vexmora_Ok) continue;
-            const auto cuts = RandomCuts(damaged.size(), 33, 300, random());
-            ASSERT_TRUE(Index(damaged, cuts) == whole) << item.name << " changed at " << at;
         }
     }
 }

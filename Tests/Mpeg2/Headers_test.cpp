@@ -164,13 +164,9 @@ Bytes TypedHeader(unsigned inType, unsigned inForward = 3, unsigned inBackward =
     if (inType == 3) writer.Put(1, 0).Put(3, inBackward);
     return writer.Put(1, 0).Take();
 }
-Bytes CodingExtension() {
-    BitWriter writer;
-    writer.Put(32, 0x1B5).Put(4, 8).Put(16, 0x1234).Put(2, 0).Put(2, 3).Put(9, 0);
-    return writer.Put(1, 1).Put(20, 0xFFFFF).Take();  // composite display
-}
+const Bytes kCoding = PictureCodingExtension({.frame_pred_frame_dct = false});
 Bytes PictureOf(unsigned inType, unsigned inForward = 3, unsigned inBackward = 5) {
-    return Join({TypedHeader(inType, inForward, inBackward), CodingExtension(), kSlice});
+    return Join({TypedHeader(inType, inForward, inBackward), kCoding, kSlice});
 }
 
 DecodeStatus ParsePicture(const Bytes& inBytes, PictureParameters& outParameters) {
@@ -193,14 +189,14 @@ bool IsSound(const Bytes& inPicture) {
 // What the fields are is held by streams of random pictures.
 TEST(PictureHeader, IsRefusedForWhatIsNotValid) {
     for (const Bytes& sound : {PictureOf(1), PictureOf(2), PictureOf(3), PictureOf(4),
-                               Join({TypedHeader(1), CodingExtension(), kPan, kUser, kSlice}),
+                               Join({TypedHeader(1), kCoding, kPan, kUser, kSlice}),
                                With(PictureOf(1), kFrameDct, 1), With(PictureOf(1), kRepeat, 1)})
         EXPECT_TRUE(IsSound(sound)) << testing::PrintToString(sound);
     for (const Bytes& refused :
          {PictureOf(0), PictureOf(5), PictureOf(6), PictureOf(7), PictureOf(2, 0), PictureOf(3, 0, 1),
           PictureOf(3, 1, 0), Join({TypedHeader(1), kSlice}), Join({TypedHeader(1), kPan, kSlice}),
-          Join({TypedHeader(1), kPan, CodingExtension(), kSlice}),
-          Join({TypedHeader(1), kUser, CodingExtension(), kSlice}), With(PictureOf(1), kStructure, 0)})
+          Join({TypedHeader(1), kPan, kCoding, kSlice}), Join({TypedHeader(1), kUser, kCoding, kSlice}),
+          With(PictureOf(1), kStructure, 0)})
         EXPECT_FALSE(IsSound(refused)) << testing::PrintToString(refused);
     for (const unsigned field : {1u, 2u}) {
         const Bytes picture = With(PictureOf(1), kStructure, field);
@@ -230,8 +226,7 @@ TEST(PictureHeader, LoadsMatricesAmongOtherExtensions) {
     QuantiserMatrices& matrices = inForce.matrices;
     const auto loaded = [&](const Bytes& inExtensions) {
         PictureParameters parameters;
-        const Bytes picture =
-            Join({TypedHeader(1), CodingExtension(), kPan, kUser, inExtensions, kPan, kUser, kSlice});
+        const Bytes picture = Join({TypedHeader(1), kCoding, kPan, kUser, inExtensions, kPan, kUser, kSlice});
         EXPECT_EQ(ParsePicture(picture, parameters), DecodeStatus::Ok);
         EXPECT_EQ(parameters.loads.IsNone(), inExtensions.empty());
         matrices.Load(parameters.loads);

@@ -13,6 +13,8 @@
 #include <thread>
 #include <vector>
 
+#include "Support/OneProcessor.h"
+
 using Pavlin::threads::CreateCPUBoundExecutor;
 using Pavlin::threads::ExecuteCPUBoundTaskOnAllProcessors;
 
@@ -121,31 +123,22 @@ int ProcessorsOfThisThread() {
 TEST(Executor, KeepsToItsCreatorsProcessors) {
     const auto wide = CreateCPUBoundExecutor();
     EXPECT_EQ(ProcessorsOfThisThread(), wide->ProcessorCount());
-    std::async(std::launch::async, [&] {
-        cpu_set_t mask;
-        ASSERT_EQ(0, sched_getaffinity(0, sizeof mask, &mask));
-        std::size_t cpu = 0;
-        while (!CPU_ISSET(cpu, &mask)) ++cpu;
-        CPU_ZERO(&mask);
-        CPU_SET(cpu, &mask);
-        ASSERT_EQ(0, sched_setaffinity(0, sizeof mask, &mask));
-        EXPECT_EQ(1, CreateCPUBoundExecutor()->ProcessorCount());
+    const Vexmora::Test::OneProcessor one;
+    EXPECT_EQ(1, CreateCPUBoundExecutor()->ProcessorCount());
 
-        // A caller confined to one processor must not confine the threads that its call starts.
-        const std::thread::id caller = std::this_thread::get_id();
-        std::atomic<int> narrow{0};
-        ExecuteCPUBoundTaskOnAllProcessors(
-            *wide,
-            [&](int) {
-                std::this_thread::sleep_for(std::chrono::milliseconds(5));
-                if (std::this_thread::get_id() != caller &&
-                    ProcessorsOfThisThread() != wide->ProcessorCount()) {
-                    ++narrow;
-                }
-            },
-            20);
-        EXPECT_EQ(0, narrow);
-    }).get();
+    // A caller confined to one processor must not confine the threads that its call starts.
+    const std::thread::id caller = std::this_thread::get_id();
+    std::atomic<int> narrow{0};
+    ExecuteCPUBoundTaskOnAllProcessors(
+        *wide,
+        [&](int) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+            if (std::this_thread::get_id() != caller && ProcessorsOfThisThread() != wide->ProcessorCount()) {
+                ++narrow;
+            }
+        },
+        20);
+    EXPECT_EQ(0, narrow);
 }
 
 }  // namespace
