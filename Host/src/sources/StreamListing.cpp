@@ -32,9 +32,10 @@ class TransportListing {
         auto met = mMet.find(pid);
         if (inPacket.StartsUnit()) {
             const PesHeader header = ParsePesHeader(payload);
-            if (header.state != PesHeader::State::Whole || pid == kNullPid) return;
+            if (header.state == PesHeader::State::IsNone || payload.size() < 4 || pid == kNullPid) return;
             const std::uint8_t streamId = payload[3];
-            payload = payload.subspan(header.size);
+            // What of a header is in the next packet is no start code.
+            payload = payload.subspan(header.state == PesHeader::State::Whole ? header.size : payload.size());
             if (met == mMet.end()) {
                 met = mMet.emplace(pid, MetStream{DescribePesStream(streamId, pid, payload), {}}).first;
                 mOrder.push_back(pid);
