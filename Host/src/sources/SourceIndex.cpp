@@ -17,6 +17,7 @@ using Bytes = std::vector<std::uint8_t>;
 constexpr std::size_t kPacketSize = 188;  // ISO/IEC 13818-1, 2.4.3.2
 constexpr std::size_t kSequenceHeaderSize = 12;
 constexpr std::size_t kSequenceExtensionSize = 10;
+constexpr std::size_t kMatrixSize = 64;
 constexpr std::size_t kFramesAtOnce = 4096;
 
 // Headers of one frame after another, each in the same number of bytes: in a transport stream a packet. A
@@ -30,13 +31,13 @@ class HeaderStream {
     }
 
     std::size_t FrameSize() const { return mAsTransport ? kPacketSize : kElementarySize; }
-    Bytes FrameHeaders(std::size_t inFirst, std::size_t inCount) {
-        mBytes.clear();
-        for (std::size_t frame = inFirst; frame < inFirst + inCount; ++frame) {
-            Write(mVideo.frames[frame], frame == 0);
-            mBytes.resize((frame - inFirst + 1) * FrameSize(), kFiller);
+    const Bytes& FrameHeaders(std::size_t inFirst, std::size_t inCount) {
+        mBytes.assign(inCount * FrameSize(), kFiller);
+        for (std::size_t number = 0; number < inCount; ++number) {
+            mAt = mBytes.data() + number * FrameSize();
+            Write(mVideo.frames[inFirst + number], inFirst + number == 0);
         }
-        return std::move(mBytes);
+        return mBytes;
     }
 
   private:
@@ -45,16 +46,17 @@ class HeaderStream {
 
     // Without matrices and extensions but the first; later headers have no say in an index.
     void TakeSequenceApart() {
-        const auto extension =
-            std::search(mSequence.begin() + 4, mSequence.end(), kExtension.begin(), kExtension.end());
-        const auto size = std::min<std::ptrdiff_t>(mSequence.end() - extension, kSequenceExtensionSize);
-        mSequence.erase(extension + size, mSequence.end());
-        mSequence.erase(mSequence.begin() + kSequenceHeaderSize, mSequence.end() - size);
+        const bool hasIntra = (mSequence[kSequenceHeaderSize - 1] & 2) != 0;
+        const std::size_t flagAt = kSequenceHeaderSize - 1 + (hasIntra ? kMatrixSize : 0);
+        const bool hasNonIntra = (mSequence[flagAt] & 1) != 0;
+        const auto matrices = mSequence.begin() + kSequenceHeaderSize;
+        mSequence.erase(matrices, matrices + kMatrixSize * (hasIntra + hasNonIntra));
+        mSequence.resize(std::min(mSequence.size(), kSequenceHeaderSize + kSequenceExtensionSize));
         mSequence[kSequenceHeaderSize - 1] &= 0xFC;
     }
 
     void Put(std::initializer_list<unsigned> inBytes) {
-        for (const unsigned byte : inBytes) mBytes.push_back(static_cast<std::uint8_t>(byte));
+        for (const unsigned byte : inBytes) *mAt++ = static_cast<std::uint8_t>(byte);
     }
 
     void Write(const CodedFrame& inFrame, bool inIsFirst) {
@@ -63,7 +65,7 @@ class HeaderStream {
             Put({0, 0, 1, 0xE0, 0, 0, 0x80, 0, 0});  // which is of video
         }
         if (inIsFirst || (inFrame.flags & kSequenceFlag) != 0) {
-            mBytes.insert(mBytes.end(), mSequence.begin(), mSequence.end());
+            mAt = std::copy(mSequence.begin(), mSequence.end(), mAt);
         }
         if ((inFrame.flags & kGroupFlag) != 0) {
             const unsigned closed_gop = (inFrame.flags & kClosedGroupFlag) != 0 ? 0x40 : 0;
@@ -83,12 +85,11 @@ class HeaderStream {
         Put({0, 0, 1, 0x01});
     }
 
-    static constexpr std::array<std::uint8_t, 4> kExtension{0, 0, 1, 0xB5};
-
     const CodedVideo& mVideo;
     const bool mAsTransport;
     Bytes mSequence;
     Bytes mBytes;
+    std::uint8_t* mAt = nullptr;  // in it
 };
 
 struct Destroy {

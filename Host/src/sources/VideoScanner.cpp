@@ -32,19 +32,35 @@ bool IsSlice(std::uint8_t inCode) {
     return inCode != kPictureStartCode && inCode <= kLastSliceStartCode;
 }
 
-// The first byte from inFrom (at least 3) on that has the prefix of a start code right before it; the size
-// if there is none. Few bytes of coded video are 1, and the search for them runs at the speed of memory.
-std::size_t FindCode(std::span<const std::uint8_t> inBytes, std::size_t inFrom) {
-    const std::uint8_t* const begin = inBytes.data();
-    std::size_t one = inFrom - 1;
-    while (one + 1 < inBytes.size()) {
-        const void* const found = std::memchr(begin + one, 1, inBytes.size() - 1 - one);
-        if (found == nullptr) break;
-        one = static_cast<std::size_t>(static_cast<const std::uint8_t*>(found) - begin);
-        if (begin[one - 1] == 0 && begin[one - 2] == 0) return one + 1;
-        ++one;
+// Whether the prefix of a start code begins at one of kBlock bytes, of which two more can be read. Compilers
+// make a few instructions of it.
+constexpr std::size_t kBlock = 64;
+bool HasPrefix(const std::uint8_t* inBytes) {
+    std::uint8_t least = 0xFF;
+    for (std::size_t i = 0; i < kBlock; ++i) {
+        const unsigned isNone = inBytes[i] | inBytes[i + 1] | (inBytes[i + 2] ^ 1u);
+        least = std::min(least, static_cast<std::uint8_t>(isNone));
     }
-    return inBytes.size();
+    return least == 0;
+}
+
+// The first byte from inFrom (at least 3) on that has the prefix of a start code right before it; the size
+// if there is none.
+std::size_t FindCode(std::span<const std::uint8_t> inBytes, std::size_t inFrom) {
+    const std::uint8_t* const bytes = inBytes.data();
+    const std::size_t size = inBytes.size();
+    std::size_t at = inFrom - kPrefixSize;
+    while (at + kPrefixSize < size) {
+        // The last block reaches back over what was searched before.
+        const std::size_t end = std::min(at + kBlock, size - kPrefixSize);
+        if (end < kBlock || HasPrefix(bytes + end - kBlock)) {
+            for (; at < end; ++at) {
+                if (bytes[at] == 0 && bytes[at + 1] == 0 && bytes[at + 2] == 1) return at + kPrefixSize;
+            }
+        }
+        at = end;
+    }
+    return size;
 }
 
 }  // namespace
@@ -53,8 +69,7 @@ void VideoScanner::Add(const VideoPiece& inPiece) {
     const std::span<const std::uint8_t> bytes = inPiece.bytes;
     if (bytes.empty()) return;
     if (inPiece.isAfterLoss) NoteLoss();
-    std::shift_left(mPieces.begin(), mPieces.end(), 1);
-    mPieces.back() = {mOffset, inPiece.position};
+    mPieces[mPieceCount++ % mPieces.size()] = {mOffset, inPiece.position};
     if (inPiece.pts) mTimeBefore = std::exchange(mTime, {mOffset, *inPiece.pts});
 
     std::size_t at = 0;  // behind the last start code
@@ -65,7 +80,8 @@ void VideoScanner::Add(const VideoPiece& inPiece) {
         mTail = ~0u;
     };
     const std::size_t size = bytes.size();
-    for (std::size_t i = 0; i < std::min(size, kPrefixSize); ++i) {
+    const bool mayEndPrefix = (mTail & 0xFF) <= 1 || size < kPrefixSize;
+    for (std::size_t i = 0; mayEndPrefix && i < std::min(size, kPrefixSize); ++i) {
         if ((mTail & 0xFFFFFF) == kPrefix) {
             handle(i);
         } else {
@@ -83,7 +99,7 @@ void VideoScanner::Add(const VideoPiece& inPiece) {
         }
     }
     Collect(bytes.subspan(at));
-    if (size > kPrefixSize) {
+    if (size >= kPrefixSize) {
         mTail = ~0u;
         for (std::size_t i = std::max(at, size - kPrefixSize); i < size; ++i) mTail = mTail << 8 | bytes[i];
     }
@@ -146,9 +162,12 @@ void VideoScanner::HandleStartCode(std::uint8_t inCode, std::uint64_t inOffset) 
 void VideoScanner::BeginPicture(std::uint64_t inOffset) {
     mPicture.emplace().begin = inOffset;
     CodedFrame& frame = mPicture->frame;
-    const auto isBefore = [inOffset](const PieceBegin& in) { return in.offset <= inOffset; };
-    const auto piece = std::find_if(mPieces.rbegin(), mPieces.rend(), isBefore);
-    if (piece != mPieces.rend()) {
+    const PieceBegin* piece = nullptr;
+    for (const PieceBegin& one : mPieces) {
+        const bool isNearer = piece == nullptr || one.offset > piece->offset;
+        if (one.offset <= inOffset && isNearer) piece = &one;
+    }
+    if (piece != nullptr) {
         frame.position = piece->position;
         frame.skip = static_cast<std::uint32_t>(inOffset - piece->offset);
     }

@@ -72,7 +72,8 @@ class VideoScanner {
     CodedVideo mVideo;
     std::uint64_t mOffset = 0;            // of the piece in hand
     std::uint32_t mTail = ~0u;            // the last three bytes before it, those of a start code taken out
-    std::array<PieceBegin, 4> mPieces{};  // the newest last
+    std::array<PieceBegin, 4> mPieces{};  // the last ones
+    std::size_t mPieceCount = 0;
     TimeStamp mTime;
     TimeStamp mTimeBefore;
     std::uint64_t mLoss = kNowhere;
