@@ -18,7 +18,7 @@ unsigned PictureStructure(const Bytes& inPicture) {
 class Vandal {
   public:
     Vandal(std::mt19937& ioRandom, const Bytes& inBytes, std::size_t inFirst)
-        : mRandom(ioRandom), mDamaged{inBytes, inBytes.size(), 0}, mFirst(inFirst) {}
+        : mRandom(ioRandom), mBytes(inBytes), mFirst(inFirst) {}
 
     void Strike() {
         if (mBytes.size() <= mFirst) return;
@@ -40,7 +40,7 @@ class Vandal {
                 return ChangeCodingExtension();
         }
     }
-    Damaged Take() { return std::move(mDamaged); }
+    Bytes Take() { return std::move(mBytes); }
 
   private:
     std::size_t Below(std::size_t inLimit) { return mRandom() % inLimit; }
@@ -55,31 +55,21 @@ class Vandal {
                 Below(2) == 0 ? kOthers[Below(kOthers.size())] : static_cast<std::uint8_t>(1 + Below(10))};
     }
     Bytes::iterator Place(std::size_t inAt) { return mBytes.begin() + static_cast<std::ptrdiff_t>(inAt); }
-    void Note(std::size_t inBegin, std::size_t inEnd) {
-        mDamaged.begin = std::min(mDamaged.begin, inBegin);
-        mDamaged.end = std::max(mDamaged.end, inEnd);
-    }
 
     void FlipBits(std::size_t inAt) {
         for (std::size_t flips = 1 + Below(8); flips != 0; --flips) {
             const std::size_t byte = inAt + Below(std::min<std::size_t>(mBytes.size() - inAt, 400));
             mBytes[byte] = static_cast<std::uint8_t>(mBytes[byte] ^ 1u << Below(8));
-            Note(byte, byte + 1);
         }
     }
     void Overwrite(std::size_t inAt, const Bytes& inBytes) {
         const std::size_t count = std::min(inBytes.size(), mBytes.size() - inAt);
         std::copy_n(inBytes.begin(), count, Place(inAt));
-        Note(inAt, inAt + count);
     }
     void Insert(std::size_t inAt, const Bytes& inBytes) {
         mBytes.insert(Place(inAt), inBytes.begin(), inBytes.end());
-        Note(inAt, kToTheEnd);
     }
-    void CutOff(std::size_t inAt) {
-        mBytes.resize(std::max<std::size_t>(inAt, 1));
-        Note(inAt, kToTheEnd);
-    }
+    void CutOff(std::size_t inAt) { mBytes.resize(std::max<std::size_t>(inAt, 1)); }
     // A repeated slice may say that it is in another row.
     void LoseOrRepeatSlice() {
         const auto slices = StartCodes(mBytes, 0x01, 0xAF);
@@ -90,7 +80,7 @@ class Vandal {
         if (begin < mFirst) return;
         if (Below(2) == 0) {
             mBytes.erase(Place(begin), Place(end));
-            return Note(begin, kToTheEnd);
+            return;
         }
         Bytes copy(Place(begin), Place(end));
         if (Below(2) == 0) copy[3] = static_cast<std::uint8_t>(1 + Below(0xAF));
@@ -106,13 +96,10 @@ class Vandal {
             const std::size_t bit = 4 + Below(4 * 8);
             mBytes[begin + bit / 8] = static_cast<std::uint8_t>(mBytes[begin + bit / 8] ^ 0x80u >> bit % 8);
         }
-        Note(begin, begin + 5);
     }
 
-    static constexpr std::size_t kToTheEnd = SIZE_MAX;
     std::mt19937& mRandom;
-    Damaged mDamaged;
-    Bytes& mBytes = mDamaged.bytes;
+    Bytes mBytes;
     const std::size_t mFirst;
 };
 
@@ -204,17 +191,10 @@ std::vector<Picture420> BufferInstance::DecodeAll(const CodedVideo& inVideo) {
     return frames;
 }
 
-Damaged DamageAnywhere(std::mt19937& ioRandom, const Bytes& inBytes, std::size_t inFirst) {
+Bytes DamageAnywhere(std::mt19937& ioRandom, const Bytes& inBytes, std::size_t inFirst) {
     Vandal vandal(ioRandom, inBytes, inFirst);
     for (std::size_t times = 1 + ioRandom() % 3; times != 0; --times) vandal.Strike();
     return vandal.Take();
-}
-
-bool HasMatrixExtension(const Bytes& inBytes) {
-    for (const std::size_t at : StartCodes(inBytes, 0xB5, 0xB5)) {
-        if (at + 4 < inBytes.size() && inBytes[at + 4] >> 4 == 3) return true;
-    }
-    return false;
 }
 
 }  // namespace Vexmora::Test

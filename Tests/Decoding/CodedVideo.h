@@ -59,17 +59,8 @@ class BufferInstance {
     const Scale mScale;
 };
 
-/// What damage has changed: the bytes from begin on; up to end, if nothing behind it has moved.
-struct Damaged {
-    Bytes bytes;
-    std::size_t begin;
-    std::size_t end;
-};
-
 /// Flips bits, overwrites, inserts, cuts off, drops or repeats slices, and puts start codes where none should
 /// be, once to three times, nowhere before inFirst.
-Damaged DamageAnywhere(std::mt19937& ioRandom, const Bytes& inBytes, std::size_t inFirst);
-/// Whether there is a quantiser matrix extension, which by the standard stays in force.
-bool HasMatrixExtension(const Bytes& inBytes);
+Bytes DamageAnywhere(std::mt19937& ioRandom, const Bytes& inBytes, std::size_t inFirst);
 
 }  // namespace Vexmora::Test

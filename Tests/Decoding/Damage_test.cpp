@@ -36,17 +36,6 @@ struct Original {
     std::vector<Picture420> frames;
 };
 
-struct OriginalFile {
-    bool HoldsBareVideo() const { return index.header.streamKind == kStreamKindElementary; }
-
-    Bytes stream;
-    IndexResult index;
-    Scale scale;
-    std::vector<Picture420> frames;
-};
-// Of an elementary stream's sequence header and extensions, at most.
-constexpr std::size_t kHeaderBytes = 160;
-
 class Damage : public testing::Test {
   protected:
     Damage() { Vexmora_Startup(); }
@@ -78,7 +67,7 @@ class Damage : public testing::Test {
                 EXPECT_EQ(status, Vexmora_Ok);
                 continue;
             }
-            const Bytes damaged = DamageAnywhere(mRandom, unit.bytes, 0).bytes;
+            const Bytes damaged = DamageAnywhere(mRandom, unit.bytes, 0);
             picture = ioOriginal.instance->NewPicture();
             EXPECT_TRUE(kAllowed.contains(ioOriginal.instance->Decode(unit, damaged, frames, picture)));
             ++mDamagedPictures;
@@ -90,7 +79,7 @@ class Damage : public testing::Test {
     // Pictures of whatever sequence it is now.
     void DecodeUnderDamagedHeaders(const Original& inOriginal) {
         CodedVideo video = inOriginal.video;
-        video.headers = DamageAnywhere(mRandom, video.headers, 0).bytes;
+        video.headers = DamageAnywhere(mRandom, video.headers, 0);
         BufferInstance instance(mHost.Services(), inOriginal.scale);
         instance.ReadHeaders(video);
         if (!IsSmall(instance.NewPicture())) return;
@@ -100,54 +89,10 @@ class Damage : public testing::Test {
         }
     }
 
-    // All frames of the file as it is now. Those that are sound are predicted from sound ones and must come
-    // out as those do. Behind the damage other matrices may rightly be in force.
-    void DecodeFile(OriginalFile& ioFile, const Damaged& inDamaged, bool inSameSequence) {
-        const bool inSameMatrices = !HasMatrixExtension(inDamaged.bytes);
-        WriteAll(mMedia, inDamaged.bytes);
-        Vexmora_Handle handle = nullptr;
-        if (Vexmora_OpenFileWithIndex(ToUtf16(mMedia), mHost.Services(), ioFile.index.header,
-                                      ioFile.index.records, &handle) != Vexmora_Ok) {
-            return;
-        }
-        const Picture420 none = NewPicture(handle);
-        std::vector<Picture420> frames(IsSmall(none) ? ioFile.index.records.size() : 0, none);
-        for (std::size_t i = 0; i < frames.size(); ++i) {
-            const FrameRecord& record = ioFile.index.records[i];
-            const bool isSpared = inSameSequence && ioFile.HoldsBareVideo() &&
-                                  (record.offset + record.size + 4 <= inDamaged.begin ||
-                                   (record.offset >= inDamaged.end && inSameMatrices));
-            std::vector<Picture420>& references = isSpared ? ioFile.frames : frames;
-            const Vexmora_Status status = DecodeFrame(
-                handle, static_cast<std::int32_t>(i), ioFile.scale,
-                [&](std::int32_t in) { return references.at(static_cast<std::size_t>(in)).Planes(); },
-                frames[i]);
-            EXPECT_TRUE(kAllowed.contains(status)) << status;
-            if (isSpared) {
-                EXPECT_EQ(frames[i], ioFile.frames[i]) << i;
-                ++mSparedPictures;
-            }
-        }
-        Vexmora_CloseFile(handle);
-    }
-
-    OriginalFile MakeOriginalFile(const Bytes& inStream, Scale inScale) {
-        OriginalFile file{inStream, Index(inStream), inScale, {}};
-        WriteAll(mMedia, inStream);
-        DecodeChain chain(mMedia, inScale);
-        for (std::size_t i = 0; i < file.index.records.size(); ++i) {
-            file.frames.push_back(chain.Frame(static_cast<std::int32_t>(i)).picture);
-        }
-        return file;
-    }
-
     std::mt19937 mRandom{Option("VEXMORA_SEED", 20)};
     const unsigned mRuns = Option("VEXMORA_RUNS", 300);
-    const TemporaryFolder mFolder;
-    const fs::path mMedia = mFolder / "media";
     ExactHost mHost;
     unsigned mDamagedPictures = 0;
-    unsigned mSparedPictures = 0;
 };
 
 Bytes ReadStream(const char* inName) {
@@ -170,23 +115,6 @@ TEST_F(Damage, PicturesInBuffersHarmNoOthers) {
         }
     }
     EXPECT_GT(mDamagedPictures, mRuns);
-}
-
-TEST_F(Damage, FilesGiveStatusesAndTheFramesThatItSpared) {
-    std::vector<OriginalFile> files;
-    for (const Bytes& stream :
-         {MakeSmallStream(1, false), ReadStream("tiny-odd-96x80.m2v"), ReadStream("tiny-64x48.m2v"),
-          ReadStream("tiny-64x48.ts"), ReadStream("tiny-100x76.mpg")}) {
-        for (const Scale scale : kScales) files.push_back(MakeOriginalFile(stream, scale));
-    }
-    for (unsigned run = 0; run < mRuns; ++run) {
-        SCOPED_TRACE(run);
-        OriginalFile& file = files[run % files.size()];
-        const bool sparesHeaders = mRandom() % 8 != 0;
-        const Damaged damaged = DamageAnywhere(mRandom, file.stream, sparesHeaders ? kHeaderBytes : 0);
-        DecodeFile(file, damaged, sparesHeaders);
-    }
-    EXPECT_GT(mSparedPictures, mRuns);
 }
 
 }  // namespace

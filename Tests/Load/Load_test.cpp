@@ -121,7 +121,7 @@ class Load : public testing::Test {
         std::mt19937 random(5);
         for (const fs::path& path : paths) {
             const fs::path damaged = mFolder / (path.filename().string() + "-damaged");
-            WriteAll(damaged, DamageAnywhere(random, ReadAll(path), 160).bytes);
+            WriteAll(damaged, DamageAnywhere(random, ReadAll(path), 160));
             for (const fs::path& copy : {path, damaged})
                 mMedia.emplace_back(copy, path, static_cast<std::uint8_t>(mMedia.size() + 1));
         }
