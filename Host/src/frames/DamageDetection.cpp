@@ -10,8 +10,6 @@
 namespace VexmoraHost {
 namespace {
 
-constexpr std::uint8_t kMidGrey = 128;
-
 // Samples of the longest line of macroblocks: sizes have 12 bits.
 constexpr std::size_t kLongestLine = 4096;
 constexpr std::size_t kPatternShifts = 512;

@@ -14,8 +14,6 @@ namespace {
 
 using Vexmora::FramePlanes;
 
-constexpr std::uint8_t kMidGrey = 128;
-
 // The samples live as long as the picture.
 struct DecodedPicture {
     MemoryBlock memory;

@@ -16,6 +16,9 @@ struct DecodeModes {
 };
 DecodeModes ModesOf(Scale inScale);
 
+/// A sample of grey, in all planes: what is shown where nothing was decoded.
+constexpr std::uint8_t kMidGrey = 128;
+
 /// The planes Y, Cb, Cr of a picture in one block of memory.
 struct PictureLayout : Vexmora::PlaneLayout {
     Scale scale;
