@@ -14,7 +14,6 @@ constexpr std::size_t kStartCodeBytes = 4;
 constexpr std::size_t kLengthEnd = 6;
 constexpr std::size_t kMpeg1PackBytes = 12;
 constexpr std::size_t kMpeg2PackBytes = 14;
-constexpr std::size_t kLargestPacket = kLengthEnd + 0xFFFF;
 // Of a packet without a length.
 constexpr std::size_t kPieceBytes = 64 << 10;
 

@@ -52,7 +52,8 @@ bool ProgramReader::Next(VideoPiece& outPiece) {
 void ProgramReader::NoteOther(const ProgramPacket& inPacket) {
     if (!inPacket.pts || IsVideoStream(inPacket.streamId)) return;
     const bool hasSubstreams = inPacket.streamId == kPrivateStream1;
-    const unsigned id = hasSubstreams ? inPacket.streamId << 8u | inPacket.payload[0] : inPacket.streamId;
+    const unsigned stream = inPacket.streamId;
+    const unsigned id = hasSubstreams ? stream << 8u | inPacket.payload[0] : stream;
     mAccount->firstTimes.try_emplace(static_cast<std::uint16_t>(id), *inPacket.pts);
 }
 

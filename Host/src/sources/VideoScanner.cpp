@@ -160,7 +160,7 @@ void VideoScanner::HandleStartCode(std::uint8_t inCode, std::uint64_t inOffset) 
 }
 
 void VideoScanner::BeginPicture(std::uint64_t inOffset) {
-    mPicture.emplace().begin = inOffset;
+    mPicture = Picture{.begin = inOffset};
     CodedFrame& frame = mPicture->frame;
     const PieceBegin* piece = nullptr;
     for (const PieceBegin& one : mPieces) {
