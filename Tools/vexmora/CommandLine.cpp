@@ -1,11 +1,15 @@
 // Names, options and help of every command.
 #include "CommandLine.h"
 
+#include <CLI/CLI.hpp>
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "commands/Commands.h"
+#include "files/StandardOutput.h"
 #include "movies/Scales.h"
 
 namespace VexmoraCommand {
@@ -13,6 +17,15 @@ namespace VexmoraCommand {
 namespace {
 
 constexpr const char* kQuiet = "Show no progress";
+constexpr const char* kFooter =
+    "Exit status: 0 done; 1 failed (reading or writing, damaged data); 2 wrong usage;\n"
+    "             3 data not supported; ended by the signal when interrupted (128 + signal in a shell)";
+
+// One command, with the options that parsing leaves in it.
+struct Command {
+    const CLI::App* parser;
+    std::function<ExitStatus()> run;
+};
 
 void AddFile(CLI::App& ioCommand, std::string& outFile) {
     ioCommand.add_option("FILE", outFile, "MPEG-2 elementary, program or transport stream")->required();
@@ -166,8 +179,6 @@ void AddSheetOptions(CLI::App& ioCommand, SheetOptions& outOptions) {
     AddOpening(ioCommand, outOptions.opening, "Show no progress and no summary");
 }
 
-}  // namespace
-
 std::vector<Command> AddCommands(CLI::App& ioApp) {
     return {
         Add(ioApp, "info", "Show what is in a file", AddInfoOptions, RunInfo),
@@ -181,6 +192,34 @@ std::vector<Command> AddCommands(CLI::App& ioApp) {
             RunCheck),
         Add(ioApp, "bench", "Measure how fast a file is indexed and decoded", AddBenchOptions, RunBench),
     };
+}
+
+}  // namespace
+
+ExitStatus RunCommandLine(int inArgumentCount, const char* const* inArguments) {
+    CLI::App app("Frame-accurate random access to MPEG-2 video", "vexmora");
+    app.footer(kFooter);
+    app.set_version_flag("--version", "vexmora " VEXMORA_VERSION);
+    const std::vector<Command> commands = AddCommands(app);
+    try {
+        app.parse(inArgumentCount, inArguments);
+        if (app.get_subcommands().empty()) throw CLI::ValidationError("no command given", 0);
+    } catch (const CLI::CallForHelp&) {
+        WriteOutput(app.help());
+        FlushOutput();
+        return ExitStatus::Done;
+    } catch (const CLI::CallForVersion& version) {
+        WriteOutput(std::string(version.what()) + "\n");
+        FlushOutput();
+        return ExitStatus::Done;
+    } catch (const CLI::ParseError& error) {
+        TellError(std::string(error.what()) + " ('vexmora --help' shows what there is)");
+        return ExitStatus::Usage;
+    }
+    for (const Command& command : commands) {
+        if (command.parser->parsed()) return command.run();
+    }
+    return ExitStatus::Usage;
 }
 
 }  // namespace VexmoraCommand

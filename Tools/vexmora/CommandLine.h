@@ -1,21 +1,12 @@
-// The commands as the command line has them.
+// The command line of vexmora.
 #pragma once
-
-#include <CLI/CLI.hpp>
-#include <functional>
-#include <vector>
 
 #include "CommandError.h"
 
 namespace VexmoraCommand {
 
-/// One command, with the options that parsing leaves in it.
-struct Command {
-    const CLI::App* parser;
-    std::function<ExitStatus()> run;
-};
-
-/// Adds every command to ioApp, which is not parsed yet.
-std::vector<Command> AddCommands(CLI::App& ioApp);
+/// Reads the arguments of main and does what they ask for. What goes wrong with that is thrown; what is wrong
+/// with the arguments is told.
+ExitStatus RunCommandLine(int inArgumentCount, const char* const* inArguments);
 
 }  // namespace VexmoraCommand
