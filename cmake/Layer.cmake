@@ -6,6 +6,9 @@ target_compile_options(vexmora_options INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wold-style-cast -Wcast-qual
   -Wnon-virtual-dtor -Woverloaded-virtual -Wundef
   $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)  # GCC 12 takes std::string + std::string for an overlapping copy
+if(CMAKE_UNITY_BUILD)  # GCC takes a source that is compiled together with others for a header
+  target_compile_options(vexmora_options INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)
+endif()
 # What is released reads hostile bytes: faults that slip through end the process instead of being used.
 if(VEXMORA_HARDEN AND NOT VEXMORA_SANITIZE)
   target_compile_options(vexmora_options INTERFACE
