@@ -42,6 +42,7 @@ std::optional<Packaging> FindTransport(Bytes inStart, bool inIsAll) {
     constexpr std::array kDistances{188, 192, 204};
     std::optional<Packaging> first;
     for (const int distance : kDistances) {
+        if (first && first->begin == 0) break;
         const auto at = FindSync(inStart, static_cast<std::size_t>(distance), inIsAll);
         // The last packets of something else would be few.
         const bool isFew =

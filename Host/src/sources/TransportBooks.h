@@ -20,6 +20,8 @@ class TransportBooks {
 
     /// A packet of another PID than the video's; it may move the video.
     void NoteOther(const TransportPacket& inPacket);
+    /// A packet of the video with nothing to note about it.
+    void CountVideo() { ++mPids[mVideoPid].counts.packets; }
     /// A packet of the video.
     /// @param inVerdict of its continuity counter; Follows when it was not looked at.
     void NoteVideo(const TransportPacket& inPacket, Continuity::Verdict inVerdict);

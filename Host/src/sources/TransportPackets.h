@@ -97,6 +97,14 @@ class Continuity {
         mHasRepeated = verdict == Verdict::Repeats;
         return verdict;
     }
+    /// Notes the packet if it is simply the next one.
+    bool IsNext(const TransportPacket& inPacket) {
+        const auto next = static_cast<std::uint8_t>((mLast + 1) & 0x0F);
+        if (mLast == kUnknown || inPacket.ContinuityCounter() != next) return false;
+        mLast = next;
+        mHasRepeated = false;
+        return true;
+    }
     /// The packet that seemed to be the one before again is another.
     void TakeForAnother() { mHasRepeated = false; }
     /// Whatever comes next follows.

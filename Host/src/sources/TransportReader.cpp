@@ -12,12 +12,14 @@ using Verdict = Continuity::Verdict;
 
 void TransportPayloads::NoteLoss() {
     mIsAfterLoss = true;
+    mIsQuiet = false;
     mHeader.clear();
     mUnit = {};
 }
 
 bool TransportPayloads::Take(const TransportPacket& inPacket, VideoPiece& outPiece, Verdict& outVerdict) {
     outVerdict = Verdict::Follows;
+    mIsQuiet = false;
     if (inPacket.isAfterLoss) NoteLoss();
     if (inPacket.HasError()) {
         NoteLoss();
@@ -47,6 +49,7 @@ bool TransportPayloads::Take(const TransportPacket& inPacket, VideoPiece& outPie
     outPiece.pts = mUnit.pts;
     outPiece.isAfterLoss = std::exchange(mIsAfterLoss, false);
     mUnit = {};
+    mIsQuiet = true;
     return true;
 }
 
@@ -98,6 +101,10 @@ bool TransportScanner::Next(VideoPiece& outPiece) {
     TransportPacket packet;
     while (mWalk.Next(packet)) {
         if (packet.Pid() == mBooks.VideoPid()) {
+            if (mPayloads.TakeQuiet(packet, outPiece)) {
+                mBooks.CountVideo();
+                return true;
+            }
             Verdict verdict{};
             const bool hasVideo = mPayloads.Take(packet, outPiece, verdict);
             mBooks.NoteVideo(packet, verdict);

@@ -23,9 +23,21 @@ class TransportPayloads {
         mHeader.clear();
         mUnit = {};
         mIsAfterLoss = false;
+        mIsQuiet = false;
     }
     /// Bytes may be missing in front of the next packet.
     void NoteLoss();
+    /// Takes the next packet of the PID if it is one of those that most are: the inside of a PES packet from
+    /// end to end, right behind another that gave video. It gives video, then.
+    bool TakeQuiet(const TransportPacket& inPacket, VideoPiece& outPiece) {
+        const auto& bytes = inPacket.bytes;
+        const bool isPlain = bytes.size() == kTransportPacketBytes && (bytes[1] & 0xC0) == 0 &&
+                             (bytes[3] & 0xF0) == 0x10 && !inPacket.isAfterLoss;
+        if (!mIsQuiet || !isPlain || !mContinuity.IsNext(inPacket)) return false;
+        mLastPosition = inPacket.position;
+        outPiece = {.position = inPacket.position, .bytes = bytes.subspan(4)};
+        return true;
+    }
     /// Takes the next packet of the PID. True when it gives video.
     /// @param outVerdict of its continuity counter.
     bool Take(const TransportPacket& inPacket, VideoPiece& outPiece, Continuity::Verdict& outVerdict);
@@ -46,6 +58,7 @@ class TransportPayloads {
     std::vector<std::uint8_t> mHeader;  // of the PES packet, as far as it was met
     Unit mUnit;
     bool mIsAfterLoss = false;
+    bool mIsQuiet = false;  // the last packet gave video, and nothing else is pending
 };
 
 class TransportScanner final : public VideoReader {
