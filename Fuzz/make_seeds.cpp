@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "Support/FolderHost.h"
+#include "Support/TestHost.h"
 #include "Syntax/RandomStream.h"
 
 namespace Vexmora::Test {
