@@ -1,4 +1,4 @@
-// Opening a file: load its index, or build it and load it then. Frames.
+// Which way a recording is opened. Frames.
 #include "VexmoraHost/Movie.h"
 
 #include <array>
@@ -9,22 +9,18 @@
 #include <system_error>
 #include <utility>
 
-#include "Vexmora/PathText.h"
 #include "frames/FrameDecoder.h"
 #include "frames/FrameWorkers.h"
-#include "frames/PlainFile.h"
-#include "index/IndexBuilder.h"
 #include "index/IndexStore.h"
-#include "index/MediaFile.h"
 #include "memory/HostServices.h"
+#include "opening/IsPlain.h"
+#include "opening/PlainOpening.h"
+#include "opening/SourceDetails.h"
+#include "opening/SourceOpening.h"
 #include "system/Posix.h"
 
 namespace VexmoraHost {
 namespace {
-
-IndexStore StoreFor(const OpenOptions& inOptions) {
-    return inOptions.indexDir.empty() ? IndexStore() : IndexStore(inOptions.indexDir);
-}
 
 // The media keeps its path when the process changes its folder, and the registry tells files apart by it.
 std::filesystem::path AbsolutePath(const std::filesystem::path& inPath) {
@@ -36,41 +32,37 @@ std::filesystem::path AbsolutePath(const std::filesystem::path& inPath) {
     return path;
 }
 
-StreamKind KindOf(const Vexmora::IndexHeader& inHeader) {
-    switch (inHeader.streamKind) {
-        case Vexmora::kStreamKindElementary:
-            return StreamKind::Elementary;
-        case Vexmora::kStreamKindTransport:
-            return StreamKind::Transport;
-        default:
-            return StreamKind::Program;
+bool IsUnsupported(const Error& inError) {
+    return inError.Status() == Vexmora_Unsupported || inError.Status() == Vexmora_NoSequenceHeader;
+}
+
+// The library's way for what it takes by itself, the host's own for everything else.
+std::unique_ptr<OpenedMedia> OpenFile(const std::filesystem::path& inPath, const OpenOptions& inOptions,
+                                      const IndexStore& inStore) {
+    PlainOpening plain(inPath, inOptions, inStore);
+    Recording recording({inPath}, {});
+    if (!inOptions.forceReindex) {
+        if (auto known = plain.OpenKnown()) return known;
+        if (auto known = FindScan(inStore, recording)) return OpenScan(std::move(known));
+    }
+    // Nothing is kept of what can be refused at once.
+    if (IsPlain(recording)) {
+        if (auto built = plain.Build()) return built;
+    }
+    try {
+        return OpenScan(Scan(inStore, recording, inOptions.progress));
+    } catch (const Error& error) {
+        if (IsUnsupported(error)) plain.RememberFailure();
+        throw;
     }
 }
 
-bool IsFailed(const StoredIndex& inIndex) {
-    return inIndex.header.streamKind == Vexmora::kStreamKindFailed;
-}
-
-struct Explanation {
-    const char* problem;
-    const char* advice;
-};
-
-Explanation Explain(Vexmora_Status inStatus, bool inRemembered) {
-    switch (inStatus) {
-        case Vexmora_Unsupported:
-            if (inRemembered) {
-                return {"cannot be indexed as MPEG-2 video",
-                        "an earlier attempt is remembered; force indexing to try once more"};
-            }
-            return {"is not MPEG-2 4:2:0 video in an elementary, program or transport stream",
-                    "convert it to one of these"};
-        case Vexmora_NoSequenceHeader:
-            return {"holds no MPEG-2 sequence header",
-                    "MPEG-1 video and files without video are not supported"};
-        default:
-            return {"cannot be opened or read", "check that it exists and may be read"};
-    }
+std::unique_ptr<OpenedMedia> OpenRecording(std::vector<std::filesystem::path> inPaths,
+                                           const OpenOptions& inOptions, const IndexStore& inStore) {
+    Recording recording(std::move(inPaths), inOptions.choice);
+    auto scan = inOptions.forceReindex ? nullptr : FindScan(inStore, recording);
+    if (scan == nullptr) scan = Scan(inStore, recording, inOptions.progress);
+    return OpenScan(std::move(scan));
 }
 
 }  // namespace
@@ -80,139 +72,63 @@ struct Movie::Insides {
     FrameSource Source(const Movie& inMovie);
     FrameDecoder& DecoderOf(const Movie& inMovie, Scale inScale);
 
-    // What is below refers to them.
-    std::vector<Vexmora::FrameRecord> records;
-    std::unique_ptr<const CodedMedia> media;
-    std::unique_ptr<PictureReader> reader;
-    std::uint32_t cacheId = 0;
+    std::unique_ptr<OpenedMedia> opened;
+    // Where it came from, for details.
+    IndexStore store;
+    std::vector<std::filesystem::path> paths;
+    VideoChoice choice;
+    std::optional<MovieDetails> details = {};
     // Opening stays immediate: what takes a look at all records waits for the first picture.
-    std::optional<MissingAnchors> missingAnchors;
+    std::optional<MissingAnchors> missingAnchors = {};
     // One for each scale, once it was asked for.
-    std::array<std::unique_ptr<FrameDecoder>, 3> decoders;
-};
-
-// The steps of Movie::Open. Of a file that is known the library alone opens the media.
-class Movie::Opener {
-  public:
-    Opener(const std::filesystem::path& inPath, const OpenOptions& inOptions)
-        : mOptions(inOptions), mStore(StoreFor(inOptions)), mMedia(AbsolutePath(inPath)) {}
-
-    Movie Open() {
-        if (mOptions.blockCacheBytes) ProcessBlockCache().SetBudget(*mOptions.blockCacheBytes);
-        if (mOptions.frameCacheBytes) ProcessFrameCache().SetBudget(*mOptions.frameCacheBytes);
-        mMovie.mPath = mMedia.Path();
-        auto known = mOptions.forceReindex ? std::nullopt : mStore.Find(mMedia);
-        if (known) {
-            Use(std::move(known->index));
-            mMovie.mIndexPath = std::move(known->path);
-        } else {
-            BuildIndex();
-        }
-        return std::move(mMovie);
-    }
-
-  private:
-    // Nothing is kept of media that the library does not take; that it takes it and still finds no index is
-    // known only when all of it was read, and remembered.
-    void BuildIndex() {
-        mMovie.mWasIndexed = true;
-        Posix::DraftFile draft = mStore.MakeDraft();
-        StoredIndex index = ReadIndex();
-        if (IsFailed(index)) {
-            CheckSupported();
-            mStore.Publish(draft, index.header, {}, mMedia.Path(), mMedia.SettledFacts());
-        }
-        Use(std::move(index));
-        mMovie.mIndexPath = mStore.Publish(draft, mMovie.mInfo.index, mMovie.mInsides->records, mMedia.Path(),
-                                           mMedia.SettledFacts());
-    }
-
-    StoredIndex ReadIndex() {
-        IndexBuilder builder(mMedia.Content());
-        const Guid identity = mMedia.Identity();
-        const std::uint64_t total = mMedia.Bytes();
-        do {
-            TellProgress(builder.BytesDone(), total);
-            builder.Advance();
-            if (builder.BytesDone() == IndexBuilder::kStepBytes && !builder.IsAtEnd()) CheckSupported();
-        } while (!builder.IsAtEnd());
-        StoredIndex index = builder.Finish(identity);
-        mMedia.ConfirmContent();
-        if (mOptions.progress) static_cast<void>(mOptions.progress(total, total));
-        return index;
-    }
-
-    void TellProgress(std::uint64_t inDone, std::uint64_t inTotal) const {
-        if (!mOptions.progress || mOptions.progress(inDone, inTotal)) return;
-        throw Error(Vexmora_NotFinished, mMedia.Path(), "was not indexed to its end",
-                    "cancelled; open it again to index it");
-    }
-
-    // Whether the library takes the media shows when it is opened with any index: better now than after
-    // hours.
-    void CheckSupported() {
-        Vexmora::IndexHeader header{};
-        header.recordCount = 1;
-        static_cast<void>(OpenWith(header, std::vector<Vexmora::FrameRecord>(1)));
-    }
-
-    OwnHandle OpenWith(const Vexmora::IndexHeader& inHeader,
-                       const std::vector<Vexmora::FrameRecord>& inRecords) {
-        Vexmora_Handle handle = nullptr;
-        const Vexmora_Status status =
-            Vexmora_OpenFileWithIndex(Vexmora::ToUtf16Path(mMedia.Path().native()),
-                                      Services(CacheIdFor(mMedia.Identity())), inHeader, inRecords, &handle);
-        if (status != Vexmora_Ok) ThrowFor(status);
-        return OwnHandle(handle);
-    }
-
-    void Use(StoredIndex inIndex) {
-        if (IsFailed(inIndex)) ThrowFor(Vexmora_Unsupported);
-        const Vexmora::IndexHeader& header = inIndex.header;
-        Insides& insides = *mMovie.mInsides;
-        OwnHandle handle = OpenWith(header, inIndex.records);
-        mMedia.ConfirmPath();
-        insides.cacheId = CacheIdFor(mMedia.Identity());
-        MovieInfo& info = mMovie.mInfo;
-        const Vexmora_Status status = Vexmora_GetFileInfo(handle.get(), &info.file);
-        if (status != Vexmora_Ok) ThrowFor(status);
-        info.index = header;
-        info.streamKind = KindOf(header);
-        info.firstFrame = header.firstFrame;
-        // A damaged stream may have no frame that can be used.
-        info.frameCount = header.lastFrame < header.firstFrame ? 0 : header.lastFrame - header.firstFrame + 1;
-        insides.records = std::move(inIndex.records);
-        insides.media = std::make_unique<PlainFile>(mMovie.mPath, mMedia.SettledFacts(), header,
-                                                    insides.records, insides.cacheId, FormatOf(handle.get()));
-        insides.reader = ReaderOf(std::move(handle));
-    }
-
-    [[noreturn]] void ThrowFor(Vexmora_Status inStatus) {
-        if (inStatus == Vexmora_Failure) {  // these know more than the status
-            static_cast<void>(Posix::InputFile(mMedia.Path()));
-            mMedia.ConfirmPath();
-        }
-        const Explanation why = Explain(inStatus, !mMovie.mWasIndexed);
-        throw Error(inStatus, mMedia.Path(), why.problem, why.advice);
-    }
-
-    const OpenOptions& mOptions;
-    const IndexStore mStore;
-    MediaFile mMedia;
-    Movie mMovie;
+    std::array<std::unique_ptr<FrameDecoder>, 3> decoders = {};
 };
 
 Movie Movie::Open(const std::filesystem::path& inPath, const OpenOptions& inOptions) {
-    return Opener(inPath, inOptions).Open();
+    return Open(std::vector{inPath}, inOptions);
 }
 
-Movie::Movie() : mInsides(std::make_unique<Insides>()) {}
+Movie Movie::Open(const std::vector<std::filesystem::path>& inPaths, const OpenOptions& inOptions) {
+    if (inOptions.blockCacheBytes) ProcessBlockCache().SetBudget(*inOptions.blockCacheBytes);
+    if (inOptions.frameCacheBytes) ProcessFrameCache().SetBudget(*inOptions.frameCacheBytes);
+    if (inPaths.empty()) throw Error(Vexmora_Failure, {}, "no file is named", "name at least one");
+    std::vector<std::filesystem::path> paths;
+    for (const std::filesystem::path& path : inPaths) paths.push_back(AbsolutePath(path));
+    const IndexStore store = inOptions.indexDir.empty() ? IndexStore() : IndexStore(inOptions.indexDir);
+    Movie movie;
+    movie.mPath = paths.front();
+    const bool isOneFile = paths.size() == 1 && inOptions.choice == VideoChoice{};
+    auto opened =
+        isOneFile ? OpenFile(paths.front(), inOptions, store) : OpenRecording(paths, inOptions, store);
+    movie.mInfo = opened->info;
+    movie.mIndexPath = opened->indexPath;
+    movie.mWasIndexed = opened->wasIndexed;
+    movie.mInsides = std::make_unique<Insides>(Insides{
+        .opened = std::move(opened), .store = store, .paths = std::move(paths), .choice = inOptions.choice});
+    return movie;
+}
+
+const MovieDetails& Movie::Details(const Progress& inProgress) {
+    Insides& insides = *mInsides;
+    if (!insides.details) {
+        auto scan = insides.opened->scan;
+        if (scan == nullptr) {
+            Recording recording(insides.paths, insides.choice);
+            scan = FindScan(insides.store, recording);
+            if (scan == nullptr) scan = Scan(insides.store, recording, inProgress);
+        }
+        insides.details = DetailsOf(*scan, mInfo, Records());
+    }
+    return *insides.details;
+}
+
+Movie::Movie() = default;
 Movie::Movie(Movie&&) noexcept = default;
 Movie& Movie::operator=(Movie&&) noexcept = default;
 Movie::~Movie() = default;
 
 const std::vector<Vexmora::FrameRecord>& Movie::Records() const {
-    return mInsides->records;
+    return mInsides->opened->records;
 }
 
 SharedPicture Movie::Frame(std::uint32_t inFrame, Scale inScale) {
@@ -237,14 +153,14 @@ void Movie::CheckFrame(std::uint32_t inFrame) const {
 }
 
 FrameSource Movie::Insides::Source(const Movie& inMovie) {
-    if (!missingAnchors) missingAnchors.emplace(records);
-    return {.reader = *reader,
-            .media = *media,
-            .records = records,
+    if (!missingAnchors) missingAnchors.emplace(opened->records);
+    return {.reader = *opened->reader,
+            .media = *opened->media,
+            .records = opened->records,
             .missingAnchors = *missingAnchors,
             .firstFrame = inMovie.mInfo.firstFrame,
             .frameCount = inMovie.mInfo.frameCount,
-            .cacheId = cacheId,
+            .cacheId = opened->cacheId,
             .cache = ProcessFrameCache(),
             .memory = ProcessMemory()};
 }

@@ -4,7 +4,7 @@
 
 #include <cstdlib>
 
-#include "Support/TestHost.h"
+#include "Support/FolderHost.h"
 #include "Support/StreamBuilder.h"
 
 namespace Vexmora::Test {
@@ -53,7 +53,7 @@ class Files : public testing::Test {
 
     const TemporaryFolder mFolder;
     const fs::path mMedia = mFolder / "media.bin";
-    TestHost mHost{mFolder.Path()};
+    FolderHost mHost{mFolder.Path()};
     Vexmora_Handle mHandle = nullptr;
     std::vector<float> mProgress;
 };

@@ -112,12 +112,9 @@ class Failures(Case):
         video = (STREAMS / ELEMENTARY).read_bytes()
         packets = (STREAMS / TRANSPORT).read_bytes()
         split = [packets[at:at + 188] for at in range(0, len(packets), 188)]
-        field = bytearray(video)
-        extension = re.search(rb'\x00\x00\x01\xb5[\x80-\x8f]', video).start()
-        field[extension + 6] = field[extension + 6] & 0xfc | 1  # picture_structure: top field
         chroma = bytearray(video)
-        extension = re.search(rb'\x00\x00\x01\xb5[\x10-\x1f]', video).start()
-        chroma[extension + 5] = chroma[extension + 5] & 0xf9 | 2 << 1  # chroma_format: 4:2:2
+        for extension in re.finditer(rb'\x00\x00\x01\xb5[\x10-\x1f]', video):
+            chroma[extension.start() + 5] = chroma[extension.start() + 5] & 0xf9 | 2 << 1  # chroma_format: 4:2:2
         for name, data, what in (
                 ('empty', b'', 'is empty'),
                 ('short', b'\0\0\1\xb3', 'no picture'),
@@ -125,19 +122,14 @@ class Failures(Case):
                 ('noise', bytes(range(256)) * 4096, 'is not an MPEG-2'),
                 ('G-noise', b'G' + bytes(range(256)) * 4096, 'is not an MPEG-2'),
                 ('headers-only', video[:100].split(b'\0\0\1\0')[0], 'no picture'),
-                ('from-the-middle', video[777:], 'video further on'),
-                ('within-a-packet', packets[100:], 'starts within a packet'),
-                ('packets-192', b''.join(b'\1\2\3\4' + packet for packet in split), '192 bytes'),
                 ('no-video', b''.join(packet for packet in split if b'\0\0\1\xb3' not in packet),
                  'no MPEG-2 video'),
-                ('4-2-2', chroma, '4:2:2'),
-                ('field-pictures', field, 'in field pictures')):
+                ('4-2-2', chroma, '4:2:2')):
             with self.subTest(name):
                 file = made(name, data)
                 self.check(file, 3, what)
                 self.check(file, 3, what)  # also when it is remembered
         self.check(STREAMS / 'refused-mpeg1.m2v', 3, 'MPEG-1 video')
-        self.check(STREAMS / 'refused-mpeg1.mpg', 3, 'MPEG-1 system stream')
 
     def test_message_stays_one_line(self):
         result = run('info', WORK / 'two\nlines\x1b[31m')

@@ -11,7 +11,7 @@
 #include <memory>
 #include <vector>
 
-#include "Support/TestHost.h"
+#include "Support/FolderHost.h"
 #include "Vexmora/PlaneLayout.h"
 
 namespace Vexmora::Test {
@@ -156,15 +156,11 @@ class DecodeChain {
             decoded.picture);
         return mPictures.emplace(inFrame, std::move(decoded)).first->second;
     }
-    /// Its visible samples.
-    std::vector<std::uint8_t> Shown(std::int32_t inFrame) {
-        return Visible(Frame(inFrame).picture, Layout());
-    }
 
   private:
     const TemporaryFolder mFolder;
     const std::filesystem::path mMedia;
-    TestHost mHost;
+    FolderHost mHost;
     const Scale mScale;
     Vexmora_Handle mHandle = nullptr;
     IndexHeader mHeader{};

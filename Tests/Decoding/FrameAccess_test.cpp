@@ -48,7 +48,7 @@ class FrameAccess : public testing::Test {
 
     Random mRandom{3};
     const TemporaryFolder mFolder;
-    TestHost mHost;
+    ExactHost mHost;
     Vexmora_Handle mHandle = nullptr;
     Picture420 mPicture{128 * kSequence.height, 128 * kSequence.height / 2};
 };

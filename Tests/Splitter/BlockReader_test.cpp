@@ -144,18 +144,19 @@ TEST(BlockReader, WithoutACacheAsksNothingOfIt) {
 }
 
 TEST(BlockReader, TriesAgainAfterTheHostFailed) {
+    using Fault = CountingHost::Fault;
     for (const std::uint32_t cacheId : {0U, kCacheId}) {
-        for (const HostCall fault : {HostCall::Allocate, HostCall::Address}) {
+        for (const Fault fault : {Fault::AllocateFails, Fault::AddressFails}) {
             Fixture file(Counting(4 * 4096), cacheId);
             file.At(4096);
-            file.host.Fail(fault, -1);
+            file.host.SetFault(fault);
             file.reader.SetPosition(3 * 4096);
             std::uint8_t byte = 0;
             EXPECT_EQ(file.reader.ReadUInt8(byte), ReadStatus::ServiceFailed);
             file.reader.SetPosition(4096 + 1);  // in the block that was current
-            const bool isThere = cacheId != 0 && fault == HostCall::Allocate;
+            const bool isThere = cacheId != 0 && fault == Fault::AllocateFails;
             EXPECT_EQ(file.reader.ReadUInt8(byte), isThere ? ReadStatus::Ok : ReadStatus::ServiceFailed);
-            file.host.FailNothing();
+            file.host.SetFault(Fault::None);
             EXPECT_EQ(file.At(4096 + 1), 2);
         }
     }

@@ -80,7 +80,7 @@ class RandomStreams : public testing::TestWithParam<StreamPlan> {
         return inFrames.data() + inNumber * FrameSamples();
     }
 
-    const TestHost mHost;
+    const ExactHost mHost;
     RandomStream mStream;
     PlaneLayout mLayout;
     const TemporaryFolder mFolder;

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <span>
+#include <utility>
 
 #include "VexmoraHost/Error.h"
 
@@ -19,20 +20,19 @@ void IndexBuilder::Destroy::operator()(Vexmora_IndexerTag* inIndexer) const noex
     static_cast<void>(Vexmora_BufferIndexerDestroy(&inIndexer));
 }
 
-IndexBuilder::IndexBuilder(const Posix::InputFile& inMedia)
-    : mMedia(inMedia), mTotal(inMedia.Size()), mPiece(std::clamp(mTotal, kFirstBytes, kPieceBytes)) {
+IndexBuilder::IndexBuilder(const Posix::InputFile& inMedia, Watch inWatch)
+    : mMedia(inMedia),
+      mWatch(std::move(inWatch)),
+      mTotal(inMedia.Size()),
+      mPiece(std::clamp(mTotal, kFirstBytes, kPieceBytes)) {
+    if (mTotal < kFirstBytes) return;
     mMedia.ExpectSequentialReads();
-    mMedia.ReadAt(0, std::as_writable_bytes(std::span(mPiece)).first(std::min(mTotal, kFirstBytes)));
+    mMedia.ReadAt(0, std::as_writable_bytes(std::span(mPiece)).first(kFirstBytes));
     Vexmora_IndexerHandle indexer = nullptr;
     Vexmora_Status status = Vexmora_CreateIndexerFromFirstBuffer(mPiece.data(), &indexer);
     // One answer for data that is unknown and for want of memory, which may have passed.
     if (status != Vexmora_Ok) status = Vexmora_CreateIndexerFromFirstBuffer(mPiece.data(), &indexer);
-    mIndexer.reset(indexer);
-    if (mTotal < kFirstBytes || status != Vexmora_Ok) {
-        throw Error(Vexmora_Unsupported, mMedia.Path(),
-                    "is not MPEG-2 4:2:0 video in an elementary, program or transport stream",
-                    "convert it to one of these");
-    }
+    if (status == Vexmora_Ok) mIndexer.reset(indexer);
 }
 
 void IndexBuilder::Advance() {
@@ -43,6 +43,7 @@ void IndexBuilder::Advance() {
 void IndexBuilder::ReadPiece(std::uint64_t inBytes) {
     const auto piece = std::span(mPiece).first(inBytes);
     mMedia.ReadAt(mDone, std::as_writable_bytes(piece));
+    mWatch(piece);
     static_cast<void>(Vexmora_BufferIndexerScan(mIndexer.get(), piece.data(), piece.size(), mDone));
     mDone += inBytes;
 }

@@ -3,7 +3,9 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
+#include <span>
 #include <vector>
 
 #include "Vexmora/Vexmora.h"
@@ -19,11 +21,15 @@ class IndexBuilder {
     /// What each step reads.
     static constexpr std::uint64_t kStepBytes = std::uint64_t{16} << 20;
 
-    /// Looks at the file's first bytes. Throws Error with Vexmora_Unsupported when they are not those of a
-    /// stream that can be indexed.
-    /// @param inMedia outlives the builder.
-    explicit IndexBuilder(const Posix::InputFile& inMedia);
+    /// Is shown each piece of the file as it is read.
+    using Watch = std::function<void(std::span<const std::uint8_t> inPiece)>;
 
+    /// Looks at the file's first bytes.
+    /// @param inMedia outlives the builder.
+    IndexBuilder(const Posix::InputFile& inMedia, Watch inWatch);
+
+    /// Whether these are the first bytes of a stream that can be indexed. If not, the builder is of no use.
+    bool CanIndex() const { return mIndexer != nullptr; }
     std::uint64_t BytesDone() const { return mDone; }
     bool IsAtEnd() const { return mDone == mTotal; }
     /// Reads and indexes the next kStepBytes, or what is left.
@@ -39,6 +45,7 @@ class IndexBuilder {
     void ReadPiece(std::uint64_t inBytes);
 
     const Posix::InputFile& mMedia;
+    const Watch mWatch;
     const std::uint64_t mTotal;
     std::uint64_t mDone = 0;
     std::vector<std::uint8_t> mPiece;

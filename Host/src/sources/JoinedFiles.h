@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <deque>
 #include <filesystem>
+#include <functional>
+#include <memory>
 #include <span>
 #include <vector>
 
@@ -19,12 +21,21 @@ class JoinedFiles {
     /// @param inPaths of regular files, at least one; all stay open.
     explicit JoinedFiles(const std::vector<std::filesystem::path>& inPaths);
 
+    /// The same files as if they ended after inBytes.
+    JoinedFiles First(std::uint64_t inBytes) const;
+    /// The same files, of which inWatch is told every position before it is read; what it throws ends the
+    /// reading.
+    JoinedFiles Watched(std::function<void(std::uint64_t inPosition)> inWatch) const;
+
     /// Bytes of all files together.
     std::uint64_t Size() const { return mSize; }
     /// The files in their order.
-    const std::deque<Posix::InputFile>& Files() const { return mFiles; }
+    const std::deque<Posix::InputFile>& Files() const { return *mFiles; }
     /// Fills outBytes from inPosition on, and answers how many there were: fewer only at the end.
     std::size_t ReadAt(std::uint64_t inPosition, std::span<std::uint8_t> outBytes) const;
+
+    /// Lets the system read well ahead: the files are about to be read from start to end.
+    void ExpectSequentialReads() const noexcept;
 
     /// A byte of the recording by its file.
     struct Place {
@@ -35,9 +46,10 @@ class JoinedFiles {
     Place PlaceOf(std::uint64_t inPosition) const;
 
   private:
-    std::deque<Posix::InputFile> mFiles;  // they do not move
-    std::vector<std::uint64_t> mBegins;   // position of each file's first byte
+    std::shared_ptr<const std::deque<Posix::InputFile>> mFiles;  // a deque, for they do not move
+    std::vector<std::uint64_t> mBegins;                          // position of each file's first byte
     std::uint64_t mSize = 0;
+    std::function<void(std::uint64_t)> mWatch;
 };
 
 }  // namespace VexmoraHost

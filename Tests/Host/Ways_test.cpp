@@ -1,0 +1,90 @@
+// A recording gives the same frames whether the library reads its file or the host takes it apart, in one
+// file or in parts that are cut anywhere.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <fstream>
+#include <string>
+
+#include "Host/HostTestSupport.h"
+#include "Host/PlainDecode.h"
+#include "VexmoraHost/Movie.h"
+
+namespace VexmoraHost {
+namespace {
+
+namespace fs = std::filesystem;
+
+const fs::path kRecordings = VEXMORA_STREAM_DIR;
+
+std::vector<std::string> StreamNames() {
+    std::vector<std::string> names;
+    for (const auto& entry : fs::directory_iterator(kRecordings)) {
+        const std::string name = entry.path().filename().string();
+        const std::string extension = entry.path().extension().string();
+        const bool isStream =
+            extension == ".m2v" || extension == ".mpg" || extension == ".ts" || extension == ".vob";
+        if (isStream && !name.starts_with("refused")) names.push_back(name);
+    }
+    std::ranges::sort(names);
+    return names;
+}
+
+void ExpectSameFrames(Movie& ioExpected, Movie& ioMovie, Scale inScale) {
+    const std::uint32_t count = ioExpected.Info().frameCount;
+    ASSERT_EQ(ioMovie.Info().frameCount, count);
+    FrameRun expected = ioExpected.Run(0, count, inScale);
+    FrameRun run = ioMovie.Run(0, count, inScale, 2);
+    for (std::uint32_t frame = 0; frame < count; ++frame) {
+        const SharedPicture left = expected.Next();
+        const SharedPicture right = run.Next();
+        ASSERT_TRUE(SamplesOf(*left) == SamplesOf(*right)) << "frame " << frame;
+        EXPECT_EQ(left->damage.macroblocks, right->damage.macroblocks) << frame;
+        EXPECT_EQ(left->damage.standsIn, right->damage.standsIn) << frame;
+    }
+}
+
+// In three parts of odd sizes.
+std::vector<fs::path> Cut(const fs::path& inPath, const fs::path& inFolder) {
+    const std::string bytes = ReadFile(inPath);
+    std::vector<fs::path> parts;
+    std::size_t begin = 0;
+    for (const std::size_t end : {bytes.size() / 3 | 1, bytes.size() * 2 / 3 | 1, bytes.size()}) {
+        const auto part = inFolder / ("part" + std::to_string(parts.size()));
+        parts.push_back(WriteFile(part, bytes.substr(begin, end - begin)));
+        begin = end;
+    }
+    return parts;
+}
+
+TEST(Ways, GiveTheSameFrames) {
+    const TemporaryFolder folder;
+    for (const std::string& name : StreamNames()) {
+        SCOPED_TRACE(name);
+        const fs::path path = kRecordings / name;
+        OpenOptions options{.indexDir = folder.Path() / "index"};
+        Movie plain = Movie::Open(path, options);
+        const MovieDetails& details = plain.Details();
+        ASSERT_EQ(details.records.size(), plain.Records().size());
+
+        // The choice of the program that is shown anyway leads to the host's own way.
+        options.choice.program = details.program;
+        Movie chosen = Movie::Open(path, options);
+        EXPECT_EQ(chosen.Info().firstFrame, plain.Info().firstFrame);
+        EXPECT_EQ(chosen.Info().streamKind, plain.Info().streamKind);
+        EXPECT_EQ(chosen.Info().file.width, plain.Info().file.width);
+        EXPECT_EQ(chosen.Info().file.effectiveFrameRate, plain.Info().file.effectiveFrameRate);
+        for (const Scale scale : {Scale::Full, Scale::HalfWidth, Scale::Quarter}) {
+            ExpectSameFrames(plain, chosen, scale);
+        }
+        const auto parts = Cut(path, folder.Path());
+        for (const bool isKnown : {false, true}) {
+            Movie joined = Movie::Open(parts, options);
+            EXPECT_EQ(joined.WasIndexed(), !isKnown);
+            ExpectSameFrames(plain, joined, Scale::Quarter);
+        }
+    }
+}
+
+}  // namespace
+}  // namespace VexmoraHost
