@@ -2,6 +2,7 @@
 #pragma once
 
 #include <map>
+#include <optional>
 #include <vector>
 
 #include "Decoding/DecodeChain.h"
@@ -21,11 +22,15 @@ class VisitedFrames {
     VisitedFrames(Vexmora_Handle inHandle, Scale inScale, Edge inEdge)
         : mHandle(inHandle), mScale(inScale), mEdge(inEdge) {
         EXPECT_EQ(Vexmora_GetFrameSizes(mHandle, &mLuma, &mChroma), Vexmora_Ok);
+        if (mLuma == 0 || GuardedPicture::IsTooLarge(mLuma)) return;
+        mBlank.emplace(mLuma, mChroma, inEdge);
+        mBlank->SetWritable(false);
+        mScratch.emplace(mLuma, mChroma, inEdge);
     }
 
     /// Decodes the frames from 0 to inCount - 1 in this order, references first; none of large pictures.
     std::vector<Outcome> Visit(std::int32_t inCount) {
-        if (mLuma == 0 || GuardedPicture::IsTooLarge(mLuma)) return {};
+        if (!mBlank) return {};
         for (std::int32_t frame = 0; frame < inCount; ++frame) Frame(frame);
         return mOutcomes;
     }
@@ -41,12 +46,16 @@ class VisitedFrames {
         std::vector<GuardedPicture*> references;
         const auto planesOf = [&](std::int32_t inReference) {
             GuardedPicture* const reference = Frame(inReference);
-            if (reference == nullptr) return FramePlanes{};
-            reference->SetWritable(reference == &picture);
+            if (reference == nullptr || reference == &picture) return mBlank->Planes();
+            reference->SetWritable(false);
             references.push_back(reference);
             return reference->Planes();
         };
-        const Vexmora_Status status = DecodeFrame(mHandle, inFrame, mScale, planesOf, picture);
+        // Without planes to be predicted from the output serves, and what comes out depends on who writes
+        // first.
+        static_cast<void>(DecodeFrame(mHandle, inFrame, mScale, planesOf, *mScratch));
+        const Vexmora_Status status =
+            DecodeFrame(mHandle, inFrame, mScale, planesOf, picture, mBlank->Planes());
         for (GuardedPicture* reference : references) reference->SetWritable(true);
         mOutcomes.push_back({inFrame, status, picture.Hash()});
         return &picture;
@@ -57,6 +66,8 @@ class VisitedFrames {
     const Edge mEdge;
     std::uint32_t mLuma = 0;
     std::uint32_t mChroma = 0;
+    std::optional<GuardedPicture> mBlank;
+    std::optional<GuardedPicture> mScratch;
     std::map<std::int32_t, GuardedPicture> mPictures;
     std::vector<Outcome> mOutcomes;
 };

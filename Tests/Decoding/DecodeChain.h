@@ -87,16 +87,17 @@ inline Picture420 NewPicture(Vexmora_Handle inHandle, std::uint8_t inFill = 0x55
 
 inline constexpr std::int32_t kNoReference = 0x7FFFFFFF;
 
-/// Decodes a frame, predicted from the planes that inPlanesOf(frame) gives for its references.
+/// Decodes a frame, predicted from the planes that inPlanesOf(frame) gives for its references, and inNone for
+/// those that it has not.
 template <typename PlanesOf, typename Picture>
 Vexmora_Status DecodeFrame(Vexmora_Handle inHandle, std::int32_t inFrame, Scale inScale,
-                           const PlanesOf& inPlanesOf, Picture& outPicture) {
+                           const PlanesOf& inPlanesOf, Picture& outPicture, const FramePlanes& inNone = {}) {
     std::int32_t past = 0;
     std::int32_t future = 0;
     const Vexmora_Status status = Vexmora_GetFrameDependancies(inHandle, inFrame, &past, &future);
     if (status != Vexmora_Ok) return status;
-    const FramePlanes forward = past != kNoReference ? inPlanesOf(past) : FramePlanes{};
-    const FramePlanes backward = future != kNoReference ? inPlanesOf(future) : FramePlanes{};
+    const FramePlanes forward = past != kNoReference ? inPlanesOf(past) : inNone;
+    const FramePlanes backward = future != kNoReference ? inPlanesOf(future) : inNone;
     const FramePlanes output = outPicture.Planes();
     return Vexmora_GetFrame(inHandle, inFrame, &forward, &backward, &output, ModeOf(inScale),
                             SubModeOf(inScale));
