@@ -114,7 +114,9 @@ void WriteSeeds(const Seeds& inSeeds, const fs::path& inFolder) {
         WriteSeed(inFolder / "chain", name, {number, scale, 0}, bytes);
         const bool isElementary = bytes[0] == 0 && bytes[3] == 0xB3;
         WriteSeed(inFolder / "movie", name, {scale, number}, bytes);
-        if (isElementary) WriteSeed(inFolder / "decode", name, {number, scale, 0}, bytes);
+        if (!isElementary) continue;
+        WriteSeed(inFolder / "decode", name, {number, scale, 0}, bytes);
+        WriteSeed(inFolder / "coded_video", name, {number, scale, 0, number}, bytes);
     }
 }
 
