@@ -57,8 +57,8 @@ std::optional<Packaging> FindTransport(Bytes inStart, bool inIsAll) {
 }
 
 std::optional<Packaging> Recognise(Bytes inStart, bool inIsAll) {
-    if (const auto packaging = RecogniseAtBegin(inStart)) return packaging;
-    if (const auto transport = FindTransport(inStart, inIsAll)) return transport;
+    if (auto packaging = RecogniseAtBegin(inStart)) return packaging;
+    if (auto transport = FindTransport(inStart, inIsAll)) return transport;
     if (const auto packets = FindPackets(inStart))
         return Packaging{.kind = Kind::Program, .begin = *packets, .programs = {}};
     for (std::size_t at = 0; at < inStart.size(); ++at) {

@@ -50,7 +50,8 @@ class HeaderStream {
         const std::size_t flagAt = kSequenceHeaderSize - 1 + (hasIntra ? kMatrixSize : 0);
         const bool hasNonIntra = (mSequence[flagAt] & 1) != 0;
         const auto matrices = mSequence.begin() + kSequenceHeaderSize;
-        mSequence.erase(matrices, matrices + kMatrixSize * (hasIntra + hasNonIntra));
+        const std::size_t size = kMatrixSize * (hasIntra + hasNonIntra);
+        mSequence.erase(matrices, matrices + static_cast<std::ptrdiff_t>(size));
         mSequence.resize(std::min(mSequence.size(), kSequenceHeaderSize + kSequenceExtensionSize));
         mSequence[kSequenceHeaderSize - 1] &= 0xFC;
     }
