@@ -12,7 +12,7 @@
 namespace VexmoraHost {
 namespace {
 
-constexpr double kTicksPerSecond = 90'000.0;
+constexpr double kClockRate = 90'000.0;
 
 struct Rate {
     std::uint32_t numerator;
@@ -91,7 +91,7 @@ double SecondsBetween(std::int64_t inFrom, std::int64_t inTo) {
     std::int64_t ticks = (inTo - inFrom) % kWrap;
     if (ticks >= kWrap / 2) ticks -= kWrap;
     if (ticks < -kWrap / 2) ticks += kWrap;
-    return static_cast<double>(ticks) / kTicksPerSecond;
+    return static_cast<double>(ticks) / kClockRate;
 }
 
 void AddAudio(const MovieInfo& inInfo, MovieDetails& ioDetails) {
