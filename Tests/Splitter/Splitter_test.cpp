@@ -216,6 +216,9 @@ TEST(SplitterTransport, LengthsBeyondThePacketYieldNothing) {
     pat[7] = pmt[7] = 0xFF;
     std::fill(pat.begin() + 13, pat.end(), std::uint8_t{0});
     Source(Join({pat, PatPacket(kPmtPid), pmt, VideoPackets(video)})).Expect(std::vector<Bytes>(1));
+    Bytes cut = PmtPacket(kPmtPid, {{3, kAudioPid}, {2, kVideoPid}});
+    cut[7] -= 5;  // section_length: the second stream lies where the CRC does
+    Source(Join({PatPacket(kPmtPid), cut, VideoPackets(video)})).Expect(std::vector<Bytes>(1));
 }
 
 TEST(SplitterTransport, FindsTheSyncAgainOnlyBehindVideo) {
