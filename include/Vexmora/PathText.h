@@ -4,6 +4,13 @@
 // 0x80 and above that is part of no well-formed sequence becomes the lone surrogate U+DC00 + b, which no text
 // has: so every path survives the way there and back, and different paths stay different.
 //
+//     bytes           UTF-16
+//     61              0061          a character of one byte
+//     c3 a9           00e9          of two
+//     f0 9f 8e ac     d83c dfac     of four: a pair of surrogates
+//     e9              dce9          a stray byte, here an e acute in Latin-1
+//     c0 af           dcc0 dcaf     not the shortest form: stray bytes
+//
 //     Vexmora_OpenFile(Vexmora::ToUtf16Path(path.native()), services, &handle, nullptr, false);
 #pragma once
 
@@ -17,6 +24,7 @@ namespace Vexmora {
 
 namespace PathText {
 
+/// The first codes of both kinds of surrogates, the first behind them, and the first that takes two units.
 inline constexpr char32_t kHighSurrogates = 0xD800;
 inline constexpr char32_t kLowSurrogates = 0xDC00;
 inline constexpr char32_t kSurrogatesEnd = 0xE000;
@@ -24,12 +32,15 @@ inline constexpr char32_t kSupplementary = 0x10000;
 /// A stray byte stands as this + byte.
 inline constexpr char32_t kStrayBytes = kLowSurrogates;
 
+/// The first unit of a pair, U+D800 to U+DBFF.
 constexpr bool IsHigh(char32_t inUnit) {
     return inUnit >= kHighSurrogates && inUnit < kLowSurrogates;
 }
+/// The second unit of a pair, U+DC00 to U+DFFF.
 constexpr bool IsLow(char32_t inUnit) {
     return inUnit >= kLowSurrogates && inUnit < kSurrogatesEnd;
 }
+/// A unit that stands for one byte of a path, U+DC80 to U+DCFF, where no first unit is in front of it.
 constexpr bool IsStrayByte(char32_t inUnit) {
     return inUnit >= kStrayBytes + 0x80 && inUnit <= kStrayBytes + 0xFF;
 }
@@ -59,6 +70,7 @@ constexpr Character FirstOf(std::string_view inText) {
     return {code, bytes};
 }
 
+/// Appends one to four bytes: the shortest form of a code up to U+10FFFF, that of a lone surrogate included.
 inline void AppendUtf8(std::string& ioText, char32_t inCode) {
     const auto append = [&ioText](char32_t inByte) { ioText += static_cast<char>(inByte); };
     const auto appendTail = [&](int inShift) { append(0x80 | (inCode >> inShift & 0x3F)); };
