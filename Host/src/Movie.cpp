@@ -77,6 +77,7 @@ struct Movie::Insides {
     IndexStore store;
     std::vector<std::filesystem::path> paths;
     VideoChoice choice;
+    bool concealErrors = false;
     std::optional<MovieDetails> details = {};
     // Opening stays immediate: what takes a look at all records waits for the first picture.
     std::optional<MissingAnchors> missingAnchors = {};
@@ -103,23 +104,31 @@ Movie Movie::Open(const std::vector<std::filesystem::path>& inPaths, const OpenO
     movie.mInfo = opened->info;
     movie.mIndexPath = opened->indexPath;
     movie.mWasIndexed = opened->wasIndexed;
-    movie.mInsides = std::make_unique<Insides>(Insides{
-        .opened = std::move(opened), .store = store, .paths = std::move(paths), .choice = inOptions.choice});
+    movie.mInsides = std::make_unique<Insides>(Insides{.opened = std::move(opened),
+                                                       .store = store,
+                                                       .paths = std::move(paths),
+                                                       .choice = inOptions.choice,
+                                                       .concealErrors = inOptions.concealErrors});
     return movie;
 }
 
 const MovieDetails& Movie::Details(const Progress& inProgress) {
+    if (const MovieDetails* const known = KnownDetails()) return *known;
+    Recording recording(mInsides->paths, mInsides->choice);
+    const auto scan = Scan(mInsides->store, recording, inProgress);
+    return mInsides->details.emplace(DetailsOf(*scan, mInfo, Records()));
+}
+
+const MovieDetails* Movie::KnownDetails() {
     Insides& insides = *mInsides;
-    if (!insides.details) {
-        auto scan = insides.opened->scan;
-        if (scan == nullptr) {
-            Recording recording(insides.paths, insides.choice);
-            scan = FindScan(insides.store, recording);
-            if (scan == nullptr) scan = Scan(insides.store, recording, inProgress);
-        }
-        insides.details = DetailsOf(*scan, mInfo, Records());
+    if (insides.details) return &*insides.details;
+    auto scan = insides.opened->scan;
+    if (scan == nullptr) {
+        Recording recording(insides.paths, insides.choice);
+        scan = FindScan(insides.store, recording);
     }
-    return *insides.details;
+    if (scan == nullptr) return nullptr;
+    return &insides.details.emplace(DetailsOf(*scan, mInfo, Records()));
 }
 
 Movie::Movie() = default;
@@ -162,7 +171,8 @@ FrameSource Movie::Insides::Source(const Movie& inMovie) {
             .frameCount = inMovie.mInfo.frameCount,
             .cacheId = opened->cacheId,
             .cache = ProcessFrameCache(),
-            .memory = ProcessMemory()};
+            .memory = ProcessMemory(),
+            .concealErrors = concealErrors};
 }
 
 FrameDecoder& Movie::Insides::DecoderOf(const Movie& inMovie, Scale inScale) {

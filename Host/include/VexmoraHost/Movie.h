@@ -36,6 +36,9 @@ struct OpenOptions {
     std::optional<std::size_t> blockCacheBytes = {};
     /// Bytes that the frame cache may keep, likewise.
     std::optional<std::size_t> frameCacheBytes = {};
+    /// Macroblocks in which the library meets an error show what those do that it could not decode, instead
+    /// of red. They count as damaged all the same.
+    bool concealErrors = false;
     /// Which video of the recording; the first that can be shown when nothing is chosen.
     VideoChoice choice = {};
 };
@@ -105,6 +108,8 @@ class Movie {
     /// that was not done before, and keeps what it found beside the index. Throws Error, Vexmora_NotFinished
     /// where inProgress cancels.
     const MovieDetails& Details(const Progress& inProgress = {});
+    /// The same where it is known without reading the recording, else null. Throws Error.
+    const MovieDetails* KnownDetails();
 
     /// Whether opening had to index the file.
     bool WasIndexed() const { return mWasIndexed; }

@@ -38,7 +38,7 @@ struct PictureDamage {
 
 /// A decoded picture. Macroblocks that could not be decoded show the samples of the past reference, of the
 /// future one if there is no past, or mid grey without both; those in which the library met the error are
-/// red.
+/// red, unless the movie conceals errors.
 struct Picture {
     Plane luma;
     /// Half as wide and half as high as luma, rounded up.

@@ -5,6 +5,7 @@
 #include <array>
 #include <cstddef>
 #include <cstring>
+#include <utility>
 #include <vector>
 
 namespace VexmoraHost {
@@ -179,22 +180,27 @@ void MarkMacroblocks(const PictureLayout& inLayout, const Vexmora::FramePlanes& 
 
 std::uint32_t ConcealFailures(const PictureLayout& inLayout, const Vexmora::FramePlanes& inConcealment,
                               const std::array<Vexmora::FramePlanes, 2>& inReferences,
-                              const Vexmora::FramePlanes& ioPlanes) {
+                              const Vexmora::FramePlanes& ioPlanes, Failed inFailed) {
     const Macroblocks concealment(inLayout, inConcealment);
     const std::array references{Macroblocks(inLayout, inReferences[0]),
                                 Macroblocks(inLayout, inReferences[1])};
     Macroblocks picture(inLayout, ioPlanes);
     const bool hasUnwritten = picture.FindUnwritten();
     std::uint32_t failures = 0;
+    std::vector<std::pair<std::size_t, std::size_t>> failed;  // stay red until all were found: they tell
     for (std::size_t row = 0; row < inLayout.codedRows; ++row) {
         // With everything written only the last macroblock of a row can be known to have failed.
         for (std::size_t column = hasUnwritten ? 0 : inLayout.columns - 1; column < inLayout.columns;
              ++column) {
             const bool isUnwritten = picture.IsUnwritten(row, column);
-            if (row < inLayout.rows && (isUnwritten || picture.IsFailed(references, row, column))) ++failures;
+            const bool isFailed =
+                !isUnwritten && row < inLayout.rows && picture.IsFailed(references, row, column);
+            if (isFailed || (isUnwritten && row < inLayout.rows)) ++failures;
             if (isUnwritten) picture.Conceal(concealment, row, column);
+            if (isFailed && inFailed == Failed::AreConcealed) failed.emplace_back(row, column);
         }
     }
+    for (const auto& [row, column] : failed) picture.Conceal(concealment, row, column);
     return failures;
 }
 

@@ -13,7 +13,7 @@
 //    the macroblock must stand alone, with none of its neighbours red, and with no reference red at its
 //    place, from which it could have been predicted. (So one that fails there within a red area is missed.)
 // 4. Macroblocks that were not written show the samples of a reference picture afterwards, so that no mark is
-//    ever seen or predicted from.
+//    ever seen or predicted from; the red ones do, where that is wanted.
 #pragma once
 
 #include <array>
@@ -26,13 +26,16 @@ namespace VexmoraHost {
 /// Step 1. The picture is decoded into these planes next.
 void MarkMacroblocks(const PictureLayout& inLayout, const Vexmora::FramePlanes& outPlanes);
 
+/// What becomes of macroblocks in which a slice failed.
+enum class Failed { StayRed, AreConcealed };
+
 /// Steps 2 to 4 for a picture that was decoded over the marks.
 /// @param inConcealment planes of the same layout to conceal with; null planes for mid grey.
 /// @param inReferences planes that the picture was predicted from, or null planes.
 /// @return macroblocks of the visible picture that failed or were not written. Throws std::bad_alloc.
 std::uint32_t ConcealFailures(const PictureLayout& inLayout, const Vexmora::FramePlanes& inConcealment,
                               const std::array<Vexmora::FramePlanes, 2>& inReferences,
-                              const Vexmora::FramePlanes& ioPlanes);
+                              const Vexmora::FramePlanes& ioPlanes, Failed inFailed = Failed::StayRed);
 
 /// Makes the whole picture that of inReference; mid grey where that has null planes.
 void ConcealAll(const PictureLayout& inLayout, const Vexmora::FramePlanes& inReference,

@@ -30,6 +30,8 @@ struct FrameSource {
     FrameCache& cache;
     /// For the samples.
     Memory& memory;
+    /// Of macroblocks in which the library met an error, too.
+    bool concealErrors = false;
 
     /// The frame whose own picture a record is. Pictures before the first usable one get numbers that no
     /// frame has; they are never handed out.

@@ -71,7 +71,8 @@ SharedPicture PictureDecoder::Make(PictureReader& ioReader, const PictureTask& i
             ioReader.Decode(inTask.record, {references[kPast], references[kFuture]}, output, modes);
     }
     if (damage.status == Vexmora_Ok) {
-        damage.macroblocks = ConcealFailures(layout, concealment, references, output);
+        damage.macroblocks = ConcealFailures(layout, concealment, references, output,
+                                             mSource.concealErrors ? Failed::AreConcealed : Failed::StayRed);
     } else {
         damage.macroblocks = layout.Macroblocks();
         ConcealAll(layout, concealment, output);
@@ -117,7 +118,8 @@ std::uint64_t PictureDecoder::InheritedDamage(const PictureTask& inTask) const {
 // ---- The cache --------------------------------------------------------------------------------------------
 
 FrameCache::Key PictureDecoder::KeyOf(std::int32_t inRecord) const {
-    return {mSource.cacheId, static_cast<std::uint32_t>(inRecord), LayoutOf(inRecord).scale};
+    return {mSource.cacheId, static_cast<std::uint32_t>(inRecord), LayoutOf(inRecord).scale,
+            mSource.concealErrors};
 }
 
 // A file that was changed behind its identity may have had pictures of another size.
