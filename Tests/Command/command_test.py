@@ -15,9 +15,10 @@ from support import SAMPLE, STREAMS, WORK, Case, info, made, main, run
 
 KEYS = ('file kind width height display_width display_height pixel_aspect_ratio frame_rate '
         'effective_frame_rate frame_count first_frame last_frame progressive field_order max_picture_size '
-        'stream_length pictures index_file').split()
+        'stream_length pictures index_file duration first_time last_time parts packet_size skipped_bytes '
+        'programs audio formats').split()
 COLUMNS = ('index,type,temporal_reference,progressive_frame,top_field_first,repeat_first_field,broken_link,'
-           'offset,size,past,future,valid').split(',')
+           'offset,size,past,future,valid,presentation_time,time_code,structure,second_field_type').split(',')
 ELEMENTARY, TRANSPORT = 'b2-open-352x288.m2v', 'b3-100x76.ts'
 
 
@@ -101,7 +102,7 @@ class Failures(Case):
         locked.chmod(0)
         self.check(WORK / 'missing', 1, 'No such file')
         self.check('', 1, 'No such file')
-        self.check(WORK, 1, 'is a directory')
+        self.check(WORK, 1, 'is a folder')
         self.check(WORK / 'pipe', 1, 'is a pipe')
         self.check('/dev/zero', 1, 'not a regular file')
         # The superuser may read everything, so that privilege is dropped before.
@@ -117,18 +118,18 @@ class Failures(Case):
             chroma[extension.start() + 5] = chroma[extension.start() + 5] & 0xf9 | 2 << 1  # chroma_format: 4:2:2
         for name, data, what in (
                 ('empty', b'', 'is empty'),
-                ('short', b'\0\0\1\xb3', 'no picture'),
+                ('short', b'\0\0\1\xb3', 'no MPEG-2 sequence header'),
                 ('letter', b'Dear Kate, the film is not in here.', 'is not an MPEG-2'),
                 ('noise', bytes(range(256)) * 4096, 'is not an MPEG-2'),
                 ('G-noise', b'G' + bytes(range(256)) * 4096, 'is not an MPEG-2'),
-                ('headers-only', video[:100].split(b'\0\0\1\0')[0], 'no picture'),
+                ('headers-only', video[:100].split(b'\0\0\1\0')[0], 'no MPEG-2'),
                 ('no-video', b''.join(packet for packet in split if b'\0\0\1\xb3' not in packet),
-                 'no MPEG-2 video'),
+                 'no MPEG-2 sequence header'),
                 ('4-2-2', chroma, '4:2:2')):
             with self.subTest(name):
                 file = made(name, data)
                 self.check(file, 3, what)
-                self.check(file, 3, what)  # also when it is remembered
+                self.check(file, 3, f'{what}|cannot be indexed')
         self.check(STREAMS / 'refused-mpeg1.m2v', 3, 'MPEG-1 video')
 
     def test_message_stays_one_line(self):

@@ -2,10 +2,13 @@
 #include "CommandLine.h"
 
 #include <CLI/CLI.hpp>
+#include <charconv>
 #include <functional>
 #include <map>
 #include <memory>
 #include <string>
+#include <system_error>
+#include <utility>
 #include <vector>
 
 #include "commands/Commands.h"
@@ -27,12 +30,49 @@ struct Command {
     std::function<ExitStatus()> run;
 };
 
-void AddFile(CLI::App& ioCommand, std::string& outFile) {
-    ioCommand.add_option("FILE", outFile, "MPEG-2 elementary, program or transport stream")->required();
+// Decimal, or hexadecimal behind 0x.
+CLI::Option* AddNumber(CLI::App& ioCommand, const char* inName, const char* inHelp,
+                       std::function<void(std::uint16_t)> inSet) {
+    const auto read = [=, set = std::move(inSet)](const std::string& inText) {
+        const bool isHex = inText.starts_with("0x") || inText.starts_with("0X");
+        const char* const end = inText.data() + inText.size();
+        std::uint16_t number = 0;
+        const auto [stop, error] =
+            std::from_chars(inText.data() + (isHex ? 2 : 0), end, number, isHex ? 16 : 10);
+        if (error != std::errc() || stop != end)
+            throw CLI::ValidationError(inName, "'" + inText + "' is not a number from 0 to 65535");
+        set(number);
+    };
+    return ioCommand.add_option_function<std::string>(inName, read, inHelp);
 }
 
-void AddFiles(CLI::App& ioCommand, std::vector<std::string>& outFiles) {
-    ioCommand.add_option("FILE", outFiles, "MPEG-2 elementary, program or transport streams")->required();
+void AddParts(CLI::App& ioCommand, OpeningOptions& outOptions) {
+    ioCommand
+        .add_option("--join", outOptions.join,
+                    "Parts of the same recording, in order, behind FILE: all are shown as one")
+        ->type_name("FILE");
+    AddNumber(ioCommand, "--title", "Title set of a DVD's folder (default: the largest)",
+              [&](std::uint16_t in) { outOptions.title = in; })
+        ->type_name("T");
+    AddNumber(ioCommand, "--program", "Show the video of this program (default: the first with MPEG-2 video)",
+              [&](std::uint16_t in) { outOptions.choice.program = in; })
+        ->type_name("N");
+    AddNumber(ioCommand, "--pid", "Show the video of this PID or stream id, decimal or 0x…",
+              [&](std::uint16_t in) { outOptions.choice.pid = in; })
+        ->type_name("P");
+}
+
+constexpr const char* kRecording =
+    "MPEG-2 elementary, program or transport stream; or the folder of a DVD, or of parts (001.ts, 002.ts, …)";
+
+void AddRecording(CLI::App& ioCommand, std::string& outFile, OpeningOptions& outOptions) {
+    ioCommand.add_option("FILE", outFile, kRecording)->required();
+    AddParts(ioCommand, outOptions);
+}
+
+void AddRecordings(CLI::App& ioCommand, std::vector<std::string>& outFiles, OpeningOptions& outOptions) {
+    ioCommand.add_option("FILE", outFiles, kRecording)->required();
+    AddParts(ioCommand, outOptions);
 }
 
 void AddQuiet(CLI::App& ioCommand, bool& outQuiet, const char* inHelp = kQuiet) {
@@ -78,21 +118,24 @@ Command Add(CLI::App& ioApp, const char* inName, const char* inHelp,
 }
 
 void AddInfoOptions(CLI::App& ioCommand, InfoOptions& outOptions) {
-    AddFile(ioCommand, outOptions.file);
-    ioCommand.add_flag("--json", outOptions.json, "Write a JSON object");
+    AddRecording(ioCommand, outOptions.file, outOptions.opening);
+    ioCommand.add_flag("--json", outOptions.json, "Write a JSON object; implies --details");
     ioCommand.add_flag("--records", outOptions.records,
-                       "List every picture position: as CSV, or within the JSON object");
+                       "List every picture position: as CSV, or within the JSON object; implies --details");
+    ioCommand.add_flag("--details", outOptions.details,
+                       "Also programs, streams, formats and times, for which a plain file is read once more "
+                       "(and what was found kept); without it they are shown where they are known");
     AddOpening(ioCommand, outOptions.opening);
 }
 
 void AddIndexOptions(CLI::App& ioCommand, IndexOptions& outOptions) {
-    AddFiles(ioCommand, outOptions.files);
+    AddRecordings(ioCommand, outOptions.files, outOptions.opening);
     ioCommand.add_flag("--force", outOptions.opening.force, "Index again what is already indexed");
     AddOpening(ioCommand, outOptions.opening, "Show no progress and no summary");
 }
 
 void AddCheckOptions(CLI::App& ioCommand, CheckOptions& outOptions) {
-    AddFiles(ioCommand, outOptions.files);
+    AddRecordings(ioCommand, outOptions.files, outOptions.opening);
     ioCommand.add_flag("--all", outOptions.all, "List every range of frames, however many there are");
     ioCommand.add_flag("--json", outOptions.json, "Write a JSON object a line for each file");
     AddScale(ioCommand, outOptions.scale);
@@ -101,26 +144,37 @@ void AddCheckOptions(CLI::App& ioCommand, CheckOptions& outOptions) {
 
 void AddBenchOptions(CLI::App& ioCommand, BenchOptions& outOptions) {
     MeasuringOptions& measuring = outOptions.measuring;
-    AddFile(ioCommand, measuring.file);
+    AddRecording(ioCommand, measuring.file, measuring.opening);
     ioCommand.add_option("--frames", measuring.frames, "Frames to decode, and to jump to (default: 200)")
         ->type_name("N")
         ->check(CLI::Range(1u, 1'000'000u));
     AddSeed(ioCommand, measuring.seed, "Chooses the frames to jump to (default: 1)");
     ioCommand.add_flag("--json", outOptions.json, "Write a JSON object");
     AddScale(ioCommand, measuring.scale);
-    AddQuiet(ioCommand, measuring.quiet);
+    AddQuiet(ioCommand, measuring.opening.quiet);
 }
 
 void AddRange(CLI::App& ioCommand, std::string& outRange) {
     ioCommand
-        .add_option("--range", outRange,
-                    "First and last frame, both included; either may be left out (default: all frames)")
-        ->type_name("A:B");
+        .add_option(
+            "--range", outRange,
+            "First and last frame, both included: 10:20 or 10..20, or times as 00:01:00:00..00:02:00.500 "
+            "(HH:MM:SS:FF: the stream's time code, or counted from frame 0 where it has no such; "
+            "HH:MM:SS.mmm: from the first frame on); either may be left out (default: all frames)")
+        ->type_name("A..B");
+}
+
+void AddConceal(CLI::App& ioCommand, OpeningOptions& outOptions) {
+    ioCommand.add_flag("--conceal", outOptions.concealErrors,
+                       "Show the nearest reference picture where there is damage, instead of red");
 }
 
 void AddFrameOptions(CLI::App& ioCommand, FrameOptions& outOptions) {
-    AddFile(ioCommand, outOptions.file);
-    ioCommand.add_option("N", outOptions.frames, "Frames: 37, or 5,7, or 10-20, counted from 0")->required();
+    AddRecording(ioCommand, outOptions.file, outOptions.opening);
+    ioCommand
+        .add_option("N", outOptions.frames,
+                    "Frames: 37, or 5,7, or 10-20, counted from 0; or times, HH:MM:SS:FF or HH:MM:SS.mmm")
+        ->required();
     ioCommand
         .add_option("-o,--output", outOptions.out,
                     "A name that ends in .png, or in .yuv for raw planes; %d, or %05d, stands for the frame "
@@ -128,15 +182,36 @@ void AddFrameOptions(CLI::App& ioCommand, FrameOptions& outOptions) {
         ->type_name("OUT");
     ioCommand.add_flag("--coded-size", outOptions.codedSize,
                        "One sample of the PNG for each coded one, whatever its shape");
+    AddConceal(ioCommand, outOptions.opening);
     AddScale(ioCommand, outOptions.scale);
     AddOpening(ioCommand, outOptions.opening, "Show no progress and no names");
 }
 
 void AddExportOptions(CLI::App& ioCommand, ExportOptions& outOptions) {
-    AddFile(ioCommand, outOptions.file);
+    AddRecording(ioCommand, outOptions.file, outOptions.opening);
     ioCommand.add_option("-o,--output", outOptions.out, "File to write; - is standard output (default)")
         ->type_name("OUT");
     AddRange(ioCommand, outOptions.range);
+    ioCommand
+        .add_option_function<std::string>(
+            "--rate",
+            [&](const std::string& in) {
+                outOptions.rate = in == "nominal" ? ExportRate::Nominal : ExportRate::Effective;
+            },
+            "Frames per second in the header: effective (default), which is that of the film where fields "
+            "are "
+            "repeated (pulldown), or nominal, as the stream says")
+        ->type_name("RATE")
+        ->check(CLI::IsMember({"nominal", "effective"}));
+    ioCommand
+        .add_option_function<std::string>(
+            "--fields", [&](const std::string& in) { outOptions.repeatFields = in == "repeat"; },
+            "drop (default): each coded frame once; repeat: fields and frames as often as they are shown, at "
+            "the "
+            "nominal rate and in step with the sound")
+        ->type_name("FIELDS")
+        ->check(CLI::IsMember({"drop", "repeat"}));
+    AddConceal(ioCommand, outOptions.opening);
     AddScale(ioCommand, outOptions.scale);
     AddOpening(ioCommand, outOptions.opening);
 }
@@ -145,7 +220,7 @@ void AddHashOptions(CLI::App& ioCommand, HashOptions& outOptions) {
     static const std::map<std::string, DecodeOrder> kOrders = {{"forward", DecodeOrder::Forward},
                                                                {"reverse", DecodeOrder::Reverse},
                                                                {"random", DecodeOrder::Random}};
-    AddFile(ioCommand, outOptions.file);
+    AddRecording(ioCommand, outOptions.file, outOptions.opening);
     AddRange(ioCommand, outOptions.range);
     ioCommand
         .add_option_function<std::string>(
@@ -159,7 +234,7 @@ void AddHashOptions(CLI::App& ioCommand, HashOptions& outOptions) {
 }
 
 void AddSheetOptions(CLI::App& ioCommand, SheetOptions& outOptions) {
-    AddFile(ioCommand, outOptions.file);
+    AddRecording(ioCommand, outOptions.file, outOptions.opening);
     const auto isPng = [](const std::string& inText) {
         return inText == "-" || inText.ends_with(".png") ? "" : "a sheet is a PNG: end its name in .png";
     };

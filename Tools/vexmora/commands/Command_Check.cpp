@@ -27,11 +27,14 @@ FrameFindings Decode(const std::string& inFile, Movie& ioMovie, const CheckOptio
     return findings;
 }
 
-ExitStatus CheckOne(const std::string& inFile, const CheckOptions& inOptions) {
-    Movie movie = OpenMovie(inFile, inOptions.opening);
-    const CheckReport report{.facts = GatherFacts(inFile, movie),
+ExitStatus CheckOne(const RecordingFiles& inRecording, const CheckOptions& inOptions) {
+    Movie movie = OpenMovie(inRecording, inOptions.opening);
+    const VexmoraHost::StreamAccount account =
+        ReadDetails(movie, inRecording, inOptions.opening.quiet).account;
+    const CheckReport report{.facts = GatherFacts(inRecording, movie),
                              .index = FindInIndex(movie),
-                             .frames = Decode(inFile, movie, inOptions),
+                             .frames = Decode(inRecording.name, movie, inOptions),
+                             .stream = account,
                              .scale = inOptions.scale,
                              .listAll = inOptions.all};
     (inOptions.json ? WriteCheckJson : WriteCheckText)(report);
@@ -42,16 +45,9 @@ ExitStatus CheckOne(const std::string& inFile, const CheckOptions& inOptions) {
 }  // namespace
 
 ExitStatus RunCheck(const CheckOptions& inOptions) {
-    ExitStatus worst = ExitStatus::Done;
-    for (const std::string& file : inOptions.files) {
-        try {
-            worst = std::max(worst, CheckOne(file, inOptions));
-        } catch (const CommandError& problem) {
-            TellError(problem.what());
-            worst = std::max(worst, problem.Status());
-        }
-    }
-    return worst;
+    return ForEachRecording(inOptions.files, inOptions.opening, [&](const RecordingFiles& inRecording) {
+        return CheckOne(inRecording, inOptions);
+    });
 }
 
 }  // namespace VexmoraCommand

@@ -6,6 +6,7 @@
 #include "commands/Commands.h"
 #include "files/OutputFile.h"
 #include "files/StandardOutput.h"
+#include "movies/FrameFormats.h"
 #include "movies/FrameNumbers.h"
 #include "pictures/PlanarSamples.h"
 #include "pictures/Png.h"
@@ -65,12 +66,17 @@ Form FormOf(const std::string& inOut) {
 // Writes pictures of one movie.
 class PictureWriter {
   public:
-    PictureWriter(VexmoraHost::Movie& ioMovie, const FrameOptions& inOptions)
-        : mMovie(ioMovie), mOptions(inOptions), mForm(FormOf(inOptions.out)) {}
+    PictureWriter(VexmoraHost::Movie& ioMovie, const RecordingFiles& inRecording,
+                  const FrameOptions& inOptions)
+        : mMovie(ioMovie),
+          mRecording(inRecording),
+          mFormats(ioMovie),
+          mOptions(inOptions),
+          mForm(FormOf(inOptions.out)) {}
 
     void Write(std::uint32_t inFrame, const std::string& inName) {
         const VexmoraHost::SharedPicture picture = mMovie.Frame(inFrame, mOptions.scale);
-        OutputFile file(inName, mOptions.file);
+        OutputFile file(inName, mRecording);
         if (mForm == Form::Planes) {
             ForEachRow(*picture,
                        [&](const std::uint8_t* inRow, std::uint32_t inBytes) { file.Write(inRow, inBytes); });
@@ -87,16 +93,18 @@ class PictureWriter {
 
   private:
     RgbImage ViewOf(const Picture& inPicture) const {
-        const VexmoraHost::MovieInfo& info = mMovie.Info();
+        const VexmoraHost::VideoFormat format = mFormats.At(inPicture.frame);
         const std::uint32_t width = inPicture.luma.width;
-        const Ratio aspect = SampleAspect(info, mOptions.scale);
-        return ToRgb(inPicture, {.matrix = MatrixOf(info.index),
+        const Ratio aspect = SampleAspect(format, mOptions.scale);
+        return ToRgb(inPicture, {.matrix = MatrixOf(mMovie.Info().index, format.height),
                                  .isInterlaced = IsInterlaced(mMovie, inPicture),
                                  .width = mOptions.codedSize ? width : ViewingWidth(width, aspect),
                                  .height = inPicture.luma.height});
     }
 
     VexmoraHost::Movie& mMovie;
+    const RecordingFiles& mRecording;
+    const FrameFormats mFormats;
     const FrameOptions& mOptions;
     const Form mForm;
     std::string mNames;
@@ -106,14 +114,16 @@ class PictureWriter {
 }  // namespace
 
 ExitStatus RunFrame(const FrameOptions& inOptions) {
-    VexmoraHost::Movie movie = OpenMovie(inOptions.file, inOptions.opening);
-    const auto frames = ParseFrameList(inOptions.frames, inOptions.file, movie.Info().frameCount);
+    const RecordingFiles recording = FindRecording(inOptions.file, inOptions.opening);
+    VexmoraHost::Movie movie = OpenMovie(recording, inOptions.opening);
+    const auto frames = ParseFrameList(inOptions.frames, inOptions.file, movie.Info().frameCount,
+                                       TimesOf(movie, recording, inOptions.opening.quiet));
     const NamePattern pattern(inOptions.out);
     if (frames.size() > 1 && !pattern.HasNumber()) {
         throw CommandError(ExitStatus::Usage, inOptions.out, "several pictures do not fit into one file",
                            "put %d where the frame number is to be, or export them");
     }
-    PictureWriter writer(movie, inOptions);
+    PictureWriter writer(movie, recording, inOptions);
     {
         FrameProgress work(inOptions.file, frames.size(), inOptions.opening.quiet);
         for (const std::uint32_t frame : frames) {

@@ -54,8 +54,10 @@ void WriteDigest(std::uint32_t inFrame, const Digest& inDigest) {
 }  // namespace
 
 ExitStatus RunHash(const HashOptions& inOptions) {
-    VexmoraHost::Movie movie = OpenMovie(inOptions.file, inOptions.opening);
-    const FrameRange range = ParseFrameRange(inOptions.range, inOptions.file, movie.Info().frameCount);
+    const RecordingFiles recording = FindRecording(inOptions.file, inOptions.opening);
+    VexmoraHost::Movie movie = OpenMovie(recording, inOptions.opening);
+    const FrameRange range = ParseFrameRange(inOptions.range, inOptions.file, movie.Info().frameCount,
+                                             TimesOf(movie, recording, inOptions.opening.quiet));
     std::vector<Digest> digests(range.Count());
     DamageSummary damage;
     {

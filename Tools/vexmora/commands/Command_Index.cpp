@@ -16,8 +16,8 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-std::string Summary(const std::string& inFile, const VexmoraHost::Movie& inMovie, double inSeconds) {
-    const StreamFacts facts = GatherFacts(inFile, inMovie);
+std::string Summary(const RecordingFiles& inRecording, const VexmoraHost::Movie& inMovie, double inSeconds) {
+    const StreamFacts facts = GatherFacts(inRecording, inMovie);
     const std::string pictures =
         GroupedDigits(facts.pictures.typeI + facts.pictures.typeP + facts.pictures.typeB);
     const auto bytes = static_cast<double>(facts.header.streamLength);
@@ -26,29 +26,24 @@ std::string Summary(const std::string& inFile, const VexmoraHost::Movie& inMovie
             ? fmt::format("{} stream, {} pictures, {} in {:.2f} s ({}/s)", KindName(facts.kind), pictures,
                           HumanBytes(bytes), inSeconds, HumanBytes(bytes / std::max(inSeconds, 1e-6)))
             : fmt::format("already indexed, {} pictures", pictures);
-    return OnOneLine(fmt::format("{}: {}, index in {}", inFile, done, facts.indexFile)) + "\n";
+    return OnOneLine(fmt::format("{}: {}, index in {}", facts.file, done, facts.indexFile)) + "\n";
+}
+
+ExitStatus IndexOne(const RecordingFiles& inRecording, const OpeningOptions& inOptions) {
+    const auto start = Clock::now();
+    const VexmoraHost::Movie movie = OpenMovie(inRecording, inOptions);
+    const std::chrono::duration<double> elapsed = Clock::now() - start;
+    if (!inOptions.quiet) WriteOutput(Summary(inRecording, movie, elapsed.count()));
+    FlushOutput();
+    return ExitStatus::Done;
 }
 
 }  // namespace
 
 ExitStatus RunIndex(const IndexOptions& inOptions) {
-    ExitStatus worst = ExitStatus::Done;
-    for (const std::string& file : inOptions.files) {
-        const auto start = Clock::now();
-        std::optional<VexmoraHost::Movie> movie;
-        try {
-            movie = OpenMovie(file, inOptions.opening);
-        } catch (const CommandError& problem) {
-            TellError(problem.what());
-            worst = std::max(worst, problem.Status());
-            continue;
-        }
-        const std::chrono::duration<double> elapsed = Clock::now() - start;
-        if (inOptions.opening.quiet) continue;
-        WriteOutput(Summary(file, *movie, elapsed.count()));
-        FlushOutput();
-    }
-    return worst;
+    return ForEachRecording(inOptions.files, inOptions.opening, [&](const RecordingFiles& inRecording) {
+        return IndexOne(inRecording, inOptions.opening);
+    });
 }
 
 }  // namespace VexmoraCommand

@@ -6,13 +6,18 @@
 namespace VexmoraCommand {
 
 ExitStatus RunInfo(const InfoOptions& inOptions) {
-    const VexmoraHost::Movie movie = OpenMovie(inOptions.file, inOptions.opening);
+    const RecordingFiles recording = FindRecording(inOptions.file, inOptions.opening);
+    VexmoraHost::Movie movie = OpenMovie(recording, inOptions.opening);
+    const StreamFacts facts = GatherFacts(recording, movie);
+    const bool wantsDetails = inOptions.json || inOptions.records || inOptions.details;
+    const VexmoraHost::MovieDetails* const details =
+        wantsDetails ? &ReadDetails(movie, recording, inOptions.opening.quiet) : movie.KnownDetails();
     if (inOptions.json) {
-        WriteJson(GatherFacts(inOptions.file, movie), inOptions.records ? &movie.Records() : nullptr);
+        WriteJson(facts, *details, inOptions.records ? &movie.Records() : nullptr);
     } else if (inOptions.records) {
-        WriteCsv(movie.Records());
+        WriteCsv(movie.Records(), *details);
     } else {
-        WriteText(GatherFacts(inOptions.file, movie));
+        WriteText(facts, details);
     }
     FlushOutput();
     return ExitStatus::Done;

@@ -7,6 +7,7 @@
 #include "commands/Commands.h"
 #include "files/OutputFile.h"
 #include "files/StandardOutput.h"
+#include "movies/FrameFormats.h"
 #include "movies/FrameNumbers.h"
 #include "pictures/BitmapFont.h"
 #include "pictures/Png.h"
@@ -41,12 +42,28 @@ struct Layout {
     std::uint32_t Top(std::uint32_t inCell) const {
         return kGap + inCell / columns * (pictureHeight + LabelHeight());
     }
+    // A picture of another shape leaves room at two sides.
+    std::pair<std::uint32_t, std::uint32_t> SizeFor(double inShape) const {
+        const auto rounded = [](double inSize) {
+            return static_cast<std::uint32_t>(std::max(1L, std::lround(inSize)));
+        };
+        const std::uint32_t height = rounded(pictureWidth / inShape);
+        if (height <= pictureHeight) return {pictureWidth, height};
+        return {std::min(pictureWidth, rounded(pictureHeight * inShape)), pictureHeight};
+    }
     std::uint32_t Width() const { return Left(columns - 1) + pictureWidth + kGap; }
     std::uint32_t Height() const { return Top((rows - 1) * columns) + pictureHeight + LabelHeight(); }
 };
 
-// A sheet for inCells pictures, shaped as the movie is to be seen.
-Layout LayOut(const SheetOptions& inOptions, const VexmoraHost::MovieInfo& inInfo, std::uint32_t inCells) {
+// Width over height of a picture as it is to be seen.
+double ShapeOf(const VexmoraHost::VideoFormat& inFormat) {
+    return static_cast<double>(ViewingWidth(inFormat.width, SampleAspect(inFormat, Scale::Full))) /
+           inFormat.height;
+}
+
+// A sheet for inCells pictures, shaped as the movie begins.
+Layout LayOut(const SheetOptions& inOptions, const VexmoraHost::VideoFormat& inFormat,
+              std::uint32_t inCells) {
     constexpr std::uint32_t kSmallest = 16;
     constexpr std::uint32_t kWidthPerDot = 160;
     Layout layout;
@@ -60,15 +77,14 @@ Layout LayOut(const SheetOptions& inOptions, const VexmoraHost::MovieInfo& inInf
                            "ask for a larger --width or fewer --columns");
     }
     layout.pictureWidth = (inOptions.width - gaps) / layout.columns;
-    const double viewWidth = ViewingWidth(inInfo.file.width, SampleAspect(inInfo, Scale::Full));
-    layout.pictureHeight = static_cast<std::uint32_t>(
-        std::max(1L, std::lround(layout.pictureWidth * (inInfo.file.height / viewWidth))));
+    layout.pictureHeight =
+        static_cast<std::uint32_t>(std::max(1L, std::lround(layout.pictureWidth / ShapeOf(inFormat))));
     layout.dot = std::max(1U, layout.pictureWidth / kWidthPerDot);
     const std::uint64_t lines = std::uint64_t{layout.pictureHeight} * layout.rows;
     if (lines > kMostLines || lines * inOptions.width * RgbImage::kBytesPerSample > kMostBytes) {
         throw CommandError(ExitStatus::Failed, inOptions.file,
                            fmt::format("a sheet of its pictures, {} x {}, would have {} lines",
-                                       inInfo.file.width, inInfo.file.height, lines),
+                                       inFormat.width, inFormat.height, lines),
                            "ask for a smaller --width, fewer --rows or more --columns");
     }
     return layout;
@@ -85,16 +101,38 @@ std::string LabelOf(std::uint32_t inFrame, const Ratio& inRate, const Layout& in
     return both.size() * kLetterWidth * inLayout.dot <= inLayout.pictureWidth ? both : number;
 }
 
+// Puts one frame and its label where they belong.
+void DrawCell(const VexmoraHost::Movie& inMovie, const FrameFormats& inFormats, std::uint32_t inFrame,
+              const VexmoraHost::Picture& inPicture, const Layout& inLayout, std::uint32_t inCell,
+              RgbImage& ioSheet) {
+    constexpr std::uint32_t kMarkDots = 2;
+    const VexmoraHost::VideoFormat format = inFormats.At(inPicture.frame);
+    const auto [width, height] = inLayout.SizeFor(ShapeOf(format));
+    const std::uint32_t left = inLayout.Left(inCell) + (inLayout.pictureWidth - width) / 2;
+    const std::uint32_t top = inLayout.Top(inCell) + (inLayout.pictureHeight - height) / 2;
+    // All samples count: pictures of a reduced scale leave edges ragged.
+    Paste(ToRgb(inPicture, {.matrix = MatrixOf(inMovie.Info().index, format.height),
+                            .isInterlaced = IsInterlaced(inMovie, inPicture),
+                            .width = width,
+                            .height = height}),
+          left, top, ioSheet);
+    if (!inPicture.damage.None()) FrameInRed(left, top, width, height, kMarkDots * inLayout.dot, ioSheet);
+    DrawText(LabelOf(inFrame, FrameRate(inMovie.Info()), inLayout), inLayout.Left(inCell),
+             inLayout.Top(inCell) + inLayout.pictureHeight + kMargin, inLayout.dot, ioSheet);
+}
+
 }  // namespace
 
 ExitStatus RunSheet(const SheetOptions& inOptions) {
-    VexmoraHost::Movie movie = OpenMovie(inOptions.file, inOptions.opening);
+    const RecordingFiles recording = FindRecording(inOptions.file, inOptions.opening);
+    VexmoraHost::Movie movie = OpenMovie(recording, inOptions.opening);
     const VexmoraHost::MovieInfo& info = movie.Info();
     const std::uint32_t frames = ParseFrameRange({}, inOptions.file, info.frameCount).Count();
     const std::uint32_t cells = std::min(inOptions.columns * inOptions.rows, frames);
-    const Layout layout = LayOut(inOptions, info, cells);
+    const FrameFormats formats(movie);
+    const Layout layout = LayOut(inOptions, formats.At(0), cells);
 
-    OutputFile file(inOptions.out, inOptions.file);
+    OutputFile file(inOptions.out, recording);
     RgbImage sheet(layout.Width(), layout.Height());
     std::fill(sheet.samples.begin(), sheet.samples.end(), kPaper);
     DamageSummary damage;
@@ -103,14 +141,7 @@ ExitStatus RunSheet(const SheetOptions& inOptions) {
         for (std::uint32_t cell = 0; cell < cells; ++cell) {
             const auto frame = static_cast<std::uint32_t>(std::uint64_t{cell} * frames / cells);
             const VexmoraHost::SharedPicture picture = movie.Frame(frame);
-            // All samples count: pictures of a reduced scale leave edges ragged.
-            Paste(ToRgb(*picture, {.matrix = MatrixOf(info.index),
-                                   .isInterlaced = IsInterlaced(movie, *picture),
-                                   .width = layout.pictureWidth,
-                                   .height = layout.pictureHeight}),
-                  layout.Left(cell), layout.Top(cell), sheet);
-            DrawText(LabelOf(frame, FrameRate(info), layout), layout.Left(cell),
-                     layout.Top(cell) + layout.pictureHeight + kMargin, layout.dot, sheet);
+            DrawCell(movie, formats, frame, *picture, layout, cell, sheet);
             damage.Note(frame, *picture);
             work.Step();
         }
@@ -118,8 +149,9 @@ ExitStatus RunSheet(const SheetOptions& inOptions) {
     WritePng(sheet, file);
     file.Commit();
     if (!file.IsStandardOutput() && !inOptions.opening.quiet) {
-        const std::string summary =
+        std::string summary =
             fmt::format("{}: {} of {} frames on {}", inOptions.file, cells, frames, inOptions.out);
+        if (damage.Frames() > 0) summary += fmt::format(", {} damaged (framed in red)", damage.Frames());
         WriteOutput(OnOneLine(summary) + "\n");
         FlushOutput();
     }

@@ -16,6 +16,8 @@ struct InfoOptions {
     OpeningOptions opening;
     bool json = false;
     bool records = false;
+    /// Also what shows only when all of the recording is read; reports of json and records have it anyway.
+    bool details = false;
 };
 
 struct IndexOptions {
@@ -50,12 +52,18 @@ struct FrameOptions {
     OpeningOptions opening;
 };
 
+enum class ExportRate { Nominal, Effective };
+
 struct ExportOptions {
     std::string file;
     std::string out = "-";
     /// As ParseFrameRange reads it.
     std::string range;
     VexmoraHost::Scale scale = VexmoraHost::Scale::Full;
+    /// Frames per second that are told to the reader; not of repeated fields, which have the nominal rate.
+    ExportRate rate = ExportRate::Effective;
+    /// Show fields as often as the stream asks for, instead of each coded frame once.
+    bool repeatFields = false;
     OpeningOptions opening;
 };
 

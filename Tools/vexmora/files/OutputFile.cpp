@@ -49,8 +49,8 @@ std::FILE* CreateBeside(const std::string& inPath, std::string& outName) {
 
 }  // namespace
 
-OutputFile::OutputFile(const std::string& inPath, const std::string& inSource)
-    : mPath(inPath), mSource(inSource) {
+OutputFile::OutputFile(const std::string& inPath, const RecordingFiles& inSource)
+    : mPath(inPath), mSource(inSource.name) {
     if (IsStandardOutput()) {
         if (StandardOutputIsTerminal()) {
             throw CommandError(ExitStatus::Usage, "standard output", "is a terminal, which cannot show this",
@@ -58,7 +58,7 @@ OutputFile::OutputFile(const std::string& inPath, const std::string& inSource)
         }
         return;
     }
-    RefuseToReplace(inSource, mPath);
+    for (const std::string& file : inSource.files) RefuseToReplace(file, mPath);
     if (IsWrittenInPlace(mPath)) {
         mStream = std::fopen(mPath.c_str(), "wb");
     } else {

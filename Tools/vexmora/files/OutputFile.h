@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "files/RecordingFiles.h"
 #include "terminal/Interrupt.h"
 
 namespace VexmoraCommand {
@@ -15,9 +16,9 @@ namespace VexmoraCommand {
 /// end.
 class OutputFile {
   public:
-    /// @param inPath "-" for standard output. @param inSource the file that is read meanwhile. Throws
-    /// CommandError: Usage when both are the same or a terminal would be written to, else Failed.
-    OutputFile(const std::string& inPath, const std::string& inSource);
+    /// @param inPath "-" for standard output. @param inSource what is read meanwhile. Throws CommandError:
+    /// Usage when inPath is one of its files or a terminal would be written to, else Failed.
+    OutputFile(const std::string& inPath, const RecordingFiles& inSource);
     ~OutputFile();
     OutputFile(const OutputFile&) = delete;
     OutputFile& operator=(const OutputFile&) = delete;

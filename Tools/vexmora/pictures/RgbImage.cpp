@@ -176,6 +176,20 @@ RgbImage ToRgb(const VexmoraHost::Picture& inPicture, const Viewing& inViewing) 
     return image;
 }
 
+void FrameInRed(std::uint32_t inX, std::uint32_t inY, std::uint32_t inWidth, std::uint32_t inHeight,
+                std::uint32_t inSize, RgbImage& ioCanvas) {
+    constexpr std::array<std::uint8_t, RgbImage::kBytesPerSample> kRed{0xE0, 0x10, 0x10};
+    const auto isAtEdge = [inSize](std::uint32_t inAt, std::uint32_t inLength) {
+        return inAt < inSize || inAt + inSize >= inLength;
+    };
+    for (std::uint32_t y = 0; y < inHeight; ++y) {
+        for (std::uint32_t x = 0; x < inWidth; ++x) {
+            if (isAtEdge(x, inWidth) || isAtEdge(y, inHeight))
+                std::copy(kRed.begin(), kRed.end(), ioCanvas.At(inX + x, inY + y));
+        }
+    }
+}
+
 void Paste(const RgbImage& inImage, std::uint32_t inX, std::uint32_t inY, RgbImage& ioCanvas) {
     for (std::uint32_t row = 0; row < inImage.height; ++row) {
         std::memcpy(ioCanvas.At(inX, inY + row), inImage.Row(row), inImage.RowBytes());

@@ -42,6 +42,10 @@ struct Viewing {
 /// Throws std::bad_alloc, and std::runtime_error when zimg cannot make an image of that size.
 RgbImage ToRgb(const VexmoraHost::Picture& inPicture, const Viewing& inViewing);
 
+/// Frames a rectangle of ioCanvas in red, inSize samples wide, inside it.
+void FrameInRed(std::uint32_t inX, std::uint32_t inY, std::uint32_t inWidth, std::uint32_t inHeight,
+                std::uint32_t inSize, RgbImage& ioCanvas);
+
 /// Puts inImage, whole, onto ioCanvas.
 void Paste(const RgbImage& inImage, std::uint32_t inX, std::uint32_t inY, RgbImage& ioCanvas);
 

@@ -29,10 +29,25 @@ FieldOrder FieldOrderOf(const Vexmora::IndexHeader& inHeader) {
     }
 }
 
-Ratio DisplayAspect(const Vexmora::IndexHeader& inHeader) {
-    switch (inHeader.aspectRatioCode) {
+VexmoraHost::VideoFormat FormatOf(const VexmoraHost::MovieInfo& inInfo) {
+    const auto sizeOr = [](std::uint32_t inSize, std::uint32_t inCodedSize) {
+        return inSize != 0 ? inSize : inCodedSize;
+    };
+    const Ratio rate = FrameRate(inInfo);
+    return {.width = inInfo.file.width,
+            .height = inInfo.file.height,
+            .displayWidth = sizeOr(inInfo.file.displayWidth, inInfo.file.width),
+            .displayHeight = sizeOr(inInfo.file.displayHeight, inInfo.file.height),
+            .aspectRatioCode = static_cast<std::uint8_t>(inInfo.index.aspectRatioCode),
+            .frameRateNumerator = static_cast<std::uint32_t>(rate.numerator),
+            .frameRateDenominator = static_cast<std::uint32_t>(rate.denominator),
+            .isProgressive = FieldOrderOf(inInfo.index) == FieldOrder::Progressive};
+}
+
+Ratio DisplayAspect(const VexmoraHost::VideoFormat& inFormat) {
+    switch (inFormat.aspectRatioCode) {
         case 1:
-            return Reduced(inHeader.width, inHeader.height);
+            return Reduced(inFormat.width, inFormat.height);
         case 2:
             return {4, 3};
         case 3:
@@ -44,15 +59,12 @@ Ratio DisplayAspect(const Vexmora::IndexHeader& inHeader) {
     }
 }
 
-Ratio SampleAspect(const VexmoraHost::MovieInfo& inInfo, VexmoraHost::Scale inScale) {
+Ratio SampleAspect(const VexmoraHost::VideoFormat& inFormat, VexmoraHost::Scale inScale) {
     const std::uint64_t widening = inScale == VexmoraHost::Scale::HalfWidth ? 2 : 1;
-    if (inInfo.index.aspectRatioCode == 1) return {widening, 1};
-    const Ratio display = DisplayAspect(inInfo.index);
-    const auto sizeOr = [](std::uint64_t inSize, std::uint64_t inCodedSize) {
-        return inSize != 0 ? inSize : inCodedSize;
-    };
-    return Reduced(widening * display.numerator * sizeOr(inInfo.file.displayHeight, inInfo.file.height),
-                   display.denominator * sizeOr(inInfo.file.displayWidth, inInfo.file.width));
+    if (inFormat.aspectRatioCode == 1) return {widening, 1};
+    const Ratio display = DisplayAspect(inFormat);
+    return Reduced(widening * display.numerator * inFormat.displayHeight,
+                   display.denominator * inFormat.displayWidth);
 }
 
 Ratio FrameRate(const VexmoraHost::MovieInfo& inInfo) {
@@ -70,6 +82,23 @@ Ratio FrameRate(const VexmoraHost::MovieInfo& inInfo) {
     return {};
 }
 
+Ratio FrameRate(const VexmoraHost::VideoFormat& inFormat) {
+    return Reduced(inFormat.frameRateNumerator, inFormat.frameRateDenominator);
+}
+
+// The index has thousandths.
+Ratio EffectiveRate(const VexmoraHost::MovieInfo& inInfo) {
+    const Ratio nominal = FrameRate(inInfo);
+    const double rate = inInfo.file.effectiveFrameRate / 1000.0;
+    const auto isNear = [=](double inRate) { return std::abs(inRate - rate) < 0.002; };
+    if (rate <= 0 || (nominal.IsKnown() && isNear(nominal.Value()))) return nominal;
+    const auto whole = static_cast<std::uint64_t>(std::lround(rate));
+    if (isNear(static_cast<double>(whole))) return {whole, 1};
+    const auto ntsc = static_cast<std::uint64_t>(std::ceil(rate));
+    if (isNear(static_cast<double>(ntsc) * 1000 / 1001)) return Reduced(ntsc * 1000, 1001);
+    return Reduced(inInfo.file.effectiveFrameRate, 1000);
+}
+
 std::uint32_t ViewingWidth(std::uint32_t inWidth, const Ratio& inSampleAspect) {
     constexpr double kMostStretch = 8;
     if (!inSampleAspect.IsKnown()) return inWidth;
@@ -84,10 +113,10 @@ bool IsInterlaced(const VexmoraHost::Movie& inMovie, const VexmoraHost::Picture&
            (record.flags & Vexmora::kProgressiveFrameBit) == 0;
 }
 
-ColourMatrix MatrixOf(const Vexmora::IndexHeader& inHeader) {
+ColourMatrix MatrixOf(const Vexmora::IndexHeader& inHeader, std::uint32_t inHeight) {
     constexpr unsigned kMatrixShift = 10;
     constexpr std::uint32_t kMatrixMask = 0x1F;  // table 6-9 uses no more; picture_structure lies above
-    constexpr std::uint16_t kStandardDefinitionLines = 576;
+    constexpr std::uint32_t kStandardDefinitionLines = 576;
     switch (inHeader.formatWord >> kMatrixShift & kMatrixMask) {
         case 1:  // BT.709
         case 7:  // SMPTE 240M, almost the same
@@ -97,7 +126,7 @@ ColourMatrix MatrixOf(const Vexmora::IndexHeader& inHeader) {
         case 6:
             return ColourMatrix::Bt601;
         default:
-            return inHeader.height > kStandardDefinitionLines ? ColourMatrix::Bt709 : ColourMatrix::Bt601;
+            return inHeight > kStandardDefinitionLines ? ColourMatrix::Bt709 : ColourMatrix::Bt601;
     }
 }
 

@@ -21,15 +21,22 @@ struct Ratio {
 enum class FieldOrder { Progressive, TopFirst, BottomFirst, Mixed };
 FieldOrder FieldOrderOf(const Vexmora::IndexHeader& inHeader);
 
+/// The format at the start of a movie.
+VexmoraHost::VideoFormat FormatOf(const VexmoraHost::MovieInfo& inInfo);
+
 /// Width over height of the whole picture (ISO/IEC 13818-2, table 6-3); unknown where the code is reserved.
-Ratio DisplayAspect(const Vexmora::IndexHeader& inHeader);
+Ratio DisplayAspect(const VexmoraHost::VideoFormat& inFormat);
 
 /// Width over height of a decoded sample at inScale.
-Ratio SampleAspect(const VexmoraHost::MovieInfo& inInfo, VexmoraHost::Scale inScale);
+Ratio SampleAspect(const VexmoraHost::VideoFormat& inFormat, VexmoraHost::Scale inScale);
 
 /// Frames per second, exactly: the standard's rates are whole multiples of 1/1001 divided by up to 32.
 /// Unknown where the stream does not tell.
 Ratio FrameRate(const VexmoraHost::MovieInfo& inInfo);
+Ratio FrameRate(const VexmoraHost::VideoFormat& inFormat);
+
+/// Frames per second after pulldown was detected: the nominal ones where there is none.
+Ratio EffectiveRate(const VexmoraHost::MovieInfo& inInfo);
 
 /// Width in square samples of a picture that is inWidth samples wide: its lines stay as they are. A sample
 /// that is more than eight times as long one way as the other is a damaged header's and left as it is.
@@ -39,8 +46,8 @@ std::uint32_t ViewingWidth(std::uint32_t inWidth, const Ratio& inSampleAspect);
 bool IsInterlaced(const VexmoraHost::Movie& inMovie, const VexmoraHost::Picture& inPicture);
 
 /// matrix_coefficients (ISO/IEC 13818-2, table 6-9): as the stream says, or, where it does not, what is usual
-/// for its size.
+/// for its size, inHeight coded lines.
 enum class ColourMatrix { Bt601, Bt709 };
-ColourMatrix MatrixOf(const Vexmora::IndexHeader& inHeader);
+ColourMatrix MatrixOf(const Vexmora::IndexHeader& inHeader, std::uint32_t inHeight);
 
 }  // namespace VexmoraCommand

@@ -13,6 +13,7 @@ namespace VexmoraCommand {
 /// Counts the frames that are not what the stream's maker encoded.
 class DamageSummary {
   public:
+    std::uint64_t Frames() const { return mFrames; }
     void Note(std::uint32_t inFrame, const VexmoraHost::Picture& inPicture);
 
     /// Tells of them on standard error, if there are any. @return Failed then, else Done.

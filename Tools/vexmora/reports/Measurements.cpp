@@ -34,11 +34,9 @@ void ForgetWhatWasRead() {
     VexmoraHost::DropBlocks();
 }
 
-std::vector<double> MeasureIndexing(const MeasuringOptions& inOptions, const std::string& inIndexDir) {
-    const auto index = [&] {
-        static_cast<void>(
-            OpenMovie(inOptions.file, {.indexDir = inIndexDir, .force = true, .quiet = inOptions.quiet}));
-    };
+std::vector<double> MeasureIndexing(const RecordingFiles& inRecording, OpeningOptions inOptions) {
+    inOptions.force = true;
+    const auto index = [&] { static_cast<void>(OpenMovie(inRecording, inOptions)); };
     index();
     std::vector<double> runs;
     double total = 0;
@@ -58,7 +56,7 @@ class Decoding {
           mMovie(ioMovie),
           mCount(ioMovie.Info().frameCount),
           mRun(std::min(inOptions.frames, mCount)),
-          mWork(inOptions.file, std::uint64_t{mRun} * 3 + inOptions.frames, inOptions.quiet) {}
+          mWork(inOptions.file, std::uint64_t{mRun} * 3 + inOptions.frames, inOptions.opening.quiet) {}
 
     void Measure(Measurements& outResult) {
         Linear();  // so that memory, code and file are warm
@@ -115,8 +113,11 @@ double Measurements::Percentile(const std::vector<double>& inSeconds, unsigned i
 Measurements Measure(const MeasuringOptions& inOptions) {
     const TemporaryFolder folder("vexmora-bench");
     Measurements result;
-    result.indexing = MeasureIndexing(inOptions, folder.Path());
-    Movie movie = OpenMovie(inOptions.file, {.indexDir = folder.Path(), .quiet = inOptions.quiet});
+    const RecordingFiles recording = FindRecording(inOptions.file, inOptions.opening);
+    OpeningOptions opening = inOptions.opening;
+    opening.indexDir = folder.Path();
+    result.indexing = MeasureIndexing(recording, opening);
+    Movie movie = OpenMovie(recording, opening);
     if (movie.Info().frameCount == 0)
         throw CommandError(ExitStatus::Failed, inOptions.file, "has no usable frame", "measure another file");
     result.streamBytes = movie.Info().index.streamLength;

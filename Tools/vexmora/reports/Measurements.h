@@ -18,7 +18,8 @@ struct MeasuringOptions {
     std::uint32_t frames = 200;
     /// Chooses the places.
     std::uint64_t seed = 1;
-    bool quiet = false;
+    /// Its folder for the index is not used.
+    OpeningOptions opening;
 };
 
 /// All seconds are of a steady clock, and of work for which the file had been read before.

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <nlohmann/json.hpp>
+#include <set>
 
 #include "CommandError.h"
 #include "files/StandardOutput.h"
@@ -101,11 +102,51 @@ std::string StatusText(const FrameFindings& inFrames) {
     return text.Text();
 }
 
+bool HasErrors(const VexmoraHost::PacketCounts& inCounts) {
+    return inCounts.continuityErrors > 0 || inCounts.scrambled > 0 || inCounts.transportErrors > 0;
+}
+
+std::string PacketsText(const VexmoraHost::PacketCounts& inCounts) {
+    Enumeration text;
+    text.Add(inCounts.continuityErrors, Counted(inCounts.continuityErrors, "continuity error"));
+    text.Add(inCounts.scrambled, Counted(inCounts.scrambled, "scrambled packet"));
+    text.Add(inCounts.transportErrors,
+             Counted(inCounts.transportErrors, "packet") + " with transport errors");
+    return text.Text();
+}
+
+std::string StreamText(const VexmoraHost::StreamAccount& inStream) {
+    Enumeration text;
+    text.Add(inStream.videoPacketsNotShown,
+             Counted(inStream.videoPacketsNotShown, "video packet belongs", "video packets belong") +
+                 " to no frame");
+    text.Add(inStream.skippedBytes,
+             Counted(inStream.skippedBytes, "byte belongs", "bytes belong") + " to no packet");
+    text.Add(inStream.losses, fmt::format("packets lost sight of {}", Counted(inStream.losses, "time")));
+    return text.Text();
+}
+
+Json StreamJson(const VexmoraHost::StreamAccount& inStream) {
+    Json pids = Json::array();
+    for (const auto& [pid, counts] : inStream.packets) {
+        pids.push_back({{"pid", pid},
+                        {"packets", counts.packets},
+                        {"continuity_errors", counts.continuityErrors},
+                        {"scrambled", counts.scrambled},
+                        {"transport_errors", counts.transportErrors}});
+    }
+    return {{"skipped_bytes", inStream.skippedBytes},
+            {"losses", inStream.losses},
+            {"video_packets_not_shown", inStream.videoPacketsNotShown},
+            {"pids", pids}};
+}
+
 std::string Verdict(const CheckReport& inReport) {
     const FrameFindings& frames = inReport.frames;
     const std::string all = Counted(inReport.facts.frameCount, "frame");
     if (inReport.facts.frameCount == 0) return "damaged: no frame is usable";
     if (inReport.IsSound()) return fmt::format("sound: {}", all);
+    if (inReport.AreFramesSound()) return fmt::format("damaged: {} decode, but not all video is there", all);
     Enumeration text;
     const auto add = [&](Finding inFinding, std::string_view inWhat) {
         const std::uint64_t count = frames.Count(inFinding);
@@ -130,6 +171,24 @@ Json RangeJson(const FindingRange& inRange) {
 }  // namespace
 
 bool CheckReport::IsSound() const {
+    return AreFramesSound() && stream.videoPacketsNotShown == 0 && !HasErrors(VideoPackets());
+}
+
+VexmoraHost::PacketCounts CheckReport::VideoPackets() const {
+    std::set<std::uint16_t> pids;
+    for (const auto& video : stream.videoPids) pids.insert(video.pid);
+    VexmoraHost::PacketCounts all;
+    for (const auto& [pid, counts] : stream.packets) {
+        if (!pids.contains(pid)) continue;
+        all.packets += counts.packets;
+        all.continuityErrors += counts.continuityErrors;
+        all.scrambled += counts.scrambled;
+        all.transportErrors += counts.transportErrors;
+    }
+    return all;
+}
+
+bool CheckReport::AreFramesSound() const {
     return facts.frameCount > 0 && frames.Count(Finding::Sound) == facts.frameCount;
 }
 
@@ -146,6 +205,10 @@ void WriteCheckText(const CheckReport& inReport) {
     for (std::size_t i = 0; i < listed; ++i) write(RangeText(ranges[i]));
     if (listed < ranges.size())
         write(fmt::format("{} more (--all lists every one)", Counted(ranges.size() - listed, "range")));
+    for (const auto& [pid, counts] : inReport.stream.packets) {
+        if (HasErrors(counts)) write(fmt::format("PID 0x{:X}: {}", pid, PacketsText(counts)));
+    }
+    if (const std::string text = StreamText(inReport.stream); !text.empty()) write("stream: " + text);
     if (const std::string text = IndexText(inReport.index); !text.empty()) write("index: " + text);
     if (const std::string text = StatusText(inReport.frames); !text.empty()) write("statuses: " + text);
     write(Verdict(inReport));
@@ -182,6 +245,7 @@ void WriteCheckJson(const CheckReport& inReport) {
           {"pictures_behind", index.picturesBehind}}},
         {"ranges", ranges},
         {"ranges_left_out", frames.Ranges().size() - listed},
+        {"stream", StreamJson(inReport.stream)},
     };
     WriteOutput(json.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n");
 }

@@ -1,6 +1,7 @@
 // The facts for people to read.
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cmath>
 
 #include "CommandError.h"
@@ -16,14 +17,17 @@ std::string SizeText(unsigned inWidth, unsigned inHeight) {
     return fmt::format("{} x {}", inWidth, inHeight);
 }
 
+// "16:9"; as the standard writes it.
+std::string PictureAspectText(const Ratio& inDisplay) {
+    return inDisplay.denominator == 100 ? fmt::format("{}:1", inDisplay.Value())
+                                        : fmt::format("{}:{}", inDisplay.numerator, inDisplay.denominator);
+}
+
 std::string AspectText(const StreamFacts& inFacts) {
     if (!inFacts.pixelAspectRatio)
         return fmt::format("unknown (reserved code {})", std::uint32_t{inFacts.header.aspectRatioCode});
-    const Ratio display = DisplayAspect(inFacts.header);
-    const std::string picture = display.denominator == 100  // as the standard writes it
-                                    ? fmt::format("{}:1", display.Value())
-                                    : fmt::format("{}:{}", display.numerator, display.denominator);
-    return fmt::format("{:.4f} (picture {})", *inFacts.pixelAspectRatio, picture);
+    return fmt::format("{:.4f} (picture {})", *inFacts.pixelAspectRatio,
+                       PictureAspectText(DisplayAspect(inFacts.format)));
 }
 
 // To a thousandth, without idle zeros.
@@ -62,9 +66,64 @@ std::string DurationText(double inSeconds) {
                        milliseconds % 1000);
 }
 
+// "PID 0x0101": as the options take it.
+std::string IdText(const VexmoraHost::StreamInfo& inStream, VexmoraHost::StreamKind inKind) {
+    if (inKind == VexmoraHost::StreamKind::Elementary) return "";
+    const bool isPid = inKind == VexmoraHost::StreamKind::Transport;
+    return fmt::format("{} 0x{:X}: ", isPid ? "PID" : "stream", inStream.id);
+}
+
+void WriteStream(const VexmoraHost::StreamInfo& inStream, const StreamFacts& inFacts,
+                 const VexmoraHost::MovieDetails& inDetails, bool inIsProgramShown) {
+    std::string text = IdText(inStream, inFacts.kind) + inStream.codec;
+    if (inStream.width != 0) text += ", " + SizeText(inStream.width, inStream.height);
+    if (!inStream.language.empty()) text += ", " + inStream.language;
+    const auto isHere = [&](const VexmoraHost::AudioTrack& inTrack) { return inTrack.stream == inStream; };
+    const auto track = std::ranges::find_if(inDetails.audio, isHere);
+    if (inIsProgramShown && track != inDetails.audio.end() && track->offset) {
+        const double offset = *track->offset;
+        text +=
+            fmt::format(", begins {:.3f} s {} the video", std::abs(offset), offset < 0 ? "before" : "after");
+    }
+    const bool isShown = inIsProgramShown && inStream.id == inDetails.pid &&
+                         inStream.kind == VexmoraHost::StreamInfo::Kind::Video;
+    WriteField("", OnOneLine(text + (isShown ? " (shown)" : "")));
+}
+
+void WriteFormat(const VexmoraHost::FormatSpan& inSpan, const VexmoraHost::VideoFormat& inFormat) {
+    const Ratio aspect = DisplayAspect(inFormat);
+    const Ratio rate = FrameRate(inFormat);
+    WriteField(
+        "Format",
+        fmt::format("frames {}-{}: {}, picture {}, {} frames/s, {}", inSpan.firstFrame,
+                    inSpan.firstFrame + inSpan.frameCount - 1, SizeText(inFormat.width, inFormat.height),
+                    aspect.IsKnown() ? PictureAspectText(aspect) : "of unknown shape",
+                    rate.IsKnown() ? RateText(rate.Value()) : "unknown",
+                    inFormat.isProgressive ? "progressive sequence" : "interlaced sequence"));
+}
+
+void WriteDetails(const StreamFacts& inFacts, const VexmoraHost::MovieDetails& inDetails) {
+    if (inDetails.packetBytes != 0) WriteField("Packets", fmt::format("{} bytes", inDetails.packetBytes));
+    if (const std::uint64_t bytes = inDetails.account.skippedBytes; bytes != 0)
+        WriteField("Skipped", GroupedDigits(bytes) + " bytes that belong to no packet");
+    for (const VexmoraHost::ProgramInfo& program : inDetails.programs) {
+        const bool isShown = program.number == inDetails.program;
+        const std::string name = program.number == 0 ? "without a number" : fmt::format("{}", program.number);
+        WriteField("Program", name + (isShown && inDetails.programs.size() > 1 ? " (shown)" : ""));
+        for (const VexmoraHost::StreamInfo& stream : program.streams)
+            WriteStream(stream, inFacts, inDetails, isShown);
+    }
+    for (const VexmoraHost::FormatSpan& span : inDetails.spans)
+        WriteFormat(span, inDetails.formats.at(span.format));
+    const std::int64_t first = DetailsAt(inDetails, inFacts.header.firstFrame).presentationTime;
+    const std::int64_t last = DetailsAt(inDetails, inFacts.header.lastFrame).presentationTime;
+    if (first != VexmoraHost::kNoTime && last != VexmoraHost::kNoTime)
+        WriteField("Shown at", fmt::format("{} to {} s", SecondsText(first, ""), SecondsText(last, "")));
+}
+
 }  // namespace
 
-void WriteText(const StreamFacts& inFacts) {
+void WriteText(const StreamFacts& inFacts, const VexmoraHost::MovieDetails* inDetails) {
     const Vexmora::IndexHeader& header = inFacts.header;
     const PictureCounts& pictures = inFacts.pictures;
     const std::uint64_t length = header.streamLength;
@@ -84,6 +143,10 @@ void WriteText(const StreamFacts& inFacts) {
                                        GroupedDigits(pictures.holes)));
     WriteField("Largest picture", GroupedDigits(header.maxPictureSize) + " bytes");
     WriteField("Index file", OnOneLine(inFacts.indexFile));
+    if (inFacts.parts.size() > 1)
+        WriteField("Parts", fmt::format("{}, {} to {}", inFacts.parts.size(),
+                                        OnOneLine(inFacts.parts.front()), OnOneLine(inFacts.parts.back())));
+    if (inDetails != nullptr) WriteDetails(inFacts, *inDetails);
 }
 
 }  // namespace VexmoraCommand

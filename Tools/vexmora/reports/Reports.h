@@ -8,13 +8,15 @@
 namespace VexmoraCommand {
 
 /// For people: one aligned line a fact.
-void WriteText(const StreamFacts& inFacts);
+/// @param inDetails null where they are not asked for.
+void WriteText(const StreamFacts& inFacts, const VexmoraHost::MovieDetails* inDetails);
 
 /// One JSON object.
 /// @param inRecords null, or the records to list in it.
-void WriteJson(const StreamFacts& inFacts, const std::vector<Vexmora::FrameRecord>* inRecords);
+void WriteJson(const StreamFacts& inFacts, const VexmoraHost::MovieDetails& inDetails,
+               const std::vector<Vexmora::FrameRecord>* inRecords);
 
 /// A header line, then one line a record.
-void WriteCsv(const std::vector<Vexmora::FrameRecord>& inRecords);
+void WriteCsv(const std::vector<Vexmora::FrameRecord>& inRecords, const VexmoraHost::MovieDetails& inDetails);
 
 }  // namespace VexmoraCommand

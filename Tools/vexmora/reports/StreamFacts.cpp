@@ -26,13 +26,15 @@ std::optional<double> StreamFacts::Duration() const {
     return static_cast<double>(frameCount) / *effectiveFrameRate;
 }
 
-StreamFacts GatherFacts(const std::string& inFile, const VexmoraHost::Movie& inMovie) {
+StreamFacts GatherFacts(const RecordingFiles& inRecording, const VexmoraHost::Movie& inMovie) {
     const VexmoraHost::MovieInfo& info = inMovie.Info();
     StreamFacts facts;
-    facts.file = inFile;
+    facts.file = inRecording.name;
+    facts.parts = inRecording.files;
     facts.indexFile = inMovie.IndexPath().native();
     facts.kind = info.streamKind;
     facts.header = info.index;
+    facts.format = FormatOf(info);
     for (const Vexmora::FrameRecord& record : inMovie.Records()) Count(record, facts);
     facts.frameCount = info.frameCount;
     facts.progressive = info.file.progressive != 0;
@@ -55,6 +57,17 @@ std::string_view KindName(VexmoraHost::StreamKind inKind) {
     }
 }
 
+std::string_view NameOf(VexmoraHost::StreamInfo::Kind inKind) {
+    switch (inKind) {
+        case VexmoraHost::StreamInfo::Kind::Video:
+            return "video";
+        case VexmoraHost::StreamInfo::Kind::Audio:
+            return "audio";
+        default:
+            return "other";
+    }
+}
+
 std::string_view NameOf(FieldOrder inOrder) {
     switch (inOrder) {
         case FieldOrder::Progressive:
@@ -68,14 +81,23 @@ std::string_view NameOf(FieldOrder inOrder) {
     }
 }
 
-RecordFacts FactsOf(const Vexmora::FrameRecord& inRecord, std::size_t inPosition) {
+RecordFacts FactsOf(const Vexmora::FrameRecord& inRecord, const VexmoraHost::RecordDetails& inDetails,
+                    std::size_t inPosition) {
     constexpr std::array<std::string_view, 4> kTypeNames = {"", "I", "P", "B"};
     RecordFacts facts;
     facts.type = kTypeNames[PictureCodingType(inRecord)];
+    facts.secondFieldType = kTypeNames[inDetails.secondFieldType & 3U];
+    if (!facts.type.empty()) facts.structure = inDetails.isOfFields ? "fields" : "frame";
     const auto position = static_cast<std::int64_t>(inPosition);
     if (inRecord.pastRefDelta != 0) facts.past = position + inRecord.pastRefDelta;
     if (inRecord.futureRefDelta != 0) facts.future = position + inRecord.futureRefDelta;
     return facts;
+}
+
+const VexmoraHost::RecordDetails& DetailsAt(const VexmoraHost::MovieDetails& inDetails,
+                                            std::size_t inPosition) {
+    static const VexmoraHost::RecordDetails kNone;
+    return inPosition < inDetails.records.size() ? inDetails.records[inPosition] : kNone;
 }
 
 }  // namespace VexmoraCommand

@@ -5,8 +5,10 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "VexmoraHost/Movie.h"
+#include "files/RecordingFiles.h"
 #include "pictures/VideoFormat.h"
 
 namespace VexmoraCommand {
@@ -22,10 +24,14 @@ struct PictureCounts {
 /// The facts of one file, in the units in which they are reported.
 struct StreamFacts {
     std::string file;
+    /// The files of which it consists.
+    std::vector<std::string> parts;
     /// Path of the index file.
     std::string indexFile;
     VexmoraHost::StreamKind kind{};
     Vexmora::IndexHeader header{};
+    /// At the start.
+    VexmoraHost::VideoFormat format;
     /// Of all index positions, not only of the usable frames.
     PictureCounts pictures;
     /// Pictures that repeat a field: what pulldown leaves in a stream.
@@ -44,10 +50,13 @@ struct StreamFacts {
     std::optional<double> Duration() const;
 };
 
-StreamFacts GatherFacts(const std::string& inFile, const VexmoraHost::Movie& inMovie);
+StreamFacts GatherFacts(const RecordingFiles& inRecording, const VexmoraHost::Movie& inMovie);
 
 /// "elementary", "program" or "transport".
 std::string_view KindName(VexmoraHost::StreamKind inKind);
+
+/// "video", "audio" or "other".
+std::string_view NameOf(VexmoraHost::StreamInfo::Kind inKind);
 
 /// "progressive", "top", "bottom" or "mixed".
 std::string_view NameOf(FieldOrder inOrder);
@@ -59,9 +68,18 @@ struct RecordFacts {
     /// Index positions of the reference pictures.
     std::optional<std::int64_t> past;
     std::optional<std::int64_t> future;
+    /// "frame" or "fields"; empty for a hole.
+    std::string_view structure;
+    /// As type; empty where there is no second field picture.
+    std::string_view secondFieldType;
 };
 
 /// @param inPosition the record's index position.
-RecordFacts FactsOf(const Vexmora::FrameRecord& inRecord, std::size_t inPosition);
+RecordFacts FactsOf(const Vexmora::FrameRecord& inRecord, const VexmoraHost::RecordDetails& inDetails,
+                    std::size_t inPosition);
+
+/// Of the record at a position.
+const VexmoraHost::RecordDetails& DetailsAt(const VexmoraHost::MovieDetails& inDetails,
+                                            std::size_t inPosition);
 
 }  // namespace VexmoraCommand

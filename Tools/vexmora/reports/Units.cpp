@@ -26,6 +26,17 @@ std::string GroupedDigits(std::uint64_t inNumber) {
     return digits;
 }
 
+std::string SecondsText(std::int64_t inTime, std::string_view inNone) {
+    constexpr double kTicksPerSecond = 90'000;
+    if (inTime == VexmoraHost::kNoTime) return std::string(inNone);
+    return fmt::format("{:.6f}", static_cast<double>(inTime) / kTicksPerSecond);
+}
+
+std::string TimeCodeText(const VexmoraHost::TimeCode& inTimeCode) {
+    return fmt::format("{:02}:{:02}:{:02}{}{:02}", inTimeCode.hours, inTimeCode.minutes, inTimeCode.seconds,
+                       inTimeCode.isDropFrame ? ';' : ':', inTimeCode.pictures);
+}
+
 std::string ClockTime(double inSeconds) {
     // Beyond a thousand hours the seconds say nothing any more, and the number stays an integer.
     const auto seconds = static_cast<std::uint64_t>(std::ceil(std::fmin(std::fmax(inSeconds, 0.0), 3.6e6)));

@@ -1,0 +1,41 @@
+// Looking up spans of frames with one format.
+#include "movies/FrameFormats.h"
+
+#include <algorithm>
+#include <tuple>
+
+#include "pictures/VideoFormat.h"
+
+namespace VexmoraCommand {
+
+namespace {
+
+auto ShapeOf(const VexmoraHost::VideoFormat& inFormat) {
+    return std::tuple(inFormat.width, inFormat.height, inFormat.displayWidth, inFormat.displayHeight,
+                      inFormat.aspectRatioCode);
+}
+
+}  // namespace
+
+FrameFormats::FrameFormats(VexmoraHost::Movie& ioMovie)
+    : mDetails(ioMovie.KnownDetails()), mFirst(FormatOf(ioMovie.Info())) {}
+
+VexmoraHost::VideoFormat FrameFormats::At(std::uint32_t inFrame) const {
+    if (mDetails == nullptr) return mFirst;
+    const auto behind =
+        std::ranges::upper_bound(mDetails->spans, inFrame, {}, &VexmoraHost::FormatSpan::firstFrame);
+    return behind == mDetails->spans.begin() ? mFirst : mDetails->formats.at((behind - 1)->format);
+}
+
+std::optional<std::uint32_t> FrameFormats::ChangeIn(const FrameRange& inRange) const {
+    if (mDetails == nullptr) return {};
+    const auto shape = ShapeOf(At(inRange.first));
+    for (const VexmoraHost::FormatSpan& span : mDetails->spans) {
+        if (span.firstFrame > inRange.first && span.firstFrame <= inRange.last &&
+            ShapeOf(mDetails->formats.at(span.format)) != shape)
+            return span.firstFrame;
+    }
+    return {};
+}
+
+}  // namespace VexmoraCommand
