@@ -62,7 +62,7 @@ std::string Header(const Movie& inMovie, const ExportOptions& inOptions,
                    const VexmoraHost::VideoFormat& inFormat, const VexmoraHost::Plane& inLuma,
                    char inInterlacing) {
     const bool isNominal = inOptions.repeatFields || inOptions.rate == ExportRate::Nominal;
-    const Ratio rate = isNominal ? FrameRate(inMovie.Info()) : EffectiveRate(inMovie.Info());
+    const Ratio rate = isNominal ? FrameRate(inFormat) : EffectiveRate(inMovie.Info(), inFormat);
     const Ratio aspect = SampleAspect(inFormat, inOptions.scale);
     return fmt::format("YUV4MPEG2 W{} H{} F{}:{} I{} A{}:{} C420mpeg2\n", inLuma.width, inLuma.height,
                        rate.numerator, rate.denominator, inInterlacing, aspect.numerator, aspect.denominator);
@@ -72,8 +72,8 @@ void RefuseChange(const ExportOptions& inOptions, const FrameFormats& inFormats,
     const auto change = inFormats.ChangeIn(inRange);
     if (!change) return;
     const auto text = [](const VexmoraHost::VideoFormat& inFormat) {
-        return fmt::format("{} x {} (aspect code {})", inFormat.width, inFormat.height,
-                           unsigned{inFormat.aspectRatioCode});
+        return fmt::format("{} x {}, aspect code {}, {:.3f} frames/s", inFormat.width, inFormat.height,
+                           unsigned{inFormat.aspectRatioCode}, FrameRate(inFormat).Value());
     };
     throw CommandError(
         ExitStatus::Failed, inOptions.file,

@@ -12,7 +12,7 @@ namespace {
 
 auto ShapeOf(const VexmoraHost::VideoFormat& inFormat) {
     return std::tuple(inFormat.width, inFormat.height, inFormat.displayWidth, inFormat.displayHeight,
-                      inFormat.aspectRatioCode);
+                      inFormat.aspectRatioCode, inFormat.frameRateNumerator, inFormat.frameRateDenominator);
 }
 
 }  // namespace

@@ -18,7 +18,7 @@ class FrameFormats {
 
     /// Of the picture that a frame shows.
     VexmoraHost::VideoFormat At(std::uint32_t inFrame) const;
-    /// The first frame of a range that has another size or shape of samples than the range's first one.
+    /// The first frame of a range that has another size, shape of samples or rate than the range's first one.
     std::optional<std::uint32_t> ChangeIn(const FrameRange& inRange) const;
 
   private:

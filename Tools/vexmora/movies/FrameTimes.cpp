@@ -67,7 +67,8 @@ std::vector<std::uint32_t> FindSeconds(const Time& inTime, const MovieInfo& inIn
                                        const MovieDetails& inDetails) {
     constexpr double kTolerance = 0.0006;  // times are written to the millisecond
     const double seconds = static_cast<double>(inTime.seconds) + inTime.fraction + kTolerance;
-    const double rate = EffectiveRate(inInfo).IsKnown() ? EffectiveRate(inInfo).Value() : 0;
+    const Ratio effective = EffectiveRate(inInfo, FormatOf(inInfo));
+    const double rate = effective.IsKnown() ? effective.Value() : 0;
     const auto frames = FramesOf(inInfo, inDetails);
     const auto grows = [](const auto& inOne, const auto& inNext) {
         return inOne.presentationTime == kNoTime || inOne.presentationTime >= inNext.presentationTime;

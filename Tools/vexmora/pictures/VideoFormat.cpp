@@ -87,8 +87,9 @@ Ratio FrameRate(const VexmoraHost::VideoFormat& inFormat) {
 }
 
 // The index has thousandths.
-Ratio EffectiveRate(const VexmoraHost::MovieInfo& inInfo) {
-    const Ratio nominal = FrameRate(inInfo);
+Ratio EffectiveRate(const VexmoraHost::MovieInfo& inInfo, const VexmoraHost::VideoFormat& inFormat) {
+    const Ratio nominal = FrameRate(inFormat);
+    if (nominal.IsKnown() && nominal != FrameRate(inInfo)) return nominal;
     const double rate = inInfo.file.effectiveFrameRate / 1000.0;
     const auto isNear = [=](double inRate) { return std::abs(inRate - rate) < 0.002; };
     if (rate <= 0 || (nominal.IsKnown() && isNear(nominal.Value()))) return nominal;

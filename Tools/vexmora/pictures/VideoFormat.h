@@ -15,6 +15,7 @@ struct Ratio {
 
     bool IsKnown() const { return denominator != 0; }
     double Value() const { return static_cast<double>(numerator) / static_cast<double>(denominator); }
+    friend bool operator==(const Ratio&, const Ratio&) = default;
 };
 
 /// Which field of a frame is the first in time.
@@ -35,8 +36,9 @@ Ratio SampleAspect(const VexmoraHost::VideoFormat& inFormat, VexmoraHost::Scale 
 Ratio FrameRate(const VexmoraHost::MovieInfo& inInfo);
 Ratio FrameRate(const VexmoraHost::VideoFormat& inFormat);
 
-/// Frames per second after pulldown was detected: the nominal ones where there is none.
-Ratio EffectiveRate(const VexmoraHost::MovieInfo& inInfo);
+/// Frames per second after pulldown was detected: the nominal ones where there is none, or where they are
+/// others than at the start, of which the index tells.
+Ratio EffectiveRate(const VexmoraHost::MovieInfo& inInfo, const VexmoraHost::VideoFormat& inFormat);
 
 /// Width in square samples of a picture that is inWidth samples wide: its lines stay as they are. A sample
 /// that is more than eight times as long one way as the other is a damaged header's and left as it is.
