@@ -38,7 +38,7 @@ void ExpectSense(Vexmora_Handle inHandle, const fs::path& inIndexFile) {
 Outcome OpenAndDecode(const Setup& inSetup, const Way& inWay) {
     constexpr std::int32_t kMostFrames = 8;
     const WorkingIn way(inWay);
-    FolderHost host(inSetup.folder);
+    TestHost host(inSetup.folder);
     Outcome outcome;
     const auto open = [&](Vexmora_Handle& outHandle) {
         outcome.statuses.push_back(

@@ -125,7 +125,7 @@ class Player {
                                           ModeOf(mSetup.scale), SubModeOf(mSetup.scale));
     }
 
-    ExactHost mHost;
+    TestHost mHost;
     const Setup mSetup;
     std::size_t mBufferBytes = 0;
     Vexmora_Handle mHandle = nullptr;

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "FuzzTarget.h"
-#include "Support/ExactHost.h"
+#include "Support/TestHost.h"
 #include "mpeg2/Headers.h"
 
 namespace Vexmora::Test {
@@ -20,7 +20,7 @@ struct Outcome {
 
 // Both parsers one after the other, in memory of which inSpareBytes lie behind the data.
 Outcome Parse(const Bytes& inBytes, std::size_t inSpareBytes) {
-    const ExactHost host;
+    const TestHost host;
     StartCodeTable table;
     const std::size_t capacity = inBytes.size() + inSpareBytes;
     const auto buffer =

@@ -43,7 +43,7 @@ void Believe(Bytes& ioFile) {
     if (ioFile.size() < sizeof header) return;
     std::memcpy(&header, ioFile.data(), sizeof header);
     header.identity =
-        *Pavlin::utility::Guid::FromText("00112233-4455-6677-8899-aabbccddeeff");  // FolderHost's
+        *Pavlin::utility::Guid::FromText("00112233-4455-6677-8899-aabbccddeeff");  // TestHost's
     header.version = kIndexVersion;
     std::memcpy(ioFile.data(), &header, sizeof header);
 }
@@ -98,7 +98,7 @@ void FuzzOne(Choices& ioChoices) {
     if ((flags & 2) == 0) Believe(file);
     WriteAll(media.IndexPath(kind), file);
 
-    FolderHost host(media.Folder());
+    TestHost host(media.Folder());
     Vexmora_Handle handle = nullptr;
     IndexHeader header{};
     const Vexmora_Status status =

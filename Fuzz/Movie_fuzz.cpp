@@ -5,7 +5,7 @@
 
 #include "FuzzTarget.h"
 #include "GuardedPicture.h"
-#include "Support/FolderHost.h"
+#include "Support/TestHost.h"
 #include "Support/TestFiles.h"
 #include "VexmoraHost/Movie.h"
 

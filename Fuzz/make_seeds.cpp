@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "Support/FolderHost.h"
+#include "Support/TestHost.h"
 #include "Syntax/RandomStream.h"
 
 namespace Vexmora::Test {
@@ -104,6 +104,7 @@ void WriteSeeds(const Seeds& inSeeds, const fs::path& inFolder) {
         ++number;
         const std::uint8_t scale = number % 3;
         WriteSeed(inFolder / "indexers", name, {0, number, 0, number, 1, 2}, bytes);
+        WriteSeed(inFolder / "sources", name, {number, number}, bytes);
         WriteSeed(inFolder / "splitters", name, {number, 255, number, 2, 0, 0, 0, 0, 1, number}, bytes);
         if (bytes[0] == 0 && bytes[3] == 0xB3)
             WriteSeed(inFolder / "headers", name, {0, 0},

@@ -4,7 +4,7 @@
 
 #include <cstdlib>
 
-#include "Support/FolderHost.h"
+#include "Support/TestHost.h"
 #include "Support/StreamBuilder.h"
 
 namespace Vexmora::Test {
@@ -53,7 +53,7 @@ class Files : public testing::Test {
 
     const TemporaryFolder mFolder;
     const fs::path mMedia = mFolder / "media.bin";
-    FolderHost mHost{mFolder.Path()};
+    TestHost mHost{mFolder.Path()};
     Vexmora_Handle mHandle = nullptr;
     std::vector<float> mProgress;
 };

@@ -11,9 +11,9 @@
 #include <random>
 #include <string>
 
-#include "Support/ExactHost.h"
 #include "Support/Options.h"
 #include "Support/StreamBuilder.h"
+#include "Support/TestHost.h"
 
 namespace Vexmora::Test {
 namespace {
@@ -61,7 +61,7 @@ class CodedPicture : public testing::Test {
         return at;
     }
 
-    ExactHost host;
+    TestHost host;
     StartCodeTable table;
 };
 
@@ -180,14 +180,16 @@ TEST_F(CodedPicture, MakesViewsThatBeginAtASlice) {
 
 TEST(CodedPictureHost, FailureMakesCreationFailAndLeaksNothing) {
     StartCodeTable table;
-    using Fault = ExactHost::Fault;
-    for (const Fault fault : {Fault::AllocateFails, Fault::NoHandle, Fault::AddressFails, Fault::NoAddress}) {
-        const ExactHost host(fault);
+    for (const auto& [call, status] : {std::pair{HostCall::Allocate, -1},
+                                       {HostCall::Allocate, 0},
+                                       {HostCall::Address, -1},
+                                       {HostCall::Address, 0}}) {
+        TestHost host;
+        host.Fail(call, status);
         EXPECT_THROW((void)CodedPictureBuffer::Create(100, table, host.Services()), std::bad_alloc);
         EXPECT_EQ(host.LiveBlocks(), 0);
-        EXPECT_EQ(host.Requests(), 1);
     }
-    const ExactHost host;  // whole words would wrap around
+    const TestHost host;  // whole words would wrap around
     EXPECT_THROW((void)CodedPictureBuffer::Create(0xFFFFFFFD, table, host.Services()), std::bad_alloc);
     EXPECT_EQ(host.Requests(), 0);
 }

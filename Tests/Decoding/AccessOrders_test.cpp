@@ -39,7 +39,7 @@ Pictures DecodeFromBuffer(const fs::path& inMedia, Scale inScale) {
     std::vector<std::size_t> codedOrder(records.size());
     std::iota(codedOrder.begin(), codedOrder.end(), std::size_t{0});
     std::ranges::sort(codedOrder, {}, [&](std::size_t inFrame) { return records[inFrame].offset; });
-    const ExactHost host;
+    const TestHost host;
     Vexmora_Startup();
     const Pictures decoded = BufferInstance(host.Services(), inScale).DecodeAll(CutIntoPictures(stream));
     Vexmora_Shutdown();

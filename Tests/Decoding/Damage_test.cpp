@@ -91,7 +91,7 @@ class Damage : public testing::Test {
 
     std::mt19937 mRandom{Option("VEXMORA_SEED", 20)};
     const unsigned mRuns = Option("VEXMORA_RUNS", 300);
-    ExactHost mHost;
+    TestHost mHost;
     unsigned mDamagedPictures = 0;
 };
 

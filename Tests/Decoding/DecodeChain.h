@@ -11,7 +11,7 @@
 #include <memory>
 #include <vector>
 
-#include "Support/FolderHost.h"
+#include "Support/TestHost.h"
 #include "Vexmora/PlaneLayout.h"
 
 namespace Vexmora::Test {
@@ -157,11 +157,15 @@ class DecodeChain {
             decoded.picture);
         return mPictures.emplace(inFrame, std::move(decoded)).first->second;
     }
+    /// Its visible samples.
+    std::vector<std::uint8_t> Shown(std::int32_t inFrame) {
+        return Visible(Frame(inFrame).picture, Layout());
+    }
 
   private:
     const TemporaryFolder mFolder;
     const std::filesystem::path mMedia;
-    FolderHost mHost;
+    TestHost mHost;
     const Scale mScale;
     Vexmora_Handle mHandle = nullptr;
     IndexHeader mHeader{};

@@ -48,7 +48,7 @@ class FrameAccess : public testing::Test {
 
     Random mRandom{3};
     const TemporaryFolder mFolder;
-    ExactHost mHost;
+    TestHost mHost;
     Vexmora_Handle mHandle = nullptr;
     Picture420 mPicture{128 * kSequence.height, 128 * kSequence.height / 2};
 };

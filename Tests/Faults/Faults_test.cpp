@@ -26,10 +26,7 @@ constexpr std::array kHostCalls{
 constexpr std::array kSystemCalls{Call::FileOpen, Call::FileFacts, Call::FileSeek,
                                   Call::FileRead, Call::FileWrite, Call::ThreadStart};
 
-std::size_t OpenDescriptors() {
-    const fs::directory_iterator all("/proc/self/fd");
-    return static_cast<std::size_t>(std::distance(begin(all), end(all)));
-}
+using VexmoraHost::OpenDescriptors;
 
 void CheckStatuses(const RunResult& inRun, bool inHasCache) {
     for (std::uint32_t number = 0; number < inRun.steps.size(); ++number) {
@@ -86,16 +83,16 @@ class Faults : public testing::TestWithParam<int> {
         const RunResult failing = run.Run(inPlan);
         CheckStatuses(failing, inHasCache);
         EXPECT_EQ(failing.digests, sound.digests);
-        EXPECT_EQ(host.BlocksHeld(), 0u);
+        EXPECT_EQ(host.LiveBlocks(), 0);
         for (const auto& entry : fs::directory_iterator(mFolder.Path())) {
             EXPECT_TRUE(entry.path() == mPath || entry.file_size() > sizeof(IndexHeader)) << entry.path();
         }
         DeleteIndex();
-        host.ForgetIndex();
+        host.Forget();
         const RunResult after = run.Run({});
         EXPECT_EQ(after.steps, sound.steps);
         EXPECT_EQ(after.digests, sound.digests);
-        EXPECT_EQ(host.BlocksHeld(), 0u);
+        EXPECT_EQ(host.LiveBlocks(), 0);
         EXPECT_EQ(host.Misuses(), 0u);
         DeleteIndex();
         return failing.faults.size();
@@ -158,7 +155,7 @@ TEST(FaultsOfANewProcess, TheHeapInTurn) {
         const RunResult run = WholeRun(host, {}, path)
                                   .Run({.call = Call::Heap, .number = inNumber}, WholeRun::Length::UpToIndex);
         CheckStatuses(run, false);
-        return run.faults.empty() ? kNoFault : HasFailure() || host.BlocksHeld() != 0 ? 1 : 0;
+        return run.faults.empty() ? kNoFault : HasFailure() || host.LiveBlocks() != 0 ? 1 : 0;
     };
     int exitCode = 0;
     std::uint32_t number = 0;

@@ -8,6 +8,7 @@
 
 #include "Faults/WholeRun.h"
 #include "Host/HostTestSupport.h"
+#include "Host/PlainDecode.h"
 #include "Support/Options.h"
 #include "VexmoraHost/Movie.h"
 #include "memory/HostServices.h"
@@ -26,16 +27,6 @@ struct Outcome {
     std::vector<std::optional<std::size_t>> digests;  // none for a picture that says it is not sound
     std::vector<InjectedFault> faults;
 };
-
-std::size_t DigestOf(const VexmoraHost::Picture& inPicture) {
-    std::string samples;
-    for (const auto& plane : {inPicture.luma, inPicture.cb, inPicture.cr}) {
-        for (std::size_t line = 0; line < plane.height; ++line) {
-            samples.append(reinterpret_cast<const char*>(plane.samples + line * plane.stride), plane.width);
-        }
-    }
-    return std::hash<std::string>()(samples);
-}
 
 class HostFaults : public testing::Test {
   protected:
@@ -64,7 +55,9 @@ class HostFaults : public testing::Test {
                     SharedPicture picture;
                     attempt([&] { picture = movie->Frame(frame, scale); });
                     const bool isSound = picture != nullptr && picture->damage.None();
-                    outcome.digests.push_back(isSound ? std::optional(DigestOf(*picture)) : std::nullopt);
+                    const auto samples = isSound ? SamplesOf(*picture) : VexmoraHost::Samples();
+                    outcome.digests.push_back(
+                        isSound ? std::optional(DigestOf(samples.data(), samples.size())) : std::nullopt);
                 }
             }
         }

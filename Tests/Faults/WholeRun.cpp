@@ -9,13 +9,10 @@
 #include <string_view>
 
 namespace Vexmora::Test {
-namespace {
 
 std::size_t DigestOf(const void* inBytes, std::size_t inCount) {
     return std::hash<std::string_view>()({static_cast<const char*>(inBytes), inCount});
 }
-
-}  // namespace
 
 RunResult WholeRun::Run(const FaultPlan& inPlan, Length inLength) {
     mResult = {};

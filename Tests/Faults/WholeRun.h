@@ -24,6 +24,8 @@ struct RunStep {
     friend bool operator==(const RunStep&, const RunStep&) = default;
 };
 
+std::size_t DigestOf(const void* inBytes, std::size_t inCount);
+
 struct RunResult {
     std::vector<RunStep> steps;
     /// Of every picture and index, in the order in which they were made.

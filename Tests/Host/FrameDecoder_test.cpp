@@ -12,6 +12,7 @@
 #include <random>
 #include <thread>
 
+#include "Decoding/DecodeChain.h"
 #include "Host/HostTestSupport.h"
 #include "PlainDecode.h"
 #include "Support/Options.h"
@@ -80,7 +81,7 @@ TEST_F(FrameDecoderTest, WildReferencesAreDamageAndGiveTheSamePicturesInAnyOrder
         }
     };
     const auto path = kStreams / "b1-100x76.m2v";
-    IndexedFile sound(path);
+    Vexmora::Test::DecodeChain sound(path);
     const IndexedFile wild(path, makeWild);
     const auto count = static_cast<std::uint32_t>(isWild.size());
     std::vector<Samples> forward;
@@ -94,7 +95,7 @@ TEST_F(FrameDecoderTest, WildReferencesAreDamageAndGiveTheSamePicturesInAnyOrder
         if (!IsTame(wild.AllRecords(), isWild, frame)) continue;
         ++tame;
         EXPECT_TRUE(picture->damage.None()) << frame;
-        EXPECT_TRUE(forward.back() == sound.Plain(static_cast<std::int32_t>(frame), Scale::Full)) << frame;
+        EXPECT_TRUE(forward.back() == sound.Shown(static_cast<std::int32_t>(frame))) << frame;
     }
     EXPECT_GT(damaged, 10u);
     EXPECT_GT(tame, 0u);
@@ -183,7 +184,7 @@ TEST_F(FrameDecoderTest, PicturesBeyondFourGiB) {
         const std::string stream = ReadFile(kStreams / name);
         const auto media = WriteFile(folder / name, stream);
         std::fstream(media, std::ios::binary | std::ios::in | std::ios::out).seekp(kFar) << stream;
-        IndexedFile near(kStreams / name);
+        Vexmora::Test::DecodeChain near(kStreams / name);
         const IndexedFile far(media, kStreams / name, [](Records& ioRecords) {
             for (Vexmora::FrameRecord& record : ioRecords) record.offset += kFar;
         });
@@ -191,7 +192,7 @@ TEST_F(FrameDecoderTest, PicturesBeyondFourGiB) {
         for (std::uint32_t frame = 0; frame < 10; ++frame) {
             const SharedPicture picture = Frame(far, frame);
             EXPECT_TRUE(picture->damage.None()) << frame;
-            EXPECT_TRUE(SamplesOf(*picture) == near.Plain(static_cast<std::int32_t>(frame), Scale::Full));
+            EXPECT_TRUE(SamplesOf(*picture) == near.Shown(static_cast<std::int32_t>(frame)));
         }
     }
 }

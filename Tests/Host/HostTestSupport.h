@@ -15,17 +15,10 @@ namespace VexmoraHost {
 using Vexmora::Test::TemporaryFolder;
 
 inline std::string ReadFile(const std::filesystem::path& inPath) {
-    std::string bytes(std::filesystem::file_size(inPath), '\0');
-    std::ifstream(inPath, std::ios::binary).read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-    return bytes;
+    return Vexmora::Test::ReadAll<std::string>(inPath);
 }
-
 inline std::filesystem::path WriteFile(const std::filesystem::path& inPath, const std::string& inBytes) {
-    std::ofstream file(inPath, std::ios::binary);
-    file << inBytes;
-    file.close();
-    if (!file) throw std::filesystem::filesystem_error("cannot write", inPath, {});
-    return inPath;
+    return Vexmora::Test::WriteAll(inPath, inBytes);
 }
 
 /// Rewrites a file in place with its bytes changed; the modification time stays.

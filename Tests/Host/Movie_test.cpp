@@ -218,24 +218,5 @@ TEST(Movie, LeavesNothingOpenOfAFileThatTookItsPlace) {
     EXPECT_LE(ProcessMemory().LiveBlocks(), blocks);
 }
 
-TEST(Movie, SaysWhatIsNotSupportedAndWhatCannotBeOpened) {
-    const TemporaryFolder folder;
-    OpenOptions options{.indexDir = folder / "store"};
-    const fs::path text = WriteFile(folder / "text.ts", "no video at all");
-    EXPECT_NE(FailureOf(text, options, Vexmora_Unsupported).find("MPEG-2"), std::string::npos);
-    EXPECT_NE(FailureOf(kStreams / "refused-mpeg1.m2v", options, Vexmora_Unsupported).find("MPEG-1"),
-              std::string::npos);
-    EXPECT_TRUE(HoldsNoIndex(options.indexDir));
-    EXPECT_NE(
-        FailureOf(folder / "no.ts", options, Vexmora_Failure).find("no.ts: cannot be opened: No such file"),
-        std::string::npos);
-    EXPECT_NE(FailureOf(folder.Path(), options, Vexmora_Failure).find("is not a regular file"),
-              std::string::npos);
-    EXPECT_NE(FailureOf("", options, Vexmora_Failure).find("cannot be opened"), std::string::npos);
-    options.indexDir = text / "below a file";
-    EXPECT_NE(FailureOf(text, options, Vexmora_Failure).find("choose another index folder"),
-              std::string::npos);
-}
-
 }  // namespace
 }  // namespace VexmoraHost

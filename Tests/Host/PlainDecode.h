@@ -1,15 +1,14 @@
-// Pictures by way of the exports alone, and a file whose index a test may change, to hold the host against.
+// The samples of the host's pictures, and a file whose index a test may change.
 #pragma once
 
 #include <gtest/gtest.h>
 
 #include <filesystem>
 #include <functional>
-#include <map>
+#include <memory>
 #include <optional>
 #include <vector>
 
-#include "Decoding/DecodeChain.h"
 #include "Support/StreamBuilder.h"
 #include "Vexmora/PathText.h"
 #include "frames/FrameDecoder.h"
@@ -56,7 +55,6 @@ class IndexedFile {
                                             mRecords, &handle),
                   Vexmora_Ok);
         mHandle.reset(handle);
-        EXPECT_EQ(Vexmora_GetFileInfo(handle, &mInfo), Vexmora_Ok);
         mMedia.emplace(inPath, FactsOf(inPath), mHeader, mRecords, 0, FormatOf(handle));
         mReader = mMedia->OpenReader();
     }
@@ -69,37 +67,17 @@ class IndexedFile {
         return {*mReader, *mMedia, mRecords, *mMissingAnchors, inFirstFrame, count, 1, ioCache, ioMemory};
     }
 
-    /// The samples of a record of a sound stream by way of the exports alone, each picture decoded once.
-    Samples Plain(std::int32_t inRecord, Scale inScale) {
-        return Visible(PlainPicture(inRecord, inScale),
-                       PlaneLayoutOf(mInfo, static_cast<Vexmora::DecodeScale>(inScale)));
-    }
     const Records& AllRecords() const { return mRecords; }
     Vexmora_Handle Handle() const { return mHandle.get(); }
 
   private:
-    Vexmora::Test::Picture420& PlainPicture(std::int32_t inRecord, Scale inScale) {
-        const auto key = std::pair(inRecord, inScale);
-        if (const auto found = mPlain.find(key); found != mPlain.end()) return found->second;
-        // Planes of the host's layout, each without a byte to spare.
-        const PictureLayout layout = LayoutOf(mInfo, {}, inScale);
-        Vexmora::Test::Picture420 picture(layout.cbOffset, layout.crOffset - layout.cbOffset);
-        const auto planesOf = [&](std::int32_t in) { return PlainPicture(in, inScale).Planes(); };
-        EXPECT_EQ(DecodeFrame(mHandle.get(), inRecord, static_cast<Vexmora::DecodeScale>(inScale), planesOf,
-                              picture),
-                  Vexmora_Ok);
-        return mPlain.emplace(key, std::move(picture)).first->second;
-    }
-
     Library mLibrary;
     OwnHandle mHandle;
     Vexmora::IndexHeader mHeader{};
     Records mRecords;
     std::optional<MissingAnchors> mMissingAnchors;  // of them
-    Vexmora::FileInfo mInfo{};
     std::optional<PlainFile> mMedia;
     std::unique_ptr<PictureReader> mReader;
-    std::map<std::pair<std::int32_t, Scale>, Vexmora::Test::Picture420> mPlain;
 };
 
 }  // namespace VexmoraHost

@@ -1,7 +1,7 @@
 // A coded picture made of given bytes, ready for a bit reader.
 #pragma once
 
-#include "Support/ExactHost.h"
+#include "Support/TestHost.h"
 #include "Support/StreamBuilder.h"
 #include "mpeg2/Headers.h"
 
@@ -19,7 +19,7 @@ struct CodedBytes {
     }
     BitReader Reader() const { return BitReader(*buffer); }
 
-    ExactHost host;
+    TestHost host;
     StartCodeTable table;
     CountedRef<CodedPictureBuffer> buffer;
     bool complete = false;

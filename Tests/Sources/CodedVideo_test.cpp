@@ -6,6 +6,7 @@
 #include <optional>
 #include <utility>
 
+#include "Decoding/DecodeChain.h"
 #include "Decoding/OtherDecoders.h"
 #include "Host/PlainDecode.h"
 #include "Support/StreamBuilder.h"
@@ -122,22 +123,6 @@ TEST(RealStreams, HaveTheIndexOfTheLibrary) {
     EXPECT_GT(compared[".m2v"], 20);
     EXPECT_GT(compared[".ts"], 3);
     EXPECT_GT(compared[".vob"], 2);
-}
-
-TEST(RealStreams, HaveThePicturesOfTheLibrary) {
-    for (const char* const name : {"b2-open-352x288.m2v", "b3-100x76.ts", "mplex-dvd.vob", "ip-64x48.m2v"}) {
-        IndexedFile plain(kStreams / name);
-        Source source(kStreams / name);
-        for (const auto scale : kScales) {
-            FrameDecoder decoder(source.Frames(), scale);
-            for (std::uint32_t frame = 0; frame < plain.AllRecords().size(); ++frame) {
-                const SharedPicture picture = decoder.Frame(frame);
-                EXPECT_TRUE(picture->damage.None()) << name << frame;
-                EXPECT_EQ(SamplesOf(*picture), plain.Plain(static_cast<std::int32_t>(frame), scale))
-                    << name << frame;
-            }
-        }
-    }
 }
 
 class RandomSources : public testing::TestWithParam<StreamPlan> {};

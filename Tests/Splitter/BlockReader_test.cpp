@@ -144,19 +144,18 @@ TEST(BlockReader, WithoutACacheAsksNothingOfIt) {
 }
 
 TEST(BlockReader, TriesAgainAfterTheHostFailed) {
-    using Fault = CountingHost::Fault;
     for (const std::uint32_t cacheId : {0U, kCacheId}) {
-        for (const Fault fault : {Fault::AllocateFails, Fault::AddressFails}) {
+        for (const HostCall fault : {HostCall::Allocate, HostCall::Address}) {
             Fixture file(Counting(4 * 4096), cacheId);
             file.At(4096);
-            file.host.SetFault(fault);
+            file.host.Fail(fault, -1);
             file.reader.SetPosition(3 * 4096);
             std::uint8_t byte = 0;
             EXPECT_EQ(file.reader.ReadUInt8(byte), ReadStatus::ServiceFailed);
             file.reader.SetPosition(4096 + 1);  // in the block that was current
-            const bool isThere = cacheId != 0 && fault == Fault::AllocateFails;
+            const bool isThere = cacheId != 0 && fault == HostCall::Allocate;
             EXPECT_EQ(file.reader.ReadUInt8(byte), isThere ? ReadStatus::Ok : ReadStatus::ServiceFailed);
-            file.host.SetFault(Fault::None);
+            file.host.FailNothing();
             EXPECT_EQ(file.At(4096 + 1), 2);
         }
     }

@@ -1,16 +1,26 @@
 // A splitter with its buffer, and what it delivers as plain bytes.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <memory>
 #include <utility>
 #include <vector>
 
 #include "Platform/PlatformFolder.h"
-#include "Splitter/CountingHost.h"
 #include "Splitter/Splitter.h"
 #include "Support/StreamBuilder.h"
+#include "Support/TestHost.h"
 
 namespace Vexmora::Test {
+
+/// Declared before whatever uses it, it checks at its end that every reference was given back.
+struct CountingHost : TestHost {
+    ~CountingHost() {
+        DropCache();
+        EXPECT_EQ(LiveBlocks(), 0) << "blocks were never released";
+    }
+};
 
 struct Delivery {
     ReadStatus status;

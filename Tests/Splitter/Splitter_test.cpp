@@ -102,25 +102,20 @@ TEST(SplitterElementary, APictureMustLeaveTheReserveFree) {
     const auto largest = static_cast<std::uint32_t>(pieces[2].size());
     Source(video, largest + Splitter::kReserve + 1).Expect(pieces);
     // A picture that fits but reaches into the reserve is given up whole: what follows is the next picture.
-    for (const std::uint32_t room : {0u, 1000u, 5000u, Splitter::kReserve - 1}) {
+    for (const std::uint32_t room : {0u, 1000u, 5000u, Splitter::kReserve - 1, Splitter::kReserve}) {
         Source tight(video, largest + room);
         ASSERT_EQ(tight->splitter.Open(), ReadStatus::Ok);
         EXPECT_EQ(tight->Next().status, ReadStatus::Ok);
-        static_cast<void>(tight->Next());  // the I picture, a byte smaller
+        const ReadStatus second = tight->Next().status;  // of the I picture, which is a byte smaller
+        EXPECT_TRUE(second == ReadStatus::Ok || room < Splitter::kReserve);
         EXPECT_EQ(tight->splitter.ReadPicture(*tight->buffer), ReadStatus::EndOfData);
         EXPECT_EQ(tight->buffer->Size(), largest);
+        EXPECT_EQ(tight->buffer->Data()[0], video[pieces[0].size() + pieces[1].size()]) << "in stream order";
         EXPECT_EQ(tight->splitter.ReadPicture(*tight->buffer), ReadStatus::EndOfData);
         EXPECT_EQ(tight->buffer->Size(), pieces[3].size()) << room;
+        tight->splitter.Seek(static_cast<std::int64_t>(pieces[0].size()) - 4, *tight->buffer);
+        EXPECT_EQ(tight->Next().bytes, (Bytes{0, 0, 1, 0}));
     }
-    Source small(video, largest + Splitter::kReserve);
-    ASSERT_EQ(small->splitter.Open(), ReadStatus::Ok);
-    EXPECT_EQ(small->Next().status, ReadStatus::Ok);
-    EXPECT_EQ(small->Next().status, ReadStatus::Ok) << "the I picture is a byte smaller";
-    EXPECT_EQ(small->splitter.ReadPicture(*small->buffer), ReadStatus::EndOfData);
-    EXPECT_EQ(small->buffer->Size(), largest);
-    EXPECT_EQ(small->buffer->Data()[0], video[pieces[0].size() + pieces[1].size()]) << "in stream order";
-    small->splitter.Seek(static_cast<std::int64_t>(pieces[0].size()) - 4, *small->buffer);
-    EXPECT_EQ(small->Next().bytes, (Bytes{0, 0, 1, 0}));
 }
 
 TEST(SplitterProgram, AppendsTheVideoPacketsOnly) {

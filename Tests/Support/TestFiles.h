@@ -34,14 +34,18 @@ class TemporaryFolder {
     std::filesystem::path mPath;
 };
 
-inline std::vector<std::uint8_t> ReadAll(const std::filesystem::path& inPath) {
+template <typename Bytes = std::vector<std::uint8_t>>
+Bytes ReadAll(const std::filesystem::path& inPath) {
     std::ifstream file(inPath, std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-inline void WriteAll(const std::filesystem::path& inPath, const std::vector<std::uint8_t>& inBytes) {
+template <typename Bytes>
+std::filesystem::path WriteAll(const std::filesystem::path& inPath, const Bytes& inBytes) {
     std::ofstream file(inPath, std::ios::binary | std::ios::trunc);
     file.write(reinterpret_cast<const char*>(inBytes.data()), static_cast<std::streamsize>(inBytes.size()));
+    if (!file.flush()) throw std::filesystem::filesystem_error("cannot write", inPath, {});
+    return inPath;
 }
 
 }  // namespace Vexmora::Test

@@ -80,7 +80,7 @@ class RandomStreams : public testing::TestWithParam<StreamPlan> {
         return inFrames.data() + inNumber * FrameSamples();
     }
 
-    const ExactHost mHost;
+    const TestHost mHost;
     RandomStream mStream;
     PlaneLayout mLayout;
     const TemporaryFolder mFolder;
