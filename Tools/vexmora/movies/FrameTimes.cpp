@@ -30,7 +30,8 @@ std::optional<Time> ReadTime(std::string_view inText) {
     static const std::regex kForm(R"((\d{1,4}):([0-5]?\d):([0-5]?\d)(?:[:;](\d{1,3})|(\.\d{1,9}))?)");
     std::cmatch match;
     if (!std::regex_match(inText.data(), inText.data() + inText.size(), match, kForm)) return {};
-    Time time{.seconds = std::stoull(match[1]) * 3600 + std::stoull(match[2]) * 60 + std::stoull(match[3])};
+    Time time;
+    time.seconds = std::stoull(match[1]) * 3600 + std::stoull(match[2]) * 60 + std::stoull(match[3]);
     if (match[4].matched) time.pictures = static_cast<std::uint32_t>(std::stoul(match[4]));
     if (match[5].matched) time.fraction = std::stod("0" + match[5].str());
     return time;
