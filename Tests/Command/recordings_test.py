@@ -101,8 +101,9 @@ class Exports(Case):
 
     def test_stops_before_another_size(self):
         both = made('both.m2v', STREAMS.joinpath('b1-100x76.m2v').read_bytes() + VIDEO.read_bytes())
-        spans = [(span['first_frame'], span['frame_count'], span['width']) for span in info(both)['formats']]
-        self.assertEqual(spans, [(0, 90, 100), (90, 100, 352)])
+        found = [tuple(span[key] for key in ('first_frame', 'frame_count', 'width', 'field_order'))
+                 for file in (both, STREAMS / 'top-720x576.m2v') for span in info(file)['formats']]
+        self.assertEqual(found, [(0, 90, 100, 'progressive'), (90, 100, 352, 'progressive'), (0, 50, 720, 'top')])
         self.assert_problem(run('export', both, '-o', WORK / 'both.y4m'), 1, 'at frame 90, from 100 x 76')
         self.assertEqual(frames(both, '--range', '90..')[0], frames(VIDEO)[0])
         self.assertEqual(run('frame', both, 100, '-o', WORK / 'one.png').returncode, 0)

@@ -8,10 +8,14 @@ namespace VexmoraCommand {
 ExitStatus RunInfo(const InfoOptions& inOptions) {
     const RecordingFiles recording = FindRecording(inOptions.file, inOptions.opening);
     VexmoraHost::Movie movie = OpenMovie(recording, inOptions.opening);
-    const StreamFacts facts = GatherFacts(recording, movie);
+    StreamFacts facts = GatherFacts(recording, movie);
     const bool wantsDetails = inOptions.json || inOptions.records || inOptions.details;
     const VexmoraHost::MovieDetails* const details =
         wantsDetails ? &ReadDetails(movie, recording, inOptions.opening.quiet) : movie.KnownDetails();
+    if (details != nullptr) {
+        for (const VexmoraHost::FormatSpan& span : details->spans)
+            facts.spanOrders.push_back(FieldOrderIn(movie, span, details->formats.at(span.format)));
+    }
     if (inOptions.json) {
         WriteJson(facts, *details, inOptions.records ? &movie.Records() : nullptr);
     } else if (inOptions.records) {

@@ -99,7 +99,11 @@ Json ToJson(const StreamFacts& inFacts, const VexmoraHost::MovieDetails& inDetai
                  {"audio", Json::array()},
                  {"formats", Json::array()}};
     for (const auto& program : inDetails.programs) json["programs"].push_back(ToJson(program, inDetails));
-    for (const auto& span : inDetails.spans) json["formats"].push_back(ToJson(span, inDetails));
+    for (std::size_t i = 0; i < inDetails.spans.size(); ++i) {
+        Json span = ToJson(inDetails.spans[i], inDetails);
+        span["field_order"] = NameOf(inFacts.spanOrders.at(i));
+        json["formats"].push_back(span);
+    }
     for (const VexmoraHost::AudioTrack& track : inDetails.audio) {
         json["audio"].push_back({{"id", track.stream.id},
                                  {"codec", track.stream.codec},

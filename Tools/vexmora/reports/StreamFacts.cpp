@@ -26,6 +26,18 @@ std::optional<double> StreamFacts::Duration() const {
     return static_cast<double>(frameCount) / *effectiveFrameRate;
 }
 
+FieldOrder FieldOrderIn(const VexmoraHost::Movie& inMovie, const VexmoraHost::FormatSpan& inSpan,
+                        const VexmoraHost::VideoFormat& inFormat) {
+    if (inFormat.isProgressive) return FieldOrder::Progressive;
+    std::array<bool, 2> isMet{};
+    for (std::uint32_t frame = 0; frame < inSpan.frameCount; ++frame) {
+        const auto& record = inMovie.Records().at(inMovie.Info().firstFrame + inSpan.firstFrame + frame);
+        if (IsValid(record)) isMet.at((record.flags & Vexmora::kTopFieldFirstBit) != 0 ? 1 : 0) = true;
+    }
+    if (isMet[0] == isMet[1]) return FieldOrder::Mixed;
+    return isMet[1] ? FieldOrder::TopFirst : FieldOrder::BottomFirst;
+}
+
 StreamFacts GatherFacts(const RecordingFiles& inRecording, const VexmoraHost::Movie& inMovie) {
     const VexmoraHost::MovieInfo& info = inMovie.Info();
     StreamFacts facts;

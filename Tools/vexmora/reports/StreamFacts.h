@@ -46,9 +46,16 @@ struct StreamFacts {
     std::optional<double> frameRate;
     std::optional<double> effectiveFrameRate;
 
+    /// Of each of the details' spans, by the first fields of its frames.
+    std::vector<FieldOrder> spanOrders;
+
     /// Seconds that the usable frames last.
     std::optional<double> Duration() const;
 };
+
+/// Which field comes first in the frames of a span; Mixed where that changes.
+FieldOrder FieldOrderIn(const VexmoraHost::Movie& inMovie, const VexmoraHost::FormatSpan& inSpan,
+                        const VexmoraHost::VideoFormat& inFormat);
 
 StreamFacts GatherFacts(const RecordingFiles& inRecording, const VexmoraHost::Movie& inMovie);
 
