@@ -23,6 +23,15 @@ std::int32_t FirstPicture(const OpenedMedia& inOpened) {
     return 0;
 }
 
+// As in any index: of the packet in which the picture begins, or of its start code where there are none.
+void PlaceRecords(const ScannedRecording& inScan, std::vector<Vexmora::FrameRecord>& ioRecords) {
+    if (inScan.tables.packaging.kind == Packaging::Kind::Elementary) return;
+    for (std::size_t record = 0; record < ioRecords.size(); ++record) {
+        const std::uint32_t frame = inScan.index.frames[record];
+        if (frame != kNoCodedFrame) ioRecords[record].offset = inScan.tables.video.frames[frame].position;
+    }
+}
+
 void DescribePictures(const SourceMedia& inMedia, OpenedMedia& ioOpened) {
     const std::int32_t first = FirstPicture(ioOpened);
     MovieInfo& info = ioOpened.info;
@@ -43,6 +52,7 @@ std::unique_ptr<OpenedMedia> OpenScan(std::shared_ptr<const ScannedRecording> in
     opened->indexPath = inScan->path;
     opened->wasIndexed = inScan->wasScanned;
     opened->records = inScan->index.index.records;
+    PlaceRecords(*inScan, opened->records);
     opened->cacheId = CacheIdFor(inScan->index.index.header.identity);
     Describe(inScan->index.index.header, opened->info);
     const ScannedRecording& scan = *inScan;
