@@ -32,6 +32,14 @@ void PlaceRecords(const ScannedRecording& inScan, std::vector<Vexmora::FrameReco
     }
 }
 
+// Pictures that nobody decodes are none: others stand in for them.
+void EmptyUndecodable(const SourceMedia& inMedia, std::vector<Vexmora::FrameRecord>& ioRecords) {
+    for (std::size_t record = 0; record < ioRecords.size(); ++record) {
+        const std::size_t format = inMedia.FormatOf(static_cast<std::int32_t>(record));
+        if (inMedia.Formats()[format].info.width == 0) ioRecords[record].size = 0;
+    }
+}
+
 void DescribePictures(const SourceMedia& inMedia, OpenedMedia& ioOpened) {
     const std::int32_t first = FirstPicture(ioOpened);
     MovieInfo& info = ioOpened.info;
@@ -59,6 +67,12 @@ std::unique_ptr<OpenedMedia> OpenScan(std::shared_ptr<const ScannedRecording> in
     auto media = std::make_unique<SourceMedia>(
         [&scan] { return MakeRandomReader(*scan.files, scan.tables.packaging, scan.tables.account); },
         scan.tables.video, scan.index);
+    EmptyUndecodable(*media, opened->records);
+    if (std::ranges::none_of(opened->records, [](const auto& in) { return IsValid(in); })) {
+        throw Error(Vexmora_Unsupported, scan.files->Files().front().Path(),
+                    "holds no picture that can be decoded: its sequence headers are damaged",
+                    "cut the bad part out, or copy or record it again");
+    }
     DescribePictures(*media, *opened);
     opened->reader = media->OpenReader();
     opened->media = std::move(media);
