@@ -42,8 +42,7 @@ void Believe(Bytes& ioFile) {
     IndexHeader header{};
     if (ioFile.size() < sizeof header) return;
     std::memcpy(&header, ioFile.data(), sizeof header);
-    header.identity =
-        *Pavlin::utility::Guid::FromText("00112233-4455-6677-8899-aabbccddeeff");  // TestHost's
+    header.identity = *Pavlin::utility::Guid::FromText("00112233-4455-6677-8899-aabbccddeeff");  // TestHost's
     header.version = kIndexVersion;
     std::memcpy(ioFile.data(), &header, sizeof header);
 }

@@ -5,8 +5,8 @@
 
 #include "FuzzTarget.h"
 #include "GuardedPicture.h"
-#include "Support/TestHost.h"
 #include "Support/TestFiles.h"
+#include "Support/TestHost.h"
 #include "VexmoraHost/Movie.h"
 
 namespace Vexmora::Test {

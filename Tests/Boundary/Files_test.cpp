@@ -4,8 +4,8 @@
 
 #include <cstdlib>
 
-#include "Support/TestHost.h"
 #include "Support/StreamBuilder.h"
+#include "Support/TestHost.h"
 
 namespace Vexmora::Test {
 namespace {

@@ -187,8 +187,7 @@ TEST(RealStreams, AnyBuffersGiveTheSameIndex) {
         const std::size_t size = stream.bytes.size();
         const IndexResult whole = Index(stream.bytes);
         for (const std::size_t piece : {std::size_t{1} << 24, std::size_t{4096}, std::size_t{33}}) {
-            EXPECT_TRUE(Index(stream.bytes, FixedCuts(size, piece)) == whole)
-                << "pieces of " << piece;
+            EXPECT_TRUE(Index(stream.bytes, FixedCuts(size, piece)) == whole) << "pieces of " << piece;
         }
         EXPECT_TRUE(Index(stream.bytes, RandomCuts(size, 33, 5000, seed)) == whole);
         EXPECT_TRUE(Index(stream.bytes, RandomCuts(size, 33, 200, seed)) == whole);

@@ -128,8 +128,7 @@ TEST(Splits, BuffersGiveTheSameIndexHoweverTheyAreCut) {
             ASSERT_TRUE(Index(bytes, {cut, second}) == whole) << "cut at " << cut << " and " << second;
         }
         for (std::size_t piece = 33; piece <= 400; piece += kStride) {
-            ASSERT_TRUE(Index(bytes, FixedCuts(bytes.size(), piece)) == whole)
-                << "pieces of " << piece;
+            ASSERT_TRUE(Index(bytes, FixedCuts(bytes.size(), piece)) == whole) << "pieces of " << piece;
             ASSERT_TRUE(Index(bytes, RandomCuts(bytes.size(), 33, piece, piece)) == whole)
                 << "random pieces, seed " << piece;
         }

@@ -1,8 +1,8 @@
 // A coded picture made of given bytes, ready for a bit reader.
 #pragma once
 
-#include "Support/TestHost.h"
 #include "Support/StreamBuilder.h"
+#include "Support/TestHost.h"
 #include "mpeg2/Headers.h"
 
 namespace Vexmora::Test {
