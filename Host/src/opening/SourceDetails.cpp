@@ -121,7 +121,7 @@ MovieDetails DetailsOf(const ScannedRecording& inScan, const MovieInfo& inInfo,
     details.program = tables.chosen.program;
     details.pid = tables.chosen.id;
     details.packetBytes = tables.packaging.packetDistance;
-    details.skippedAtStart = tables.packaging.begin;
+    details.skippedAtStart = tables.packaging.SkippedAtStart();
     details.account = tables.account;
     details.records.resize(inRecords.size());
     DescribeRecords(inScan, details);

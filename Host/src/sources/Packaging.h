@@ -25,6 +25,12 @@ struct Packaging {
     std::uint64_t begin = 0;
     /// In the order of the tables. Without tables one program of number 0 with the streams that were met.
     std::vector<ProgramInfo> programs;
+
+    /// Bytes in front that belong to nothing: the first packet's time stamp is its own.
+    std::uint64_t SkippedAtStart() const {
+        constexpr std::uint64_t kTimeStampBytes = 4;
+        return packetDistance == 192 && begin >= kTimeStampBytes ? begin - kTimeStampBytes : begin;
+    }
 };
 
 /// Looks at the begin of the recording: as far as the tables and the sizes of the video streams need, 16 MiB

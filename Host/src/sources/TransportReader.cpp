@@ -88,7 +88,7 @@ TransportScanner::TransportScanner(const JoinedFiles& inFiles, const Packaging& 
     : mWalk(inFiles, inPackaging.packetDistance, ByteWindow::kSequentialBytes),
       mBooks(inPackaging, inVideo, ioAccount),
       mPayloads(inFiles) {
-    ioAccount.skippedBytes = inPackaging.begin;
+    ioAccount.skippedBytes = inPackaging.SkippedAtStart();
     mWalk.Seek(inPackaging.begin);
 }
 

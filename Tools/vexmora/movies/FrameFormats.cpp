@@ -10,7 +10,7 @@ namespace VexmoraCommand {
 
 namespace {
 
-auto ShapeOf(const VexmoraHost::VideoFormat& inFormat) {
+auto ComparableOf(const VexmoraHost::VideoFormat& inFormat) {
     return std::tuple(inFormat.width, inFormat.height, inFormat.displayWidth, inFormat.displayHeight,
                       inFormat.aspectRatioCode, inFormat.frameRateNumerator, inFormat.frameRateDenominator);
 }
@@ -29,10 +29,10 @@ VexmoraHost::VideoFormat FrameFormats::At(std::uint32_t inFrame) const {
 
 std::optional<std::uint32_t> FrameFormats::ChangeIn(const FrameRange& inRange) const {
     if (mDetails == nullptr) return {};
-    const auto shape = ShapeOf(At(inRange.first));
+    const auto shape = ComparableOf(At(inRange.first));
     for (const VexmoraHost::FormatSpan& span : mDetails->spans) {
         if (span.firstFrame > inRange.first && span.firstFrame <= inRange.last &&
-            ShapeOf(mDetails->formats.at(span.format)) != shape)
+            ComparableOf(mDetails->formats.at(span.format)) != shape)
             return span.firstFrame;
     }
     return {};

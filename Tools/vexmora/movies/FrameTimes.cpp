@@ -18,7 +18,7 @@ using VexmoraHost::kNoTime;
 using VexmoraHost::MovieDetails;
 using VexmoraHost::MovieInfo;
 
-constexpr double kTicksPerSecond = 90'000;
+constexpr double kClockRate = 90'000;
 
 struct Time {
     std::uint64_t seconds = 0;  // whole ones
@@ -77,8 +77,8 @@ std::vector<std::uint32_t> FindSeconds(const Time& inTime, const MovieInfo& inIn
     if (frames.empty() || frames.back().presentationTime == kNoTime ||
         std::ranges::adjacent_find(frames, grows) != frames.end())
         return Counted(std::floor(seconds * rate), inInfo);
-    const double time = static_cast<double>(frames.front().presentationTime) + seconds * kTicksPerSecond;
-    if (rate > 0 && time > static_cast<double>(frames.back().presentationTime) + kTicksPerSecond / rate)
+    const double time = static_cast<double>(frames.front().presentationTime) + seconds * kClockRate;
+    if (rate > 0 && time > static_cast<double>(frames.back().presentationTime) + kClockRate / rate)
         return {};
     const auto behind = std::ranges::upper_bound(
         frames, time, {}, [](const auto& inFrame) { return static_cast<double>(inFrame.presentationTime); });
