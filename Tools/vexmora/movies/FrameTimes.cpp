@@ -78,8 +78,7 @@ std::vector<std::uint32_t> FindSeconds(const Time& inTime, const MovieInfo& inIn
         std::ranges::adjacent_find(frames, grows) != frames.end())
         return Counted(std::floor(seconds * rate), inInfo);
     const double time = static_cast<double>(frames.front().presentationTime) + seconds * kClockRate;
-    if (rate > 0 && time > static_cast<double>(frames.back().presentationTime) + kClockRate / rate)
-        return {};
+    if (rate > 0 && time > static_cast<double>(frames.back().presentationTime) + kClockRate / rate) return {};
     const auto behind = std::ranges::upper_bound(
         frames, time, {}, [](const auto& inFrame) { return static_cast<double>(inFrame.presentationTime); });
     return {static_cast<std::uint32_t>(behind - frames.begin() - 1)};
