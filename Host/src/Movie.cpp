@@ -43,7 +43,7 @@ std::unique_ptr<OpenedMedia> OpenFile(const std::filesystem::path& inPath, const
     Recording recording({inPath}, {});
     if (!inOptions.forceReindex) {
         if (auto known = plain.OpenKnown()) return known;
-        if (auto known = FindScan(inStore, recording)) return OpenScan(std::move(known));
+        if (auto known = FindScan(inStore, recording)) return OpenScan(known);
     }
     // Nothing is kept of what can be refused at once.
     if (IsPlain(recording)) {
@@ -62,7 +62,7 @@ std::unique_ptr<OpenedMedia> OpenRecording(std::vector<std::filesystem::path> in
     Recording recording(std::move(inPaths), inOptions.choice);
     auto scan = inOptions.forceReindex ? nullptr : FindScan(inStore, recording);
     if (scan == nullptr) scan = Scan(inStore, recording, inOptions.progress);
-    return OpenScan(std::move(scan));
+    return OpenScan(scan);
 }
 
 }  // namespace
@@ -94,6 +94,7 @@ Movie Movie::Open(const std::vector<std::filesystem::path>& inPaths, const OpenO
     if (inOptions.frameCacheBytes) ProcessFrameCache().SetBudget(*inOptions.frameCacheBytes);
     if (inPaths.empty()) throw Error(Vexmora_Failure, {}, "no file is named", "name at least one");
     std::vector<std::filesystem::path> paths;
+    paths.reserve(inPaths.size());
     for (const std::filesystem::path& path : inPaths) paths.push_back(AbsolutePath(path));
     const IndexStore store = inOptions.indexDir.empty() ? IndexStore() : IndexStore(inOptions.indexDir);
     Movie movie;

@@ -54,7 +54,7 @@ void DescribePictures(const SourceMedia& inMedia, OpenedMedia& ioOpened) {
 
 }  // namespace
 
-std::unique_ptr<OpenedMedia> OpenScan(std::shared_ptr<const ScannedRecording> inScan) {
+std::unique_ptr<OpenedMedia> OpenScan(const std::shared_ptr<const ScannedRecording>& inScan) {
     auto opened = std::make_unique<OpenedMedia>();
     opened->scan = inScan;
     opened->indexPath = inScan->path;

@@ -8,6 +8,6 @@
 namespace VexmoraHost {
 
 /// Makes the pictures of a scan available. Throws Error and std::bad_alloc.
-std::unique_ptr<OpenedMedia> OpenScan(std::shared_ptr<const ScannedRecording> inScan);
+std::unique_ptr<OpenedMedia> OpenScan(const std::shared_ptr<const ScannedRecording>& inScan);
 
 }  // namespace VexmoraHost
