@@ -106,8 +106,14 @@ Vexmora_Status DecodeFrame(Vexmora_Handle inHandle, std::int32_t inFrame, Scale 
 /// A file that was indexed and opened; decoded pictures are kept.
 class DecodeChain {
   public:
-    explicit DecodeChain(const std::filesystem::path& inMedia, Scale inScale = Scale::Full)
-        : mMedia(inMedia), mHost(mFolder.Path()), mScale(inScale) {
+    /// @param inMemory whose memory it takes where another host is in the process, for all handles share one.
+    explicit DecodeChain(const std::filesystem::path& inMedia, Scale inScale = Scale::Full,
+                         const HostServices& inMemory = {})
+        : mMedia(inMedia), mHost(mFolder.Path()), mServices(mHost.Services()), mScale(inScale) {
+        if (inMemory.memoryAllocator != nullptr) {
+            mServices.memoryAllocator = inMemory.memoryAllocator;
+            mServices.memoryHandles = inMemory.memoryHandles;
+        }
         Vexmora_Startup();
         Vexmora_Status status = Open();
         if (status == Vexmora_NotFinished) {
@@ -131,8 +137,7 @@ class DecodeChain {
     Vexmora_Status Open() {
         Vexmora_CloseFile(mHandle);
         mHandle = nullptr;
-        const Vexmora_Status status =
-            Vexmora_OpenFile(ToUtf16(mMedia), mHost.Services(), &mHandle, &mHeader, false);
+        const Vexmora_Status status = Vexmora_OpenFile(ToUtf16(mMedia), mServices, &mHandle, &mHeader, false);
         if (status != Vexmora_Ok) return status;
         EXPECT_EQ(Vexmora_GetFileInfo(mHandle, &mInfo), Vexmora_Ok);
         return status;
@@ -166,6 +171,7 @@ class DecodeChain {
     const TemporaryFolder mFolder;
     const std::filesystem::path mMedia;
     TestHost mHost;
+    HostServices mServices;
     const Scale mScale;
     Vexmora_Handle mHandle = nullptr;
     IndexHeader mHeader{};

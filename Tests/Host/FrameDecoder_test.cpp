@@ -81,7 +81,7 @@ TEST_F(FrameDecoderTest, WildReferencesAreDamageAndGiveTheSamePicturesInAnyOrder
         }
     };
     const auto path = kStreams / "b1-100x76.m2v";
-    Vexmora::Test::DecodeChain sound(path);
+    Vexmora::Test::DecodeChain sound(path, Vexmora::Test::Scale::Full, Services());
     const IndexedFile wild(path, makeWild);
     const auto count = static_cast<std::uint32_t>(isWild.size());
     std::vector<Samples> forward;
@@ -184,7 +184,7 @@ TEST_F(FrameDecoderTest, PicturesBeyondFourGiB) {
         const std::string stream = ReadFile(kStreams / name);
         const auto media = WriteFile(folder / name, stream);
         std::fstream(media, std::ios::binary | std::ios::in | std::ios::out).seekp(kFar) << stream;
-        Vexmora::Test::DecodeChain near(kStreams / name);
+        Vexmora::Test::DecodeChain near(kStreams / name, Vexmora::Test::Scale::Full, Services());
         const IndexedFile far(media, kStreams / name, [](Records& ioRecords) {
             for (Vexmora::FrameRecord& record : ioRecords) record.offset += kFar;
         });

@@ -98,7 +98,7 @@ class WaysOfAsking : public Runs {
         ProcessFrameCache().Clear();
     }
     void AreThoseOfTheExports(const fs::path& inMedia, Scale inScale) {
-        Vexmora::Test::DecodeChain plain(inMedia, static_cast<Vexmora::DecodeScale>(inScale));
+        Vexmora::Test::DecodeChain plain(inMedia, static_cast<Vexmora::DecodeScale>(inScale), Services());
         const std::uint32_t first = Open(inMedia).Info().firstFrame;
         for (std::uint32_t frame = 0; frame < mCount; ++frame) {
             EXPECT_TRUE(mExpected[frame].damage.None()) << frame;
