@@ -3,6 +3,7 @@
 #include "files/StandardOutput.h"
 #include "reports/Report_Check.h"
 #include "terminal/FrameProgress.h"
+#include "terminal/Interrupt.h"
 
 namespace VexmoraCommand {
 
@@ -28,6 +29,7 @@ FrameFindings Decode(const std::string& inFile, Movie& ioMovie, const CheckOptio
 }
 
 ExitStatus CheckOne(const RecordingFiles& inRecording, const CheckOptions& inOptions) {
+    const InterruptGuard interrupt;  // also between one kind of work and the next
     Movie movie = OpenMovie(inRecording, inOptions.opening);
     const VexmoraHost::StreamAccount account =
         ReadDetails(movie, inRecording, inOptions.opening.quiet).account;
