@@ -294,6 +294,18 @@ TEST_F(Runs, MayBeLeftAtAnyFrameAndGoOnBesideOthers) {
 }
 
 // Pictures come from the frame cache, which gets none; and helpers that have no handle are not missed.
+// Each thread has a buffer instance of its own.
+TEST_F(Runs, GiveTheFramesOfARecordingThatTheHostTakesApart) {
+    Movie plain = Open(kStreams / "b3-100x76.ts");
+    Movie own =
+        Movie::Open(plain.Path(), {.indexDir = mFolder / "store", .choice = {.program = 1, .pid = {}}});
+    const std::uint32_t count = plain.Info().frameCount;
+    FrameRun run = own.Run(0, count, Scale::Quarter, 5);
+    for (std::uint32_t frame = 0; frame < count; ++frame) {
+        EXPECT_TRUE(SamplesOf(*run.Next()) == SamplesOf(*plain.Frame(frame, Scale::Quarter))) << frame;
+    }
+}
+
 TEST_F(Runs, TakeWhatTheCacheHasAndGoOnPastFramesWithoutPicture) {
     Memory memory;
     FrameCache cache(std::size_t{64} << 20);
