@@ -38,7 +38,8 @@ class VideoReader {
 
 /// For one pass from the start of the recording: keeps the books, and follows the tables when they move the
 /// video to another PID.
-/// @param ioAccount filled up to the last piece given; outlives the reader, as do the files.
+/// @param ioAccount outlives the reader, as do the files. Its counts are complete once Next has answered
+/// false.
 std::unique_ptr<VideoReader> MakeScanningReader(const JoinedFiles& inFiles, const Packaging& inPackaging,
                                                 const ChosenVideo& inVideo, StreamAccount& ioAccount);
 
