@@ -3,6 +3,8 @@
 // the way, quantiser matrices of sequence headers and of pictures and broken extensions among it.
 #include <gtest/gtest.h>
 
+#include <malloc.h>
+
 #include <algorithm>
 #include <numeric>
 #include <random>
@@ -199,6 +201,31 @@ TEST_F(WaysOfAsking, TellTheSameDamage) {
     }
     EXPECT_GT(damaged, kIsSanitized ? 0u : 50u);
     EXPECT_TRUE(missing > 0 || kIsSanitized);
+}
+
+// Each picture ends within a macroblock, of which the library writes the blocks before that.
+TEST_F(Runs, ShowNothingOfOldMemoryInFieldsThatEndEarly) {
+    Vexmora::Test::Features unused;
+    for (const auto& plan : Vexmora::Test::kStreamPlans) {
+        if (!plan.HasFields() || plan.height > 96) continue;
+        auto stream = MakeRandomStream(plan, 5, unused);
+        for (auto& picture : stream.pictures) picture.bytes.resize(picture.bytes.size() - 20);
+        const fs::path media = mFolder / plan.name;
+        Vexmora::Test::WriteAll(media, stream.All());
+        for (const Scale scale : kScales) {
+            std::vector<Seen> seen;
+            for (const int old : {0x40, 0xA0}) {
+                mallopt(M_PERTURB, old);
+                Movie movie = Open(media);
+                for (std::uint32_t frame = 0; frame < 6; ++frame) {
+                    seen.emplace_back(*movie.Frame(frame, scale));
+                    EXPECT_GT(seen.back().damage.macroblocks, 0u) << plan.name << ", " << frame;
+                }
+            }
+            mallopt(M_PERTURB, 0);
+            EXPECT_TRUE(std::equal(seen.begin(), seen.begin() + 6, seen.begin() + 6)) << plan.name;
+        }
+    }
 }
 
 // Where the extensions are that ParsePictureHeader and ParseSequenceHeader read.

@@ -25,7 +25,8 @@ class PictureReader {
   public:
     virtual ~PictureReader() = default;
 
-    /// Reads the picture of a record and decodes it, see Vexmora_GetFrame for the planes and the answer.
+    /// Reads the picture of a record and decodes it, see Vexmora_GetFrame for the planes and the answer. For
+    /// field pictures Vexmora_NoSuchFrame says that a part of them could not be decoded.
     /// Never throws for bad data; throws std::bad_alloc.
     virtual Vexmora_Status Decode(std::int32_t inRecord, const ReferencePlanes& inReferences,
                                   const Vexmora::FramePlanes& outPicture, const DecodeModes& inModes) = 0;
@@ -49,6 +50,9 @@ class CodedMedia {
     virtual std::span<const PictureFormat> Formats() const = 0;
     /// Which of the formats a record's picture has.
     virtual std::size_t FormatOf(std::int32_t inRecord) const = 0;
+    /// Whether a record's picture is made of field pictures. The library makes no macroblock of those red, but
+    /// leaves one that fails with some of its blocks written.
+    virtual bool IsOfFields(std::int32_t inRecord) const = 0;
     /// The record of the anchor from which the second field of an I picture is predicted; kNoRecord for any
     /// other picture. Throws std::bad_alloc.
     virtual std::int32_t PastOfIntra(std::int32_t inRecord) const = 0;

@@ -62,17 +62,23 @@ SharedPicture PictureDecoder::Make(PictureReader& ioReader, const PictureTask& i
     const auto references = PlanesOfReferences(inTask, grey);
     const FramePlanes concealment = references[inTask.predictedFrom[kPast] != nullptr ? kPast : kFuture];
 
+    const bool isOfFields = mSource.media.IsOfFields(inTask.record);
     PictureDamage& damage = decoded->picture.damage;
     damage.status = inTask.references.status;
     if (damage.status == Vexmora_Ok) {
+        if (isOfFields) ConcealAll(layout, concealment, output);
         MarkMacroblocks(layout, output);
         const DecodeModes modes = ModesOf(layout.scale);
         damage.status =
             ioReader.Decode(inTask.record, {references[kPast], references[kFuture]}, output, modes);
     }
+    const bool hasFailedFields = isOfFields && damage.status == Vexmora_NoSuchFrame;
+    if (hasFailedFields) damage.status = Vexmora_Ok;
     if (damage.status == Vexmora_Ok) {
         damage.macroblocks = ConcealFailures(layout, concealment, references, output,
                                              mSource.concealErrors ? Failed::AreConcealed : Failed::StayRed);
+        // The last macroblock of a row may have failed, which leaves no mark.
+        if (hasFailedFields) damage.macroblocks = std::max(damage.macroblocks, 1u);
     } else {
         damage.macroblocks = layout.Macroblocks();
         ConcealAll(layout, concealment, output);

@@ -37,6 +37,7 @@ class PlainFile : public CodedMedia {
     std::unique_ptr<PictureReader> OpenReader() const override;
     std::span<const PictureFormat> Formats() const override { return {&mFormat, 1}; }
     std::size_t FormatOf(std::int32_t) const override { return 0; }
+    bool IsOfFields(std::int32_t) const override { return false; }
     std::int32_t PastOfIntra(std::int32_t) const override { return kNoRecord; }
 
   private:

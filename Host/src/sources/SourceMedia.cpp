@@ -68,6 +68,11 @@ std::unique_ptr<SourceReader> SourceMedia::Open() const {
     }
 }
 
+bool SourceMedia::IsOfFields(std::int32_t inRecord) const {
+    const CodedFrame* const frame = FrameOf(inRecord);
+    return frame != nullptr && frame->IsField();
+}
+
 std::int32_t SourceMedia::PastOfIntra(std::int32_t inRecord) const {
     const CodedFrame* const frame = FrameOf(inRecord);
     if (frame == nullptr || !MayNeedPast(*frame)) return kNoRecord;

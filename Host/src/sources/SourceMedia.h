@@ -30,6 +30,7 @@ class SourceMedia : public CodedMedia {
     /// cannot be decoded have one of no size.
     std::span<const PictureFormat> Formats() const override { return mFormats; }
     std::size_t FormatOf(std::int32_t inRecord) const override;
+    bool IsOfFields(std::int32_t inRecord) const override;
     std::int32_t PastOfIntra(std::int32_t inRecord) const override;
 
     /// Null for a hole.

@@ -22,7 +22,7 @@ Vexmora_Status SourceReader::Decode(std::int32_t inRecord, const ReferencePlanes
     if (const Vexmora_Status status = Fetch(frame); status != Vexmora_Ok) return status;
     const Vexmora_Status status = DecodeFields(frame, inReferences, outPicture, inModes);
     // So the library answers for a picture that was decoded in part, too: it is shown.
-    return status == Vexmora_NoSuchFrame ? Vexmora_Ok : status;
+    return status == Vexmora_NoSuchFrame && !frame.IsField() ? Vexmora_Ok : status;
 }
 
 bool SourceReader::NeedsPast(const CodedFrame& inFrame) {
