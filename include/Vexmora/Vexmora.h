@@ -1,5 +1,7 @@
 // The exported interface: frame-accurate random access to MPEG-2 video (ISO/IEC 13818-2) in elementary,
-// program and transport streams. Twenty functions; everything else in the library is hidden.
+// program and transport streams. Twenty functions; everything else in the library is hidden. They take
+// objects of the C++ run time that the library was built with: a host is built with the same (for C there is
+// vexmora.h).
 //
 // Index a stream that the host reads itself (see Vexmora_CreateIndexerFromFirstBuffer):
 //

@@ -14,8 +14,7 @@ namespace VexmoraHost {
 class Error : public std::runtime_error {
   public:
     /// what() becomes "PATH: PROBLEM (ADVICE)".
-    Error(Vexmora_Status inStatus, std::filesystem::path inPath, const std::string& inProblem,
-          const std::string& inAdvice);
+    Error(Vexmora_Status inStatus, std::filesystem::path inPath, std::string inProblem, std::string inAdvice);
 
     /// Vexmora_Failure: a file cannot be opened, read or written. Vexmora_Unsupported and
     /// Vexmora_NoSequenceHeader: the library does not support the data. Vexmora_NotFinished: the progress
@@ -24,10 +23,15 @@ class Error : public std::runtime_error {
     Vexmora_Status Status() const noexcept { return mStatus; }
     /// The file or folder that the problem lies with.
     const std::filesystem::path& Path() const noexcept { return mPath; }
+    const std::string& Problem() const noexcept { return mProblem; }
+    /// What the user can do about it.
+    const std::string& Advice() const noexcept { return mAdvice; }
 
   private:
     Vexmora_Status mStatus;
     std::filesystem::path mPath;
+    std::string mProblem;
+    std::string mAdvice;
 };
 
 }  // namespace VexmoraHost
