@@ -10,7 +10,6 @@
 #include <vector>
 
 #include "memory/BlockCache.h"
-#include "memory/FrameCache.h"
 
 namespace VexmoraHost {
 namespace {
@@ -99,13 +98,6 @@ TEST_F(Cache, GivesThreadsWhatTheyAskForWhileOthersPushItOut) {
     threads.clear();
     EXPECT_LE(mCache.Bytes(), 4 * kBytes);
     EXPECT_EQ(mCache.Bytes(), mLive * kBytes);
-}
-
-TEST(FrameCache, TellsScalesApart) {
-    FrameCache cache(4 * kBytes);
-    cache.Add({1, 7, Scale::Quarter}, std::make_shared<Picture>(), kBytes);
-    EXPECT_EQ(cache.Find({1, 7, Scale::HalfWidth}), nullptr);
-    EXPECT_NE(cache.Find({1, 7, Scale::Quarter}), nullptr);
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 
 #include "Host/HostTestSupport.h"
 #include "Host/PlainDecode.h"
+#include "Support/Options.h"
 #include "VexmoraHost/Movie.h"
 
 namespace VexmoraHost {
@@ -75,7 +76,8 @@ TEST(Ways, GiveTheSameFrames) {
         EXPECT_EQ(chosen.Info().file.width, plain.Info().file.width);
         EXPECT_EQ(chosen.Info().file.effectiveFrameRate, plain.Info().file.effectiveFrameRate);
         for (const Scale scale : {Scale::Full, Scale::HalfWidth, Scale::Quarter}) {
-            ExpectSameFrames(plain, chosen, scale);
+            if (!Vexmora::Test::kIsSanitized || scale == Scale::Quarter)
+                ExpectSameFrames(plain, chosen, scale);
         }
         const auto parts = Cut(path, folder.Path());
         for (const bool isKnown : {false, true}) {
