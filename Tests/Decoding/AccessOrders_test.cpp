@@ -9,6 +9,7 @@
 
 #include "Decoding/CodedVideo.h"
 #include "Support/OneProcessor.h"
+#include "Support/Options.h"
 #include "Support/StreamBuilder.h"
 
 namespace Vexmora::Test {
@@ -52,6 +53,7 @@ class AccessOrders : public testing::TestWithParam<std::tuple<const char*, Scale
 
 TEST_P(AccessOrders, GiveTheSamePictures) {
     const auto& [name, scale] = GetParam();
+    if (kIsSanitized && std::string_view(name).starts_with("tools/joined")) GTEST_SKIP() << "long";
     const fs::path media = fs::path(VEXMORA_STREAM_DIR) / name;
     std::size_t count = 0;
     {
@@ -86,8 +88,9 @@ TEST_P(AccessOrders, GiveTheSamePictures) {
 INSTANTIATE_TEST_SUITE_P(Videos, AccessOrders,
                          testing::Combine(testing::Values("tools/same-rows.m2v", "tools/same-fields.m2v",
                                                           "tools/same-cut.m2v", "tools/same-enc.m2v",
-                                                          "tools/field-odd-rows.m2v", "tools/size-100x76.m2v",
-                                                          "b3-100x76.ts", "started-open.ts"),
+                                                          "tools/joined-both.m2v", "tools/field-odd-rows.m2v",
+                                                          "tools/size-100x76.m2v", "b3-100x76.ts",
+                                                          "started-open.ts"),
                                           testing::ValuesIn(kScales)),
                          [](const auto& inInfo) {
                              std::string name = fs::path(std::get<0>(inInfo.param)).stem().string();
