@@ -53,7 +53,8 @@ class AccessOrders : public testing::TestWithParam<std::tuple<const char*, Scale
 
 TEST_P(AccessOrders, GiveTheSamePictures) {
     const auto& [name, scale] = GetParam();
-    if (kIsSanitized && std::string_view(name).starts_with("tools/joined")) GTEST_SKIP() << "long";
+    const bool isJoined = std::string_view(name).starts_with("tools/joined");
+    if (kIsSanitized && isJoined) GTEST_SKIP() << "long";
     const fs::path media = fs::path(VEXMORA_STREAM_DIR) / name;
     std::size_t count = 0;
     {
@@ -80,7 +81,8 @@ TEST_P(AccessOrders, GiveTheSamePictures) {
         if (!media.stem().string().starts_with("same-")) continue;
         EXPECT_TRUE(Decode(packaged, scale, forward, count) == expected) << extension;
     }
-    if (media.extension() == ".m2v") {
+    // Joined streams are cut with headers behind a sequence end, where no request may have them.
+    if (media.extension() == ".m2v" && !isJoined) {
         EXPECT_TRUE(DecodeFromBuffer(media, scale) == expected) << "buffer";
     }
 }
