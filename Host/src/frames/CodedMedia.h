@@ -50,8 +50,8 @@ class CodedMedia {
     virtual std::span<const PictureFormat> Formats() const = 0;
     /// Which of the formats a record's picture has.
     virtual std::size_t FormatOf(std::int32_t inRecord) const = 0;
-    /// Whether a record's picture is made of field pictures. The library makes no macroblock of those red, but
-    /// leaves one that fails with some of its blocks written.
+    /// Whether a record's picture is made of field pictures. The library makes no macroblock of those red,
+    /// but leaves one that fails with some of its blocks written.
     virtual bool IsOfFields(std::int32_t inRecord) const = 0;
     /// The record of the anchor from which the second field of an I picture is predicted; kNoRecord for any
     /// other picture. Throws std::bad_alloc.
