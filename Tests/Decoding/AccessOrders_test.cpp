@@ -8,6 +8,7 @@
 #include <tuple>
 
 #include "Decoding/CodedVideo.h"
+#include "Support/Matrices.h"
 #include "Support/OneProcessor.h"
 #include "Support/Options.h"
 #include "Support/StreamBuilder.h"
@@ -84,6 +85,20 @@ TEST_P(AccessOrders, GiveTheSamePictures) {
     // Joined streams are cut with headers behind a sequence end, where no request may have them.
     if (media.extension() == ".m2v" && !isJoined) {
         EXPECT_TRUE(DecodeFromBuffer(media, scale) == expected) << "buffer";
+    }
+}
+
+// Each order by a handle that knows nothing, so that the search back ends at other pictures.
+TEST(AccessOrdersOfMatrices, GiveTheSamePictures) {
+    const TemporaryFolder folder;
+    const fs::path media = folder / "matrices.m2v";
+    WriteAll(media, AddMatrices(ReadAll(fs::path(VEXMORA_STREAM_DIR) / "b1-100x76.m2v")));
+    std::vector<std::size_t> order(Index(ReadAll(media)).records.size());
+    std::iota(order.begin(), order.end(), std::size_t{0});
+    const Pictures expected = Decode(media, Scale::Quarter, order, order.size());
+    for (unsigned seed = 0; seed < 4; ++seed) {
+        seed == 0 ? std::ranges::reverse(order) : std::ranges::shuffle(order, std::mt19937(seed));
+        EXPECT_TRUE(Decode(media, Scale::Quarter, order, 1) == expected) << seed;
     }
 }
 

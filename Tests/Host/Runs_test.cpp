@@ -15,6 +15,7 @@
 #include "Decoding/DecodeChain.h"
 #include "Host/HostTestSupport.h"
 #include "PlainDecode.h"
+#include "Support/Matrices.h"
 #include "Support/Options.h"
 #include "Syntax/RandomStream.h"
 #include "VexmoraHost/Movie.h"
@@ -228,39 +229,12 @@ TEST_F(Runs, ShowNothingOfOldMemoryInFieldsThatEndEarly) {
     }
 }
 
-// Where the extensions are that ParsePictureHeader and ParseSequenceHeader read.
-std::vector<std::size_t> Extensions(const Bytes& inVideo, unsigned inIdentifier) {
-    std::vector<std::size_t> found;
-    for (std::size_t at = 0; at + 16 < inVideo.size(); ++at) {
-        if (inVideo[at] == 0 && inVideo[at + 1] == 0 && inVideo[at + 2] == 1 && inVideo[at + 3] == 0xB5 &&
-            inVideo[at + 4] >> 4 == inIdentifier) {
-            found.push_back(at);
-        }
-    }
-    return found;
-}
-
-// Every third picture loads another flat matrix, for luma or for non-intra blocks alone.
-Bytes AddMatrices(Bytes inVideo) {
-    const std::vector<std::size_t> pictures = Extensions(inVideo, 8);
-    for (std::size_t i = pictures.size(); i-- > 0;) {
-        if (i % 3 != 0) continue;
-        Vexmora::Test::BitWriter extension;
-        extension.Put(32, 0x1B5).Put(4, 3).Put(2, i % 2 == 0 ? 2 : 1);
-        for (int k = 0; k < 64; ++k) extension.Put(8, 16 + i % 32);
-        const Bytes bytes = extension.Put(1 + i % 2, 0).Put(2, 0).Take();
-        inVideo.insert(inVideo.begin() + static_cast<std::ptrdiff_t>(pictures[i] + 9), bytes.begin(),
-                       bytes.end());
-    }
-    return inVideo;
-}
-
 // Flips a bit of one extension in five, behind the first: of a sequence's or a picture's identifier, of load
 // flags and weights, of f_codes.
 Bytes BreakExtensions(Bytes inVideo, unsigned inSeed) {
     std::mt19937 random(inSeed);
     for (const auto& [identifier, first, count] : {std::array{1u, 0u, 4u}, {3u, 4u, 16u}, {8u, 0u, 20u}}) {
-        const std::vector<std::size_t> extensions = Extensions(inVideo, identifier);
+        const std::vector<std::size_t> extensions = Vexmora::Test::Extensions(inVideo, identifier);
         for (std::size_t i = 1; i < extensions.size(); ++i) {
             const std::size_t bit = first + random() % count;
             if (random() % 5 != 0) continue;
@@ -276,8 +250,9 @@ std::vector<Bytes> ChangingVideos() {
     std::vector<Bytes> videos{
         Vexmora::Test::Join({read("tools/quant-matrices.m2v"), read("tools/enc-matrices-kvcd.m2v"),
                              read("tools/quant-flat.m2v"), read("tools/enc-matrices-tmpgenc.m2v")}),
-        AddMatrices(Vexmora::Test::Join({read("tools/same-enc.m2v"), read("tools/same-rows.m2v")})),
-        AddMatrices(read("b1-100x76.m2v"))};
+        Vexmora::Test::AddMatrices(
+            Vexmora::Test::Join({read("tools/same-enc.m2v"), read("tools/same-rows.m2v")})),
+        Vexmora::Test::AddMatrices(read("b1-100x76.m2v"))};
     Vexmora::Test::Features unused;
     for (const auto& plan : Vexmora::Test::kStreamPlans) {
         if (!plan.HasFields()) videos.push_back(MakeRandomStream(plan, 5, unused).All());
@@ -320,7 +295,6 @@ TEST_F(Runs, MayBeLeftAtAnyFrameAndGoOnBesideOthers) {
     EXPECT_EQ(ProcessMemory().LiveBlocks(), before);
 }
 
-// Pictures come from the frame cache, which gets none; and helpers that have no handle are not missed.
 // Each thread has a buffer instance of its own.
 TEST_F(Runs, GiveTheFramesOfARecordingThatTheHostTakesApart) {
     Movie plain = Open(kStreams / "b3-100x76.ts");
@@ -333,6 +307,7 @@ TEST_F(Runs, GiveTheFramesOfARecordingThatTheHostTakesApart) {
     }
 }
 
+// Pictures come from the frame cache, which gets none; and helpers that have no handle are not missed.
 TEST_F(Runs, TakeWhatTheCacheHasAndGoOnPastFramesWithoutPicture) {
     Memory memory;
     FrameCache cache(std::size_t{64} << 20);
