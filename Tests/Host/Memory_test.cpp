@@ -122,5 +122,12 @@ TEST(HostServices, TablesReachTheProcessMemoryAndAnswerFailuresByStatus) {
     EXPECT_EQ(ProcessMemory().LiveBlocks(), before);
 }
 
+TEST(HostServices, CacheIdsFollowTheIdentity) {
+    const std::uint32_t id = CacheIdFor({{1}});
+    EXPECT_NE(id, 0u);
+    EXPECT_NE(CacheIdFor({{2}}), id);
+    EXPECT_EQ(CacheIdFor({{1}}), id);
+}
+
 }  // namespace
 }  // namespace VexmoraHost
