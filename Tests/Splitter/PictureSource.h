@@ -63,14 +63,6 @@ class PictureSource {
     Splitter splitter;
 };
 
-inline Bytes Joined(const std::vector<Delivery>& inDeliveries) {
-    Bytes all;
-    for (const Delivery& delivery : inDeliveries) {
-        all.insert(all.end(), delivery.bytes.begin(), delivery.bytes.end());
-    }
-    return all;
-}
-
 inline UTF16String Write(const PlatformFolder& inFolder, const Bytes& inBytes) {
     return inFolder.Write("stream", std::string(inBytes.begin(), inBytes.end()));
 }

@@ -21,7 +21,8 @@ Vexmora_Status SourceReader::Decode(std::int32_t inRecord, const ReferencePlanes
     const CodedFrame& frame = mVideo.frames[index];
     if (const Vexmora_Status status = Fetch(frame); status != Vexmora_Ok) return status;
     const Vexmora_Status status = DecodeFields(frame, inReferences, outPicture, inModes);
-    // So the library answers for a picture that was decoded in part, too: it is shown.
+    // So the library answers for a picture that was decoded in part, too: it is shown. The red in it tells of
+    // the fault, but field pictures have none.
     return status == Vexmora_NoSuchFrame && !frame.IsField() ? Vexmora_Ok : status;
 }
 

@@ -21,8 +21,9 @@ class SourceReader : public PictureReader {
     SourceReader(std::unique_ptr<VideoReader> inReader, const CodedVideo& inVideo,
                  std::span<const std::uint32_t> inFrames, std::uint32_t inLargestFrame);
 
-    /// As for a plain file, Vexmora_Ok says that the picture was decoded as far as it is sound.
-    /// Vexmora_Unsupported: nobody decodes its sequence; Vexmora_NoSequenceHeader: it cannot be read.
+    /// As for a plain file, Vexmora_Ok says that a frame picture was decoded as far as it is sound.
+    /// Vexmora_NoSuchFrame: so were field pictures, but not wholly. Vexmora_Unsupported: nobody decodes its
+    /// sequence; Vexmora_NoSequenceHeader: it cannot be read.
     Vexmora_Status Decode(std::int32_t inRecord, const ReferencePlanes& inReferences,
                           const Vexmora::FramePlanes& outPicture, const DecodeModes& inModes) override;
 
