@@ -152,7 +152,8 @@ VEXMORA_API Vexmora_Status Vexmora_GetFrame(Vexmora_Handle inHandle, std::int32_
 /// tell of it. Where it calls for other planes than the header before, no picture is decoded until
 /// Vexmora_GetFrameSizes was called; then the same data can be passed again.
 /// @param inDataSize    bytes written: headers (needed once, before the first picture), a picture start code
-///                      and one picture. At least 4 bytes of the buffer stay free behind them.
+///                      and one picture; a sequence header behind the picture is that of the next request
+///                      and is not read. At least 4 bytes of the buffer stay free behind them.
 /// @param inPictureType picture_coding_type of that picture.
 /// The other parameters are those of Vexmora_GetFrame.
 /// @return Vexmora_Ok, Vexmora_Failure, Vexmora_Unsupported (not a buffer instance), Vexmora_NoSuchFrame
