@@ -10,7 +10,7 @@
 namespace VexmoraHost {
 namespace {
 
-constexpr std::uint64_t kPieceBytes = std::uint64_t{256} << 10;
+constexpr std::uint64_t kReadAtOnce = std::uint64_t{256} << 10;
 // What the library must see to know the kind of a stream.
 constexpr std::uint64_t kFirstBytes = 5;
 
@@ -24,7 +24,7 @@ IndexBuilder::IndexBuilder(const Posix::InputFile& inMedia, Watch inWatch)
     : mMedia(inMedia),
       mWatch(std::move(inWatch)),
       mTotal(inMedia.Size()),
-      mPiece(std::clamp(mTotal, kFirstBytes, kPieceBytes)) {
+      mPiece(std::clamp(mTotal, kFirstBytes, kReadAtOnce)) {
     if (mTotal < kFirstBytes) return;
     mMedia.ExpectSequentialReads();
     mMedia.ReadAt(0, std::as_writable_bytes(std::span(mPiece)).first(kFirstBytes));
@@ -37,7 +37,7 @@ IndexBuilder::IndexBuilder(const Posix::InputFile& inMedia, Watch inWatch)
 
 void IndexBuilder::Advance() {
     const std::uint64_t end = std::min(mTotal, mDone + kStepBytes);
-    while (mDone < end) ReadPiece(std::min(end - mDone, kPieceBytes));
+    while (mDone < end) ReadPiece(std::min(end - mDone, kReadAtOnce));
 }
 
 void IndexBuilder::ReadPiece(std::uint64_t inBytes) {

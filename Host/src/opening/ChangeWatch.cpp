@@ -4,13 +4,11 @@
 #include <algorithm>
 #include <cstring>
 
+#include "sources/TransportPackets.h"
+#include "sources/VideoStartCodes.h"
+
 namespace VexmoraHost {
-namespace {
-
-constexpr std::uint8_t kSyncByte = 0x47;
-constexpr std::uint8_t kSequenceHeaderCode = 0xB3;
-
-}  // namespace
+namespace {}  // namespace
 
 void ChangeWatch::Look(std::span<const std::uint8_t> inPiece) {
     if (inPiece.empty() || mHasSeenChange) return;

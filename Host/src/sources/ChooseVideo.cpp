@@ -15,7 +15,7 @@ struct Candidate {
     const StreamInfo* stream;
 };
 
-std::string Name(const Packaging& inPackaging, const StreamInfo& inStream) {
+std::string NameOf(const Packaging& inPackaging, const StreamInfo& inStream) {
     switch (inPackaging.kind) {
         case Packaging::Kind::Transport:
             return "PID " + std::to_string(inStream.id);
@@ -40,7 +40,7 @@ std::string List(const Items& inItems, const Text& inText) {
 
 std::string ListStreams(const Packaging& inPackaging, const std::vector<Candidate>& inStreams) {
     return List(inStreams, [&inPackaging](const Candidate& inCandidate) {
-        return Name(inPackaging, *inCandidate.stream) + " (" + inCandidate.stream->codec + ")";
+        return NameOf(inPackaging, *inCandidate.stream) + " (" + inCandidate.stream->codec + ")";
     });
 }
 
@@ -101,7 +101,7 @@ ChosenVideo ChooseVideo(const Packaging& inPackaging, const VideoChoice& inChoic
         if (found->stream->kind == Kind::Video && !isMpeg2(*found)) RefuseOthers(inRecording, {*found});
         if (!isMpeg2(*found)) {
             Refuse(inRecording,
-                   Name(inPackaging, *found->stream) + " holds " + found->stream->codec + ", no video",
+                   NameOf(inPackaging, *found->stream) + " holds " + found->stream->codec + ", no video",
                    "choose among " + ListStreams(inPackaging, videos));
         }
         return {.program = found->program->number, .id = found->stream->id};

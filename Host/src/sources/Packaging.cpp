@@ -9,16 +9,15 @@
 #include "sources/ProgramPackets.h"
 #include "sources/StreamListing.h"
 #include "sources/TransportPackets.h"
+#include "sources/VideoStartCodes.h"
 
 namespace VexmoraHost {
 namespace {
 
 using Bytes = std::span<const std::uint8_t>;
-using Kind = Packaging::Kind;
 
 // A stream begins within so many bytes.
 constexpr std::size_t kMostGarbage = 2 << 20;
-constexpr std::uint8_t kSequenceHeaderCode = 0xB3;
 
 bool IsSequenceHeader(Bytes inBytes, std::size_t inAt) {
     return inAt + 3 < inBytes.size() && IsStartCode(&inBytes[inAt], 0) &&
@@ -32,9 +31,9 @@ std::optional<Packaging> RecogniseAtBegin(Bytes inStart) {
     if (zeros < 2 || one == inStart.end()) return {};
     const std::size_t at = zeros - 2;
     if (IsSequenceHeader(inStart, at))
-        return Packaging{.kind = Kind::Elementary, .begin = at, .programs = {}};
+        return Packaging{.kind = Packaging::Kind::Elementary, .begin = at, .programs = {}};
     if (FindPackets(inStart.subspan(at)) == std::size_t{0})
-        return Packaging{.kind = Kind::Program, .begin = at, .programs = {}};
+        return Packaging{.kind = Packaging::Kind::Program, .begin = at, .programs = {}};
     return {};
 }
 
@@ -48,7 +47,7 @@ std::optional<Packaging> FindTransport(Bytes inStart, bool inIsAll) {
         const bool isFew =
             !at || (*at > 0 && (inStart.size() - *at) / static_cast<std::size_t>(distance) < 4);
         if (isFew || (first && first->begin <= *at)) continue;
-        first = Packaging{.kind = Kind::Transport,
+        first = Packaging{.kind = Packaging::Kind::Transport,
                           .packetDistance = static_cast<std::uint32_t>(distance),
                           .begin = *at,
                           .programs = {}};
@@ -60,10 +59,10 @@ std::optional<Packaging> Recognise(Bytes inStart, bool inIsAll) {
     if (auto packaging = RecogniseAtBegin(inStart)) return packaging;
     if (auto transport = FindTransport(inStart, inIsAll)) return transport;
     if (const auto packets = FindPackets(inStart))
-        return Packaging{.kind = Kind::Program, .begin = *packets, .programs = {}};
+        return Packaging{.kind = Packaging::Kind::Program, .begin = *packets, .programs = {}};
     for (std::size_t at = 0; at < inStart.size(); ++at) {
         if (IsSequenceHeader(inStart, at))
-            return Packaging{.kind = Kind::Elementary, .begin = at, .programs = {}};
+            return Packaging{.kind = Packaging::Kind::Elementary, .begin = at, .programs = {}};
     }
     return {};
 }
@@ -81,13 +80,13 @@ Packaging FindPackaging(const JoinedFiles& inFiles) {
     auto packaging = Recognise(start, start.size() == inFiles.Size());
     if (!packaging) throw refuse(ExplainUnknownFormat(start));
     switch (packaging->kind) {
-        case Kind::Transport:
+        case Packaging::Kind::Transport:
             packaging->programs = ListTransportStreams(inFiles, packaging->packetDistance, packaging->begin);
             break;
-        case Kind::Program:
+        case Packaging::Kind::Program:
             packaging->programs = ListProgramStreams(inFiles, packaging->begin);
             break;
-        case Kind::Elementary:
+        case Packaging::Kind::Elementary:
             packaging->programs = ListElementaryStream(inFiles, packaging->begin);
             break;
     }

@@ -10,7 +10,6 @@ namespace {
 using Bytes = std::span<const std::uint8_t>;
 using State = PesHeader::State;
 
-constexpr std::size_t kLengthEnd = 6;  // of PES_packet_length
 constexpr std::size_t kTimeStampBytes = 5;
 
 std::int64_t TimeStamp(Bytes inBytes) {

@@ -27,6 +27,9 @@ inline bool IsStartCode(const std::uint8_t* inBytes, std::uint8_t inLowest) {
     return inBytes[0] == 0 && inBytes[1] == 0 && inBytes[2] == 1 && inBytes[3] >= inLowest;
 }
 
+/// Where PES_packet_length ends.
+inline constexpr std::size_t kLengthEnd = 6;
+
 /// What a reader needs of the header.
 struct PesHeader {
     enum class State { Whole, NeedsMore, IsNone };

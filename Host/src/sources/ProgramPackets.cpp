@@ -11,7 +11,6 @@ namespace {
 using Bytes = std::span<const std::uint8_t>;
 
 constexpr std::size_t kStartCodeBytes = 4;
-constexpr std::size_t kLengthEnd = 6;
 constexpr std::size_t kMpeg1PackBytes = 12;
 constexpr std::size_t kMpeg2PackBytes = 14;
 // Of a packet without a length.

@@ -2,17 +2,15 @@
 #include "sources/SequenceProbe.h"
 
 #include "sources/StreamTypes.h"
+#include "sources/VideoStartCodes.h"
 
 namespace VexmoraHost {
 namespace {
 
-constexpr std::uint8_t kSequenceHeaderCode = 0xB3;
-constexpr std::uint8_t kExtensionStartCode = 0xB5;
 constexpr std::size_t kSmallestHeader = 8;
 // With both matrices and the next prefix.
 constexpr std::size_t kLargestHeader = kSmallestHeader + 2 * 64 + 3;
 constexpr std::size_t kExtensionBytes = 3;
-constexpr unsigned kSequenceExtensionId = 1;
 
 }  // namespace
 

@@ -3,14 +3,16 @@
 
 #include <algorithm>
 
+#include "sources/VideoStartCodes.h"
+
 namespace VexmoraHost {
 namespace {
 
-constexpr std::array<std::uint8_t, 4> kSequenceHeaderCode{0, 0, 1, 0xB3};
-constexpr std::array<std::uint8_t, 4> kExtensionStartCode{0, 0, 1, 0xB5};
+constexpr std::array<std::uint8_t, 4> kHeaderStart{0, 0, 1, kSequenceHeaderCode};
+constexpr std::array<std::uint8_t, 4> kExtensionStart{0, 0, 1, kExtensionStartCode};
 constexpr std::size_t kHeaderBits = 62;  // in front of the load flags
 constexpr std::size_t kMatrixBits = 8 * 64;
-constexpr std::size_t kSequenceExtensionSize = 6;
+constexpr std::size_t kExtensionSize = 6;
 constexpr std::size_t kDisplayExtensionSize = 5;
 constexpr std::size_t kColourDescriptionSize = 3;
 
@@ -34,13 +36,13 @@ void Append(std::span<const std::uint8_t> inBytes, std::vector<std::uint8_t>& io
 
 std::vector<std::uint8_t> WithStartCode(std::span<const std::uint8_t> inBytes) {
     std::vector<std::uint8_t> all;
-    Append(kExtensionStartCode, all);
+    Append(kExtensionStart, all);
     Append(inBytes, all);
     return all;
 }
 
 std::span<const std::uint8_t> BehindStartCode(const std::vector<std::uint8_t>& inExtension) {
-    return std::span(inExtension).subspan(kExtensionStartCode.size());
+    return std::span(inExtension).subspan(kExtensionStart.size());
 }
 
 // The last bit of the fixed part is the first of what follows: load_intra_quantiser_matrix is its bit 1.
@@ -112,7 +114,7 @@ bool SequenceSyntax::IsUsable() const {
 
 SequenceParameterSet SequenceSyntax::Assemble() const {
     SequenceParameterSet set;
-    Append(kSequenceHeaderCode, set.bytes);
+    Append(kHeaderStart, set.bytes);
     Append(header, set.bytes);
     AppendMatrices(*this, set.bytes);
     Append(extension, set.bytes);
@@ -141,8 +143,8 @@ std::optional<SequenceSyntax> ParseSequenceHeader(std::span<const std::uint8_t> 
 }
 
 void ParseSequenceExtension(std::span<const std::uint8_t> inBytes, SequenceSyntax& ioSequence) {
-    if (inBytes.size() < kSequenceExtensionSize) return;
-    ioSequence.extension = WithStartCode(inBytes.first(kSequenceExtensionSize));
+    if (inBytes.size() < kExtensionSize) return;
+    ioSequence.extension = WithStartCode(inBytes.first(kExtensionSize));
 }
 
 void ParseSequenceDisplayExtension(std::span<const std::uint8_t> inBytes, SequenceSyntax& ioSequence) {

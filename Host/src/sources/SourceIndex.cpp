@@ -12,8 +12,6 @@
 namespace VexmoraHost {
 namespace {
 
-using Bytes = std::vector<std::uint8_t>;
-
 constexpr std::size_t kPacketSize = 188;  // ISO/IEC 13818-1, 2.4.3.2
 constexpr std::size_t kSequenceHeaderSize = 12;
 constexpr std::size_t kSequenceExtensionSize = 10;
@@ -31,7 +29,7 @@ class HeaderStream {
     }
 
     std::size_t FrameSize() const { return mAsTransport ? kPacketSize : kElementarySize; }
-    const Bytes& FrameHeaders(std::size_t inFirst, std::size_t inCount) {
+    const std::vector<std::uint8_t>& FrameHeaders(std::size_t inFirst, std::size_t inCount) {
         mBytes.assign(inCount * FrameSize(), kFiller);
         for (std::size_t number = 0; number < inCount; ++number) {
             mAt = mBytes.data() + number * FrameSize();
@@ -88,8 +86,8 @@ class HeaderStream {
 
     const CodedVideo& mVideo;
     const bool mAsTransport;
-    Bytes mSequence;
-    Bytes mBytes;
+    std::vector<std::uint8_t> mSequence;
+    std::vector<std::uint8_t> mBytes;
     std::uint8_t* mAt = nullptr;  // in it
 };
 
@@ -115,7 +113,7 @@ bool IndexHeaders(HeaderStream& ioHeaders, std::size_t inFrameCount, bool inAsTr
                   StoredIndex& outIndex) {
     const Indexer indexer = MakeIndexer(inAsTransport);
     std::uint64_t position = 0;
-    const auto scan = [&](const Bytes& inBytes) {
+    const auto scan = [&](const std::vector<std::uint8_t>& inBytes) {
         static_cast<void>(Vexmora_BufferIndexerScan(indexer.get(), inBytes.data(), inBytes.size(), position));
         position += inBytes.size();
     };

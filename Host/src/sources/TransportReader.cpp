@@ -6,9 +6,12 @@
 #include <utility>
 
 namespace VexmoraHost {
+namespace {
 
 using Bytes = std::span<const std::uint8_t>;
 using Verdict = Continuity::Verdict;
+
+}  // namespace
 
 void TransportPayloads::NoteLoss() {
     mIsAfterLoss = true;

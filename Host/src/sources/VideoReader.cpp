@@ -7,18 +7,16 @@
 
 namespace VexmoraHost {
 
-using Kind = Packaging::Kind;
-
 std::unique_ptr<VideoReader> MakeScanningReader(const JoinedFiles& inFiles, const Packaging& inPackaging,
                                                 const ChosenVideo& inVideo, StreamAccount& ioAccount) {
     ioAccount = {};
     switch (inPackaging.kind) {
-        case Kind::Transport:
+        case Packaging::Kind::Transport:
             return std::make_unique<TransportScanner>(inFiles, inPackaging, inVideo, ioAccount);
-        case Kind::Program:
+        case Packaging::Kind::Program:
             return std::make_unique<ProgramReader>(inFiles, inPackaging.begin,
                                                    static_cast<std::uint8_t>(inVideo.id), &ioAccount);
-        case Kind::Elementary:
+        case Packaging::Kind::Elementary:
             break;
     }
     ioAccount.videoPids = {{.position = 0, .pid = inVideo.id}};
@@ -29,14 +27,14 @@ std::unique_ptr<VideoReader> MakeScanningReader(const JoinedFiles& inFiles, cons
 std::unique_ptr<VideoReader> MakeRandomReader(const JoinedFiles& inFiles, const Packaging& inPackaging,
                                               const StreamAccount& inAccount) {
     switch (inPackaging.kind) {
-        case Kind::Transport:
+        case Packaging::Kind::Transport:
             return std::make_unique<TransportReader>(inFiles, inPackaging, inAccount);
-        case Kind::Program: {
+        case Packaging::Kind::Program: {
             const auto id = inAccount.videoPids.empty() ? 0u : inAccount.videoPids.front().pid;
             return std::make_unique<ProgramReader>(inFiles, inPackaging.begin, static_cast<std::uint8_t>(id),
                                                    nullptr);
         }
-        case Kind::Elementary:
+        case Packaging::Kind::Elementary:
             break;
     }
     return std::make_unique<ElementaryReader>(inFiles, inPackaging.begin);

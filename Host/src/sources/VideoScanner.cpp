@@ -5,25 +5,14 @@
 #include <cstring>
 #include <utility>
 
+#include "sources/VideoStartCodes.h"
+
 namespace VexmoraHost {
 namespace {
 
-// ISO/IEC 13818-2, table 6-1 and 6-2.
-constexpr std::uint8_t kPictureStartCode = 0x00;
-constexpr std::uint8_t kLastSliceStartCode = 0xAF;
-constexpr std::uint8_t kUserDataStartCode = 0xB2;
-constexpr std::uint8_t kSequenceHeaderCode = 0xB3;
-constexpr std::uint8_t kExtensionStartCode = 0xB5;
-constexpr std::uint8_t kSequenceEndCode = 0xB7;
-constexpr std::uint8_t kGroupStartCode = 0xB8;
-constexpr unsigned kSequenceExtensionId = 1;
-constexpr unsigned kSequenceDisplayExtensionId = 2;
-constexpr unsigned kQuantMatrixExtensionId = 3;
-constexpr unsigned kPictureCodingExtensionId = 8;
-
 constexpr std::uint16_t kFramePicture = 3;
-constexpr std::uint32_t kPrefix = 0x000001;
-constexpr std::size_t kPrefixSize = 3;
+constexpr std::uint32_t kStartCodePrefix = 0x000001;
+constexpr std::size_t kStartCodePrefixSize = 3;
 constexpr std::uint64_t kStartCodeSize = 4;
 // Distinct ones; a stream with more is out to fill the memory.
 constexpr std::size_t kMostParameterSets = 65536;
@@ -49,13 +38,14 @@ bool HasPrefix(const std::uint8_t* inBytes) {
 std::size_t FindCode(std::span<const std::uint8_t> inBytes, std::size_t inFrom) {
     const std::uint8_t* const bytes = inBytes.data();
     const std::size_t size = inBytes.size();
-    std::size_t at = inFrom - kPrefixSize;
-    while (at + kPrefixSize < size) {
+    std::size_t at = inFrom - kStartCodePrefixSize;
+    while (at + kStartCodePrefixSize < size) {
         // The last block reaches back over what was searched before.
-        const std::size_t end = std::min(at + kBlock, size - kPrefixSize);
+        const std::size_t end = std::min(at + kBlock, size - kStartCodePrefixSize);
         if (end < kBlock || HasPrefix(bytes + end - kBlock)) {
             for (; at < end; ++at) {
-                if (bytes[at] == 0 && bytes[at + 1] == 0 && bytes[at + 2] == 1) return at + kPrefixSize;
+                if (bytes[at] == 0 && bytes[at + 1] == 0 && bytes[at + 2] == 1)
+                    return at + kStartCodePrefixSize;
             }
         }
         at = end;
@@ -80,15 +70,15 @@ void VideoScanner::Add(const VideoPiece& inPiece) {
         mTail = ~0u;
     };
     const std::size_t size = bytes.size();
-    const bool mayEndPrefix = (mTail & 0xFF) <= 1 || size < kPrefixSize;
-    for (std::size_t i = 0; mayEndPrefix && i < std::min(size, kPrefixSize); ++i) {
-        if ((mTail & 0xFFFFFF) == kPrefix) {
+    const bool mayEndPrefix = (mTail & 0xFF) <= 1 || size < kStartCodePrefixSize;
+    for (std::size_t i = 0; mayEndPrefix && i < std::min(size, kStartCodePrefixSize); ++i) {
+        if ((mTail & 0xFFFFFF) == kStartCodePrefix) {
             handle(i);
         } else {
             mTail = mTail << 8 | bytes[i];
         }
     }
-    for (std::size_t code = at + kPrefixSize; code < size; code += kStartCodeSize) {
+    for (std::size_t code = at + kStartCodePrefixSize; code < size; code += kStartCodeSize) {
         code = FindCode(bytes, code);
         if (code == size) break;
         const bool isQuiet = !mIsCollecting && !mPicture && !mNewSequence;
@@ -99,9 +89,10 @@ void VideoScanner::Add(const VideoPiece& inPiece) {
         }
     }
     Collect(bytes.subspan(at));
-    if (size >= kPrefixSize) {
+    if (size >= kStartCodePrefixSize) {
         mTail = ~0u;
-        for (std::size_t i = std::max(at, size - kPrefixSize); i < size; ++i) mTail = mTail << 8 | bytes[i];
+        for (std::size_t i = std::max(at, size - kStartCodePrefixSize); i < size; ++i)
+            mTail = mTail << 8 | bytes[i];
     }
     mOffset += size;
 }
