@@ -96,7 +96,7 @@ TEST(AccessOrdersOfMatrices, GiveTheSamePictures) {
     std::vector<std::size_t> order(Index(ReadAll(media)).records.size());
     std::iota(order.begin(), order.end(), std::size_t{0});
     const Pictures expected = Decode(media, Scale::Quarter, order, order.size());
-    for (unsigned seed = 0; seed < 4; ++seed) {
+    for (unsigned seed = 0; seed < 3; ++seed) {
         seed == 0 ? std::ranges::reverse(order) : std::ranges::shuffle(order, std::mt19937(seed));
         EXPECT_TRUE(Decode(media, Scale::Quarter, order, 1) == expected) << seed;
     }

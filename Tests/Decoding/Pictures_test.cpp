@@ -24,8 +24,7 @@ std::set<fs::path> Streams(const std::string& inBegin) {
     const fs::path begin = fs::path(VEXMORA_STREAM_DIR) / inBegin;
     if (begin.has_extension()) return {begin};
     std::set<fs::path> streams;
-    for (const auto& entry : fs::directory_iterator(begin.parent_path())) {
-        const fs::path& path = entry.path();
+    for (const fs::path& path : StreamFiles(begin.parent_path())) {
         if (path.extension() == ".m2v" && path.filename().string().starts_with(begin.filename().string()))
             streams.insert(path);
     }

@@ -105,19 +105,6 @@ void operator delete[](void* in, std::align_val_t, const std::nothrow_t&) noexce
 
 namespace {
 
-mode_t ModeFor(int inFlags, va_list ioArguments) {
-    return (inFlags & O_CREAT) != 0 ? va_arg(ioArguments, mode_t) : 0;
-}
-
-int Open(const char* inPath, int inFlags, mode_t inMode) {
-    const bool isIndexFile = IsIndexPath(inPath);
-    if (IsToFail(Call::FileOpen, isIndexFile)) return FailWith(EMFILE);
-    const auto opened = static_cast<int>(syscall(SYS_openat, AT_FDCWD, inPath, inFlags, inMode));
-    const auto place = static_cast<std::size_t>(opened);
-    if (place < gIsIndexFile.size()) gIsIndexFile[place] = isIndexFile;
-    return opened;
-}
-
 // The kernel fills both kinds of records alike.
 static_assert(sizeof(struct stat) == sizeof(struct stat64));
 
@@ -149,17 +136,16 @@ extern "C" {
 int open(const char* inPath, int inFlags, ...) {
     va_list arguments;
     va_start(arguments, inFlags);
-    const mode_t mode = ModeFor(inFlags, arguments);
+    const mode_t mode = (inFlags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
     va_end(arguments);
-    return Open(inPath, inFlags, mode);
+    const bool isIndexFile = IsIndexPath(inPath);
+    if (IsToFail(Call::FileOpen, isIndexFile)) return FailWith(EMFILE);
+    const auto opened = static_cast<int>(syscall(SYS_openat, AT_FDCWD, inPath, inFlags, mode));
+    const auto place = static_cast<std::size_t>(opened);
+    if (place < gIsIndexFile.size()) gIsIndexFile[place] = isIndexFile;
+    return opened;
 }
-int open64(const char* inPath, int inFlags, ...) {
-    va_list arguments;
-    va_start(arguments, inFlags);
-    const mode_t mode = ModeFor(inFlags, arguments);
-    va_end(arguments);
-    return Open(inPath, inFlags, mode);
-}
+int open64(const char* inPath, int inFlags, ...) __attribute__((alias("open")));
 
 // clang-format off
 int stat(const char* inPath, struct stat* out) noexcept { return FactsOf(inPath, out, 0); }

@@ -2,8 +2,6 @@
 // file or in parts that are cut anywhere.
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <fstream>
 #include <string>
 
 #include "Host/HostTestSupport.h"
@@ -15,21 +13,6 @@ namespace VexmoraHost {
 namespace {
 
 namespace fs = std::filesystem;
-
-const fs::path kRecordings = VEXMORA_STREAM_DIR;
-
-std::vector<std::string> StreamNames() {
-    std::vector<std::string> names;
-    for (const auto& entry : fs::directory_iterator(kRecordings)) {
-        const std::string name = entry.path().filename().string();
-        const std::string extension = entry.path().extension().string();
-        const bool isStream =
-            extension == ".m2v" || extension == ".mpg" || extension == ".ts" || extension == ".vob";
-        if (isStream && !name.starts_with("refused")) names.push_back(name);
-    }
-    std::ranges::sort(names);
-    return names;
-}
 
 void ExpectSameFrames(Movie& ioExpected, Movie& ioMovie, Scale inScale) {
     const std::uint32_t count = ioExpected.Info().frameCount;
@@ -60,9 +43,8 @@ std::vector<fs::path> Cut(const fs::path& inPath, const fs::path& inFolder) {
 
 TEST(Ways, GiveTheSameFrames) {
     const TemporaryFolder folder;
-    for (const std::string& name : StreamNames()) {
-        SCOPED_TRACE(name);
-        const fs::path path = kRecordings / name;
+    for (const fs::path& path : Vexmora::Test::StreamFiles(VEXMORA_STREAM_DIR)) {
+        SCOPED_TRACE(path);
         OpenOptions options{.indexDir = folder.Path() / "index"};
         Movie plain = Movie::Open(path, options);
         const MovieDetails& details = plain.Details();

@@ -46,10 +46,8 @@ RealStream Load(const std::filesystem::path& inPath) {
 const std::vector<RealStream>& Streams() {
     static const std::vector<RealStream> streams = [] {
         std::vector<RealStream> all;
-        for (const auto& entry : std::filesystem::directory_iterator(VEXMORA_STREAM_DIR)) {
-            const std::filesystem::path& path = entry.path();
-            const bool isStream = std::filesystem::exists(path.string() + ".pictures");
-            if (isStream && !path.filename().string().starts_with("refused-")) all.push_back(Load(path));
+        for (const auto& path : StreamFiles(VEXMORA_STREAM_DIR)) {
+            if (std::filesystem::exists(path.string() + ".pictures")) all.push_back(Load(path));
         }
         return all;
     }();

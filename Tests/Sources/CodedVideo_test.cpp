@@ -91,14 +91,13 @@ const std::filesystem::path kStreams = VEXMORA_STREAM_DIR;
 
 TEST(RealStreams, HaveTheIndexOfTheLibrary) {
     std::map<std::string, int> compared;
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(kStreams)) {
-        const std::filesystem::path& path = entry.path();
-        const std::string extension = path.extension();
-        if (extension != ".m2v" && extension != ".ts" && extension != ".vob" && extension != ".mpg") continue;
+    auto paths = StreamFiles(kStreams);
+    for (const auto& path : StreamFiles(kStreams / "tools")) paths.push_back(path);
+    for (const auto& path : paths) {
         const Bytes stream = ReadAll(path);
         IndexResult expected = Index(stream);
         if (expected.done != Vexmora_Ok) continue;  // MPEG-1 video, field pictures
-        ++compared[extension];
+        ++compared[path.extension()];
         Source source(path);
         auto& made = source.index.index;
         ASSERT_EQ(made.records.size(), expected.records.size()) << path;

@@ -3,6 +3,7 @@
 
 #include <stdlib.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
@@ -46,6 +47,20 @@ std::filesystem::path WriteAll(const std::filesystem::path& inPath, const Bytes&
     file.write(reinterpret_cast<const char*>(inBytes.data()), static_cast<std::streamsize>(inBytes.size()));
     if (!file.flush()) throw std::filesystem::filesystem_error("cannot write", inPath, {});
     return inPath;
+}
+
+/// The streams in a folder, by name; but for those made to be refused.
+inline std::vector<std::filesystem::path> StreamFiles(const std::filesystem::path& inFolder) {
+    std::vector<std::filesystem::path> paths;
+    for (const auto& entry : std::filesystem::directory_iterator(inFolder)) {
+        const std::string extension = entry.path().extension();
+        const bool isStream =
+            extension == ".m2v" || extension == ".mpg" || extension == ".ts" || extension == ".vob";
+        if (isStream && !entry.path().filename().string().starts_with("refused"))
+            paths.push_back(entry.path());
+    }
+    std::ranges::sort(paths);
+    return paths;
 }
 
 }  // namespace Vexmora::Test
