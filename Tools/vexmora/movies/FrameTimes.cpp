@@ -6,8 +6,8 @@
 #include <regex>
 #include <span>
 #include <string>
+#include <utility>
 
-#include "movies/MovieOpening.h"
 #include "pictures/VideoFormat.h"
 
 namespace VexmoraCommand {
@@ -86,13 +86,12 @@ std::vector<std::uint32_t> FindSeconds(const Time& inTime, const MovieInfo& inIn
 
 }  // namespace
 
-FindTime TimesOf(VexmoraHost::Movie& ioMovie, const RecordingFiles& inRecording, bool inQuiet) {
-    return [&ioMovie, &inRecording,
-            inQuiet](std::string_view inText) -> std::optional<std::vector<std::uint32_t>> {
+FindTime TimesOf(const MovieInfo& inInfo, std::function<const MovieDetails&()> inDetails) {
+    return [&inInfo, details = std::move(inDetails)](
+               std::string_view inText) -> std::optional<std::vector<std::uint32_t>> {
         const std::optional<Time> time = ReadTime(inText);
         if (!time) return {};
-        const MovieDetails& details = ReadDetails(ioMovie, inRecording, inQuiet);
-        return (time->pictures ? FindTimeCode : FindSeconds)(*time, ioMovie.Info(), details);
+        return (time->pictures ? FindTimeCode : FindSeconds)(*time, inInfo, details());
     };
 }
 

@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "VexmoraHost/Movie.h"
-#include "files/RecordingFiles.h"
 
 namespace VexmoraCommand {
 
@@ -20,8 +19,9 @@ using FindTime = std::function<std::optional<std::vector<std::uint32_t>>(std::st
 ///   there is none, that many seconds of the nominal rate, rounded to whole frames, and frames from frame 0.
 /// - HH:MM:SS.mmm, or without the fraction: the frame that is shown that long after the first one begins, by
 ///   the presentation times where all frames have growing ones, else by the effective rate.
-/// The recording's details are read when the first time is asked for. No frame is named by a time behind
-/// them. What is passed outlives the function.
-FindTime TimesOf(VexmoraHost::Movie& ioMovie, const RecordingFiles& inRecording, bool inQuiet);
+/// inDetails is asked for the recording's details with each time. No frame is named by a time behind them.
+/// @param inInfo outlives the function.
+FindTime TimesOf(const VexmoraHost::MovieInfo& inInfo,
+                 std::function<const VexmoraHost::MovieDetails&()> inDetails);
 
 }  // namespace VexmoraCommand

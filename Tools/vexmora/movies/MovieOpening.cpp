@@ -116,4 +116,10 @@ const VexmoraHost::MovieDetails& ReadDetails(Movie& ioMovie, const RecordingFile
                  [&](const VexmoraHost::Progress& inProgress) { return &ioMovie.Details(inProgress); });
 }
 
+FindTime TimesOf(Movie& ioMovie, const RecordingFiles& inRecording, bool inQuiet) {
+    return TimesOf(ioMovie.Info(), [&ioMovie, &inRecording, inQuiet]() -> const VexmoraHost::MovieDetails& {
+        return ReadDetails(ioMovie, inRecording, inQuiet);
+    });
+}
+
 }  // namespace VexmoraCommand

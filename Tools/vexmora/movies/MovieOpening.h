@@ -9,6 +9,7 @@
 #include "CommandError.h"
 #include "VexmoraHost/Movie.h"
 #include "files/RecordingFiles.h"
+#include "movies/FrameTimes.h"
 
 namespace VexmoraCommand {
 
@@ -47,5 +48,9 @@ VexmoraHost::Movie OpenMovie(const RecordingFiles& inRecording, const OpeningOpt
 /// What Movie::Details answers, with a progress bar as long as it reads; throws as OpenMovie does.
 const VexmoraHost::MovieDetails& ReadDetails(VexmoraHost::Movie& ioMovie, const RecordingFiles& inRecording,
                                              bool inQuiet);
+
+/// Finds frames by times; the details are read when the first time is asked for. What is passed outlives the
+/// function, which throws as OpenMovie does.
+FindTime TimesOf(VexmoraHost::Movie& ioMovie, const RecordingFiles& inRecording, bool inQuiet);
 
 }  // namespace VexmoraCommand
