@@ -37,6 +37,14 @@ for cc in gcc clang; do
 done
 python3 "$source/Tests/C/ctypes_test.py" "$(dirname "$pc")/libvexmora_host.so" "$prefix/bin/vexmora" "$sample" "$work"
 
+# From Python.
+packages=$prefix/lib/python3/dist-packages
+if [ -d "$packages" ]; then
+    PYTHONPATH=$packages /usr/bin/python3 -B -c "import sys, vexmora
+frame = vexmora.open(sys.argv[1])[42]
+sys.stdout.buffer.write(b''.join(map(bytes, (frame.y, frame.u, frame.v))))" "$sample" | cmp - "$work/command.yuv"
+fi
+
 # Of the host, programs see what its headers declare and nothing of SQLite or of its insides.
 symbols=$(nm -DC --defined-only "$(dirname "$pc")"/libvexmora_host.so | cut -c 20-)
 if printf '%s\n' "$symbols" | grep -vE '^vexmora_[a-z_]+$|^((typeinfo|typeinfo name|vtable) for )?VexmoraHost::(Error|FrameRun|Library|Movie|DropBlocks|DropFrames)\b'; then

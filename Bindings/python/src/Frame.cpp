@@ -19,11 +19,15 @@ Frame::Frame(std::shared_ptr<OpenMovie> inOpened, VexmoraHost::SharedPicture inP
              std::uint32_t inNumber)
     : mOpened(std::move(inOpened)), mPicture(std::move(inPicture)), mNumber(inNumber) {}
 
-std::uint32_t Frame::RecordIndex() const { return mOpened->movie.Info().firstFrame + mPicture->frame; }
+std::uint32_t Frame::RecordIndex() const {
+    return mOpened->movie.Info().firstFrame + mPicture->frame;
+}
 
-const Vexmora::FrameRecord& Frame::Record() const { return mOpened->movie.Records().at(RecordIndex()); }
+const Vexmora::FrameRecord& Frame::Record() const {
+    return mOpened->movie.Records().at(RecordIndex());
+}
 
-py::array Frame::Plane(VexmoraHost::Plane VexmoraHost::Picture::* inPlane) const {
+py::array Frame::Plane(VexmoraHost::Plane VexmoraHost::Picture::*inPlane) const {
     const VexmoraHost::Plane& plane = (*mPicture).*inPlane;
     return ReadOnly(py::dtype::of<std::uint8_t>(), {plane.height, plane.width}, {plane.stride, 1U},
                     plane.samples, mPicture);
@@ -31,7 +35,8 @@ py::array Frame::Plane(VexmoraHost::Plane VexmoraHost::Picture::* inPlane) const
 
 py::array Frame::Rgb(bool inSquare) const {
     using namespace VexmoraCommand;
-    auto format = ApartWith(*mOpened, [&](Movie& ioMovie) { return FrameFormats(ioMovie).At(mPicture->frame); });
+    auto format =
+        ApartWith(*mOpened, [&](Movie& ioMovie) { return FrameFormats(ioMovie).At(mPicture->frame); });
     RgbImage image = Apart([&] {
         const std::uint32_t width = mPicture->luma.width;
         const Ratio aspect = SampleAspect(format, mPicture->scale);
@@ -47,7 +52,8 @@ py::array Frame::Rgb(bool inSquare) const {
 }
 
 VexmoraHost::RecordDetails Frame::Details() const {
-    return ApartWith(*mOpened, [&](Movie& ioMovie) { return ioMovie.Details(EndedBySignal()).records.at(RecordIndex()); });
+    return ApartWith(
+        *mOpened, [&](Movie& ioMovie) { return ioMovie.Details(EndedBySignal()).records.at(RecordIndex()); });
 }
 
 py::object Frame::PresentationTime() const {
@@ -60,8 +66,9 @@ py::object Frame::TimeCode() const {
     const auto code = Details().timeCode;
     if (!code) return py::none();
     std::array<char, 32> text{};
-    std::snprintf(text.data(), text.size(), "%02u:%02u:%02u%c%02u", unsigned{code->hours}, unsigned{code->minutes},
-                  unsigned{code->seconds}, code->isDropFrame ? ';' : ':', unsigned{code->pictures});
+    std::snprintf(text.data(), text.size(), "%02u:%02u:%02u%c%02u", unsigned{code->hours},
+                  unsigned{code->minutes}, unsigned{code->seconds}, code->isDropFrame ? ';' : ':',
+                  unsigned{code->pictures});
     return py::str(text.data());
 }
 
@@ -89,15 +96,16 @@ void DefineFrame(py::module_& ioModule) {
     using VexmoraHost::Picture;
     py::class_<Frame>(ioModule, "Frame", "A decoded picture, with what is known about its soundness.")
         .def_property_readonly("number", &Frame::Number, "That was asked for.")
-        .def_property_readonly("record", &Frame::RecordIndex, "Where Movie.records has the picture that is shown.")
+        .def_property_readonly("record", &Frame::RecordIndex,
+                               "Where Movie.records has the picture that is shown.")
         .def_property_readonly("y", [](const Frame& inFrame) { return inFrame.Plane(&Picture::luma); })
         .def_property_readonly("u", [](const Frame& inFrame) { return inFrame.Plane(&Picture::cb); })
         .def_property_readonly("v", [](const Frame& inFrame) { return inFrame.Plane(&Picture::cr); })
         .def("rgb", &Frame::Rgb, py::kw_only(), py::arg("square") = false)
         .def_property_readonly("damaged",
                                [](const Frame& inFrame) { return !inFrame.Picture().damage.None(); })
-        .def_property_readonly("undecodable",
-                               [](const Frame& inFrame) { return inFrame.Picture().damage.status != Vexmora_Ok; })
+        .def_property_readonly(
+            "undecodable", [](const Frame& inFrame) { return inFrame.Picture().damage.status != Vexmora_Ok; })
         .def_property_readonly("damaged_macroblocks",
                                [](const Frame& inFrame) { return inFrame.Picture().damage.macroblocks; })
         .def_property_readonly("inherited_damage",
@@ -107,8 +115,9 @@ void DefineFrame(py::module_& ioModule) {
         .def_property_readonly("macroblocks",
                                [](const Frame& inFrame) { return inFrame.Picture().macroblocks; })
         .def_property_readonly("type", &TypeOf)
-        .def_property_readonly("temporal_reference",
-                               [](const Frame& inFrame) { return Vexmora::TemporalReference(inFrame.Record()); })
+        .def_property_readonly(
+            "temporal_reference",
+            [](const Frame& inFrame) { return Vexmora::TemporalReference(inFrame.Record()); })
         .def_property_readonly("progressive", &Flag<Vexmora::kProgressiveFrameBit>)
         .def_property_readonly("top_field_first", &Flag<Vexmora::kTopFieldFirstBit>)
         .def_property_readonly("repeat_first_field", &Flag<Vexmora::kRepeatFirstFieldBit>)

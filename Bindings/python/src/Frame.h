@@ -25,7 +25,7 @@ class Frame {
     const Vexmora::FrameRecord& Record() const;
 
     /// The samples themselves, read-only, lines by samples; the array keeps the picture.
-    pybind11::array Plane(VexmoraHost::Plane VexmoraHost::Picture::* inPlane) const;
+    pybind11::array Plane(VexmoraHost::Plane VexmoraHost::Picture::*inPlane) const;
     /// Lines by samples by red, green, blue.
     /// @param inSquare samples as wide as high, as they are meant to be seen, instead of as they are coded.
     pybind11::array Rgb(bool inSquare) const;
